@@ -1,0 +1,18 @@
+#include "camera/QTCamera.h"
+
+#include "platform/Clock.h"
+
+namespace orvella {
+
+QTCamera::QTCamera(const platform::Platform& platform) : _platform(platform) {}
+
+QTCamera::~QTCamera() = default;
+
+void QTCamera::usleep(uint32_t microseconds) {
+    if (_platform.clock)
+        _platform.clock->usleep(microseconds);
+    else
+        platform::SystemClock::shared().usleep(microseconds);
+}
+
+}  // namespace orvella
