@@ -1,0 +1,17 @@
+// The camera behind --demo: the generic definition shipped with the tests, compiled in.
+#include "platform/virtual/VirtualCamera.h"
+
+namespace orvella::virtualcam {
+
+namespace {
+#include "demo_camera.inc"
+}
+
+std::shared_ptr<VirtualCamera> VirtualCamera::demo() {
+    QString error;
+    auto camera = fromJson(QByteArray(kDemoCameraJson), &error, QStringLiteral("demo camera"));
+    Q_ASSERT(camera);
+    return camera;
+}
+
+}  // namespace orvella::virtualcam

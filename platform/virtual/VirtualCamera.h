@@ -1,0 +1,167 @@
+#pragma once
+// A software UVC camera defined by a JSON file (docs/virtual-cameras.md): identity, raw
+// class-specific descriptors, per-control answers, string descriptors and faults. It answers
+// control requests as a camera would (ranges, clamping or stalling, GET_INFO bit 2 while an
+// automatic mode governs a manual control, suspend), records every request with its exact bytes,
+// and injects faults on demand. Thread-safe: one mutex guards the whole state.
+
+#include <QJsonObject>
+#include <QString>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/IOReturn.h"
+#include "platform/Usb.h"
+
+namespace orvella::virtualcam {
+
+// One request as it crossed the wire: the SETUP fields, the data bytes (sent by the host for
+// writes, answered by the device for reads) and the status the host saw.
+struct RecordedRequest {
+    enum class Kind { Control, Device };
+    Kind kind = Kind::Control;
+    uint8_t bmRequestType = 0;
+    uint8_t bRequest = 0;
+    uint16_t wValue = 0;
+    uint16_t wIndex = 0;
+    uint16_t wLength = 0;
+    std::vector<uint8_t> data;
+    IOReturn status = kIOReturnSuccess;
+
+    uint8_t unit() const { return static_cast<uint8_t>(wIndex >> 8); }
+    uint8_t selector() const { return static_cast<uint8_t>(wValue >> 8); }
+};
+
+// How a control's bytes are read for clamping and for the automatic-mode rules.
+enum class ValueKind { Unsigned, Signed, Bitmap, PanTilt, Raw };
+
+struct DeviceControl {
+    std::string name;       // UVC name ("Brightness", ...) or "xu" for extension-unit controls
+    uint8_t unit = 0;
+    uint8_t selector = 0;
+    uint8_t length = 0;
+    ValueKind kind = ValueKind::Unsigned;
+    std::vector<uint8_t> min, max, res, def, cur;
+    uint8_t info = 0x03;    // GET_INFO without the automatic-mode bit, which is computed
+    std::optional<uint16_t> answerLength;  // fault: answer at most this many bytes
+};
+
+struct InterfaceDefinition {
+    uint8_t interfaceClass = 0x0E;
+    uint8_t subClass = 1;
+    uint8_t number = 0;
+    std::vector<platform::Descriptor> descriptors;
+};
+
+class VirtualCamera {
+public:
+    // Parses a definition; on failure returns null and sets *error to a one-line reason.
+    static std::shared_ptr<VirtualCamera> fromJson(const QByteArray& json, QString* error,
+                                                   const QString& origin = QString());
+    static std::shared_ptr<VirtualCamera> fromFile(const QString& path, QString* error);
+    // The camera that --demo shows.
+    static std::shared_ptr<VirtualCamera> demo();
+
+    // ---- Identity ----
+    uint16_t vendorID() const { return vendorID_; }
+    uint16_t productID() const { return productID_; }
+    uint32_t locationID() const { return locationID_; }
+    const QString& productString() const { return productString_; }
+    const QString& displayName() const { return displayName_; }
+    uint8_t productStringIndex() const { return productStringIndex_; }
+    uint8_t vcInterfaceNumber() const { return vcInterfaceNumber_; }
+    const std::vector<InterfaceDefinition>& interfaces() const { return interfaces_; }
+    // The whole definition, for the parts of the system that read keys of their own.
+    const QJsonObject& json() const { return json_; }
+    const QString& origin() const { return origin_; }
+
+    // ---- USB behaviour (called by the seam's handles) ----
+    IOReturn controlRequest(uint8_t interfaceNumber, platform::ControlRequest& request);
+    IOReturn deviceRequest(platform::DeviceRequestTO& request);
+    IOReturn deviceInformation(uint32_t& info);
+    IOReturn open();
+    IOReturn suspend(bool suspend);
+    IOReturn close();
+
+    // ---- State, for tests and tools ----
+    // The control at (unit, selector), if the device has one.
+    std::optional<DeviceControl> control(uint8_t unit, uint8_t selector) const;
+    // GET_CUR value decoded by its kind (pan/tilt: low 32 bits pan, high 32 bits tilt, raw).
+    std::optional<int64_t> currentValue(uint8_t unit, uint8_t selector) const;
+    // Sets the current value directly, bypassing clamping and the request log.
+    bool setCurrentValue(uint8_t unit, uint8_t selector, int64_t value);
+    // The unit ID of the first camera terminal / processing unit in the descriptors, 0 if none.
+    uint8_t cameraTerminalID() const { return cameraTerminalID_; }
+    uint8_t processingUnitID() const { return processingUnitID_; }
+
+    // ---- Faults ----
+    void stallSelector(uint8_t unit, uint8_t selector);
+    void clearStalls();
+    // The next `count` control requests fail with `status` (kIOReturnNotResponding: "not
+    // responding once") without reaching the device.
+    void failNext(IOReturn status, int count = 1);
+    // The n-th control request from now (1 = the next one) finds the device gone mid-request:
+    // it and everything after it answer kIOReturnNoDevice.
+    void vanishOnRequest(int n);
+    void vanish();
+    bool present() const;
+    void setSuspended(bool suspended);
+    bool suspended() const;
+    // Number of times the device was resumed.
+    int resumeCount() const;
+
+    // ---- Request log ----
+    std::vector<RecordedRequest> requests() const;
+    void clearRequests();
+    size_t requestCount() const;
+
+    struct Private;  // parsing helpers
+
+private:
+    VirtualCamera() = default;
+
+    IOReturn answer(platform::ControlRequest& request, std::vector<uint8_t>& data);
+    DeviceControl* find(uint8_t unit, uint8_t selector);
+    const DeviceControl* find(uint8_t unit, uint8_t selector) const;
+    bool governedByAutoMode(const DeviceControl& control) const;
+    void record(RecordedRequest::Kind kind, const platform::ControlRequest& request,
+                std::vector<uint8_t> data, IOReturn status);
+
+    mutable std::mutex mutex_;
+    QJsonObject json_;
+    QString origin_;
+    uint16_t vendorID_ = 0;
+    uint16_t productID_ = 0;
+    uint32_t locationID_ = 0;
+    QString productString_;
+    QString displayName_;
+    uint8_t productStringIndex_ = 2;
+    uint8_t vcInterfaceNumber_ = 0;
+    uint8_t cameraTerminalID_ = 0;
+    uint8_t processingUnitID_ = 0;
+    std::vector<InterfaceDefinition> interfaces_;
+    std::vector<DeviceControl> controls_;
+    std::map<uint8_t, std::vector<uint8_t>> strings_;  // string descriptors, whole bytes
+    bool clampOutOfRange_ = true;
+    IOReturn plugInStatus_ = kIOReturnSuccess;
+
+    std::vector<std::pair<uint8_t, uint8_t>> stalls_;
+    IOReturn failStatus_ = kIOReturnSuccess;
+    int failCount_ = 0;
+    int vanishCountdown_ = 0;
+    bool present_ = true;
+    bool suspended_ = false;
+    int openCount_ = 0;
+    int resumeCount_ = 0;
+    std::vector<RecordedRequest> log_;
+
+    friend class VirtualUsbHost;
+    friend struct Private;
+};
+
+}  // namespace orvella::virtualcam

@@ -1,0 +1,165 @@
+#include "platform/virtual/VirtualUsbHost.h"
+
+#include <algorithm>
+
+namespace orvella::virtualcam {
+
+namespace {
+
+// One interface of a virtual camera; its calls reach the camera while it is present.
+class VirtualUsbInterface final : public platform::UsbInterface {
+public:
+    VirtualUsbInterface(std::shared_ptr<VirtualCamera> camera, InterfaceDefinition definition)
+        : camera_(std::move(camera)), definition_(std::move(definition)) {}
+
+    IOReturn getDeviceVendor(uint16_t& vendor) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        vendor = camera_->vendorID();
+        return kIOReturnSuccess;
+    }
+    IOReturn getDeviceProduct(uint16_t& product) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        product = camera_->productID();
+        return kIOReturnSuccess;
+    }
+    IOReturn getInterfaceClass(uint8_t& interfaceClass) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        interfaceClass = definition_.interfaceClass;
+        return kIOReturnSuccess;
+    }
+    IOReturn getInterfaceSubClass(uint8_t& subClass) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        subClass = definition_.subClass;
+        return kIOReturnSuccess;
+    }
+    IOReturn getInterfaceNumber(uint8_t& number) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        number = definition_.number;
+        return kIOReturnSuccess;
+    }
+    std::vector<platform::Descriptor> classSpecificDescriptors() override {
+        return definition_.descriptors;
+    }
+    IOReturn controlRequest(uint8_t pipe, platform::ControlRequest& request) override {
+        if (pipe != 0) return kIOReturnBadArgument;
+        return camera_->controlRequest(definition_.number, request);
+    }
+
+private:
+    std::shared_ptr<VirtualCamera> camera_;
+    InterfaceDefinition definition_;
+};
+
+class VirtualInterfaceService final : public platform::UsbInterfaceService {
+public:
+    explicit VirtualInterfaceService(std::shared_ptr<platform::UsbInterface> handle)
+        : handle_(std::move(handle)) {}
+    IOReturn createPlugIn(bool& gotPlugIn) override {
+        gotPlugIn = true;
+        return kIOReturnSuccess;
+    }
+    IOReturn queryInterface(std::shared_ptr<platform::UsbInterface>& handle) override {
+        handle = handle_;
+        return kIOReturnSuccess;
+    }
+
+private:
+    std::shared_ptr<platform::UsbInterface> handle_;
+};
+
+class VirtualUsbDevice final : public platform::UsbDevice {
+public:
+    explicit VirtualUsbDevice(std::shared_ptr<VirtualCamera> camera) : camera_(std::move(camera)) {}
+
+    IOReturn getLocationID(uint32_t& locationID) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        locationID = camera_->locationID();
+        return kIOReturnSuccess;
+    }
+    IOReturn getDeviceVendor(uint16_t& vendor) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        vendor = camera_->vendorID();
+        return kIOReturnSuccess;
+    }
+    IOReturn getDeviceProduct(uint16_t& product) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        product = camera_->productID();
+        return kIOReturnSuccess;
+    }
+    IOReturn usbGetProductStringIndex(uint8_t& index) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        index = camera_->productStringIndex();
+        return kIOReturnSuccess;
+    }
+    IOReturn getUSBDeviceInformation(uint32_t& info) override {
+        return camera_->deviceInformation(info);
+    }
+    IOReturn usbDeviceOpen() override { return camera_->open(); }
+    IOReturn usbDeviceSuspend(bool suspend) override { return camera_->suspend(suspend); }
+    IOReturn usbDeviceClose() override { return camera_->close(); }
+    IOReturn deviceRequestTO(platform::DeviceRequestTO& request) override {
+        return camera_->deviceRequest(request);
+    }
+    IOReturn createInterfaceIterator(
+        std::vector<std::shared_ptr<platform::UsbInterfaceService>>& interfaces) override {
+        if (!camera_->present()) return kIOReturnNoDevice;
+        interfaces.clear();
+        for (const InterfaceDefinition& definition : camera_->interfaces())
+            interfaces.push_back(std::make_shared<VirtualInterfaceService>(
+                std::make_shared<VirtualUsbInterface>(camera_, definition)));
+        return kIOReturnSuccess;
+    }
+
+private:
+    std::shared_ptr<VirtualCamera> camera_;
+};
+
+class VirtualDeviceService final : public platform::UsbDeviceService {
+public:
+    VirtualDeviceService(std::shared_ptr<VirtualCamera> camera, IOReturn plugInStatus)
+        : camera_(std::move(camera)), plugInStatus_(plugInStatus) {}
+    uint16_t idVendor() const override { return camera_->vendorID(); }
+    uint16_t idProduct() const override { return camera_->productID(); }
+    IOReturn createPlugIn(bool& gotPlugIn) override {
+        gotPlugIn = plugInStatus_ == kIOReturnSuccess;
+        return plugInStatus_;
+    }
+    IOReturn queryInterface(std::shared_ptr<platform::UsbDevice>& handle) override {
+        handle = std::make_shared<VirtualUsbDevice>(camera_);
+        return kIOReturnSuccess;
+    }
+    const std::shared_ptr<VirtualCamera>& camera() const { return camera_; }
+
+private:
+    std::shared_ptr<VirtualCamera> camera_;
+    IOReturn plugInStatus_;
+};
+
+}  // namespace
+
+void VirtualUsbHost::addCamera(std::shared_ptr<VirtualCamera> camera) {
+    if (!camera) return;
+    cameras_.push_back(camera);
+    if (observer_)
+        observer_->usbDeviceAdded(std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+}
+
+void VirtualUsbHost::removeCamera(const std::shared_ptr<VirtualCamera>& camera) {
+    const auto it = std::find(cameras_.begin(), cameras_.end(), camera);
+    if (it == cameras_.end()) return;
+    cameras_.erase(it);
+    camera->vanish();
+    if (observer_)
+        observer_->usbDeviceRemoved(std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+}
+
+IOReturn VirtualUsbHost::getMatchingServices(
+    std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) {
+    services.clear();
+    for (const auto& camera : cameras_)
+        if (camera->present())
+            services.push_back(std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+    return kIOReturnSuccess;
+}
+
+}  // namespace orvella::virtualcam
