@@ -1,0 +1,60 @@
+#pragma once
+// The capture-device part of the platform seam (QTKit's capture devices): the video devices of
+// the machine with their identity strings, media types and format descriptions, and the
+// notifications for devices that connect or disconnect. On Linux a capture device is a V4L2
+// capture node of the uvcvideo driver; the identity strings follow platform/CaptureIdentity.h so
+// that profile keys are the same on every platform.
+
+#include <QString>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+namespace orvella::platform {
+
+enum class MediaType { Video, Sound, Muxed };
+
+// One format a capture device currently offers.
+struct CaptureFormatDescription {
+    uint32_t formatType = 0;  // four-character code, most significant byte first
+    int32_t width = 0;
+    int32_t height = 0;
+    QString localizedFormatSummary;
+};
+
+class CaptureDevice {
+  public:
+    virtual ~CaptureDevice() = default;
+    // USB cameras: "0x%016llx" of (location ID << 32 | vendor << 16 | product).
+    virtual QString uniqueID() const = 0;
+    // USB cameras: "UVC Camera VendorID_<vendor> ProductID_<product>", both in decimal;
+    // built-in cameras carry their own ("Apple Camera VendorID_0x106B ProductID_0x8507").
+    virtual QString modelUniqueID() const = 0;
+    virtual QString localizedDisplayName() const = 0;
+    virtual bool hasMediaType(MediaType type) const = 0;
+    virtual std::vector<CaptureFormatDescription> formatDescriptions() const = 0;
+};
+
+// Told about capture devices that connect or disconnect (on the thread that owns the system).
+class CaptureDeviceObserver {
+  public:
+    virtual ~CaptureDeviceObserver() = default;
+    virtual void captureDeviceConnected(const std::shared_ptr<CaptureDevice>& device) = 0;
+    virtual void captureDeviceDisconnected(const std::shared_ptr<CaptureDevice>& device) = 0;
+};
+
+// The capture devices of the machine.
+class CaptureDeviceSystem {
+  public:
+    virtual ~CaptureDeviceSystem() = default;
+    // Every connected device that has the media type, in discovery order.
+    virtual std::vector<std::shared_ptr<CaptureDevice>> inputDevicesWithMediaType(
+        MediaType type) = 0;
+    // Registers an observer (not owned); nullptr removes it.
+    void setObserver(CaptureDeviceObserver* observer) { observer_ = observer; }
+
+  protected:
+    CaptureDeviceObserver* observer_ = nullptr;
+};
+
+}  // namespace orvella::platform

@@ -1,0 +1,72 @@
+#include "platform/virtual/VirtualCaptureDevice.h"
+
+#include "platform/CaptureIdentity.h"
+#include "platform/FourCC.h"
+#include "platform/virtual/VirtualMediaDevice.h"
+
+namespace orvella::virtualcam {
+
+namespace {
+
+constexpr uint8_t kSubClassVideoStreaming = 2;
+constexpr uint8_t kFormatUncompressed = 0x04;
+constexpr uint8_t kFrameUncompressed = 0x05;
+constexpr uint8_t kFormatMjpeg = 0x06;
+constexpr uint8_t kFrameMjpeg = 0x07;
+
+// The first format of the streaming descriptors with its first frame size. Descriptors are
+// checked for length before any field is read.
+std::vector<platform::CaptureFormatDescription> firstFormat(const VirtualCamera& camera) {
+    for (const InterfaceDefinition& interface : camera.interfaces()) {
+        if (interface.subClass != kSubClassVideoStreaming) continue;
+        std::optional<uint32_t> type;
+        for (const platform::Descriptor& d : interface.descriptors) {
+            if (d.size() < 4 || d[1] != 0x24) continue;
+            if (!type && d[2] == kFormatUncompressed && d.size() >= 9) {
+                type =
+                    (uint32_t{d[5]} << 24) | (uint32_t{d[6]} << 16) | (uint32_t{d[7]} << 8) | d[8];
+            } else if (!type && d[2] == kFormatMjpeg) {
+                type = platform::fourCC("MJPG");
+            } else if (type && (d[2] == kFrameUncompressed || d[2] == kFrameMjpeg) &&
+                       d.size() >= 9) {
+                platform::CaptureFormatDescription format;
+                format.formatType = *type;
+                format.width = d[5] | (d[6] << 8);
+                format.height = d[7] | (d[8] << 8);
+                format.localizedFormatSummary =
+                    QStringLiteral("%1, %2 x %3")
+                        .arg(QString::fromStdString(platform::fourCCString(*type)))
+                        .arg(format.width)
+                        .arg(format.height);
+                return {format};
+            }
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+std::shared_ptr<VirtualCaptureDevice> VirtualCaptureDevice::create(
+    std::shared_ptr<VirtualCamera> camera, QString* error) {
+    if (!camera) return nullptr;
+    std::shared_ptr<VirtualCaptureDevice> device(new VirtualCaptureDevice);
+    device->displayName_ = camera->displayName();
+    device->formats_ = firstFormat(*camera);
+    if (MediaDeviceDefinition::present(*camera)) {
+        const auto definition = MediaDeviceDefinition::parse(*camera, error);
+        if (!definition) return nullptr;
+        device->mediaDevice_ = true;
+        device->uniqueID_ = definition->uid;
+        device->modelUniqueID_ = definition->modelUniqueID;
+    } else {
+        device->uniqueID_ = platform::usbCaptureUniqueID(camera->locationID(), camera->vendorID(),
+                                                         camera->productID());
+        device->modelUniqueID_ =
+            platform::usbCaptureModelUniqueID(camera->vendorID(), camera->productID());
+    }
+    device->camera_ = std::move(camera);
+    return device;
+}
+
+}  // namespace orvella::virtualcam

@@ -1,0 +1,46 @@
+#pragma once
+// The capture device of a virtual camera. A USB camera gets the identity strings a USB camera's
+// capture device has (platform/CaptureIdentity.h) and the camera's displayName; a media-device
+// (built-in) camera, one whose definition has a "mediaDevice" key, takes its unique and model
+// identifiers from that key. The format description is the first format and frame size of the
+// camera's VideoStreaming descriptors.
+
+#include <memory>
+
+#include "platform/CaptureDevice.h"
+#include "platform/virtual/VirtualCamera.h"
+
+namespace orvella::virtualcam {
+
+class VirtualCaptureDevice final : public platform::CaptureDevice {
+  public:
+    // Null with *error set when the camera's media-device key is malformed.
+    static std::shared_ptr<VirtualCaptureDevice> create(std::shared_ptr<VirtualCamera> camera,
+                                                        QString* error);
+
+    const std::shared_ptr<VirtualCamera>& camera() const { return camera_; }
+    // Whether this is a built-in camera reached through the media-device layer.
+    bool isMediaDevice() const { return mediaDevice_; }
+
+    QString uniqueID() const override { return uniqueID_; }
+    QString modelUniqueID() const override { return modelUniqueID_; }
+    QString localizedDisplayName() const override { return displayName_; }
+    bool hasMediaType(platform::MediaType type) const override {
+        return type == platform::MediaType::Video;
+    }
+    std::vector<platform::CaptureFormatDescription> formatDescriptions() const override {
+        return formats_;
+    }
+
+  private:
+    VirtualCaptureDevice() = default;
+
+    std::shared_ptr<VirtualCamera> camera_;
+    bool mediaDevice_ = false;
+    QString uniqueID_;
+    QString modelUniqueID_;
+    QString displayName_;
+    std::vector<platform::CaptureFormatDescription> formats_;
+};
+
+}  // namespace orvella::virtualcam

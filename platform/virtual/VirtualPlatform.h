@@ -1,0 +1,43 @@
+#pragma once
+// The whole platform seam over virtual cameras: a USB host, a media-device layer and a capture
+// device list, filled from camera definitions. A USB camera joins the USB host; a media-device
+// (built-in) camera joins the media-device layer instead; both get a capture device. Used by the
+// tests, by orvellactl and by the application's --virtual and --demo.
+
+#include <QString>
+#include <memory>
+
+#include "platform/Platform.h"
+#include "platform/virtual/VirtualCamera.h"
+#include "platform/virtual/VirtualCaptureDeviceSystem.h"
+#include "platform/virtual/VirtualMediaDevice.h"
+#include "platform/virtual/VirtualUsbHost.h"
+
+namespace orvella::virtualcam {
+
+class VirtualPlatform {
+  public:
+    // Adds a camera; returns its capture device, or null with *error set when the definition's
+    // media-device key is malformed.
+    std::shared_ptr<VirtualCaptureDevice> addCamera(std::shared_ptr<VirtualCamera> camera,
+                                                    QString* error);
+    // Reads a definition file and adds its camera.
+    std::shared_ptr<VirtualCaptureDevice> addDefinitionFile(const QString& path, QString* error);
+
+    // The media-device object of a capture device, found by its unique identifier; 0 if none.
+    platform::MediaObjectID mediaDeviceFor(const platform::CaptureDevice& device) const;
+
+    // The services, with `clock` (borrowed; null = the system clock) for the core's pauses.
+    platform::Platform platform(platform::Clock* clock = nullptr);
+
+    VirtualUsbHost& usb() { return usb_; }
+    VirtualMediaDeviceSystem& media() { return media_; }
+    VirtualCaptureDeviceSystem& capture() { return capture_; }
+
+  private:
+    VirtualUsbHost usb_;
+    VirtualMediaDeviceSystem media_;
+    VirtualCaptureDeviceSystem capture_;
+};
+
+}  // namespace orvella::virtualcam

@@ -1,0 +1,154 @@
+// orvellactl as a user runs it: the built program over virtual cameras, its output, and its
+// answers to bad input (one line on standard error, a non-zero exit, never a crash).
+
+#include <gtest/gtest.h>
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include "support/VirtualRig.h"
+
+namespace orvella {
+namespace {
+
+struct CtlRun {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+CtlRun orvellactl(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral(ORVELLA_ORVELLACTL), arguments);
+    EXPECT_TRUE(process.waitForFinished(60000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << arguments.join(' ').toStdString();
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+QString fixture(const char* name) {
+    return QString::fromStdString(testing::fixturePath(name));
+}
+
+QStringList twoCameras(QStringList command) {
+    return QStringList{"--virtual", fixture("logitech-c270.json"), "--virtual",
+                       fixture("builtin.json")} +
+           command;
+}
+
+TEST(OrvellaCtl, ListsAndShowsCameras) {
+    const CtlRun list = orvellactl(twoCameras({"list"}));
+    ASSERT_EQ(list.exitCode, 0) << list.err.toStdString();
+    const QStringList lines = list.out.trimmed().split('\n');
+    ASSERT_EQ(lines.size(), 2);
+    EXPECT_EQ(lines[0],
+              "1\tC270 HD WEBCAM\t0x1a200000046d0825\tUVC Camera VendorID_1133 "
+              "ProductID_2085");
+    EXPECT_TRUE(lines[1].startsWith("2\tFaceTime HD Camera (Built-in)\t0x8020000005ac8507\t"));
+
+    const CtlRun show = orvellactl(twoCameras({"show", "FaceTime", "--json"}));
+    ASSERT_EQ(show.exitCode, 0) << show.err.toStdString();
+    const QJsonObject json = QJsonDocument::fromJson(show.out.toUtf8()).object();
+    EXPECT_EQ(json["modelUniqueID"].toString(), "Apple Camera VendorID_0x106B ProductID_0x8507");
+    EXPECT_EQ(json["vendorID"].toInt(), 0x106B);
+    EXPECT_EQ(json["cameraType"].toInt(), 2);
+    EXPECT_EQ(json["bBrightness"].toInt(), 1);
+    EXPECT_EQ(json["maxBrightness"].toInt(), 255);
+    for (const char* key : {"uniqueID", "displayName", "locationID", "productID", "interfaceNumber",
+                            "inputTerminalID", "processingUnitID", "defaultFrameIndex", "ledIndex",
+                            "cameraLED", "wObjectiveFocalLengthMax", "formatArray"})
+        EXPECT_TRUE(json.contains(key)) << key;
+
+    const CtlRun usb = orvellactl(twoCameras({"--json", "show", "0x1a200000046d0825"}));
+    const QJsonArray formats = QJsonDocument::fromJson(usb.out.toUtf8())["formatArray"].toArray();
+    ASSERT_FALSE(formats.isEmpty());
+    EXPECT_EQ(formats[0]["FrameIndex"].toInt(), 0x101);
+    EXPECT_EQ(formats[0]["FormatCode"].toInteger(), 0x32595559);
+    EXPECT_TRUE(formats[0]["FormatFPS"].isArray());
+
+    const CtlRun text = orvellactl({"--demo", "show"});
+    EXPECT_EQ(text.exitCode, 0);
+    EXPECT_TRUE(text.out.contains("Brightness")) << text.out.toStdString();
+    EXPECT_TRUE(text.err.isEmpty()) << text.err.toStdString();  // the trace needs --verbose
+    EXPECT_FALSE(orvellactl({"--demo", "--verbose", "list"}).err.isEmpty());
+}
+
+TEST(OrvellaCtl, GetsAndSetsControls) {
+    CtlRun get = orvellactl(twoCameras({"get", "1", "Contrast"}));
+    EXPECT_EQ(get.exitCode, 0) << get.err.toStdString();
+    EXPECT_EQ(get.out, "32\n");
+    get = orvellactl({"--virtual", fixture("builtin.json"), "get", "brightness"});
+    EXPECT_EQ(get.out, "128\n") << get.err.toStdString();
+
+    const CtlRun set = orvellactl(twoCameras({"set", "C270", "Gain", "0x40"}));
+    EXPECT_EQ(set.exitCode, 0) << set.err.toStdString();
+    EXPECT_EQ(set.out, "Gain = 64\n");
+    EXPECT_EQ(orvellactl(twoCameras({"set", "C270", "Brightness", "-5"})).exitCode, 0);
+    EXPECT_EQ(orvellactl(twoCameras({"defaults", "2"})).exitCode, 0);
+}
+
+TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
+    QTemporaryDir dir;
+    const QString broken = dir.filePath("broken.json");
+    {
+        QFile file(broken);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write("{\"vendorID\": ");
+    }
+    const QString badMedia = dir.filePath("media.json");
+    {
+        QFile file(badMedia);
+        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(R"({"vendorID": 1, "productID": 2,
+                       "mediaDevice": {"controls": [{"class": "toolong"}]}})");
+    }
+
+    struct Case {
+        QStringList arguments;
+        int exitCode;
+        const char* says;
+    };
+    const Case cases[] = {
+        {{"list"}, 1, "--demo"},
+        {{"--demo", "--bogus", "list"}, 2, "--bogus"},
+        {{"--demo"}, 2, "no command"},
+        {{"--demo", "frobnicate"}, 2, "frobnicate"},
+        {{"--demo", "get", "1", "Bogus"}, 2, "Bogus"},
+        {{"--demo", "get", "9", "Gain"}, 1, "no camera"},
+        {{"--demo", "get", "1", "NoiseReduction"}, 1, "NoiseReduction"},
+        {{"--demo", "set", "1", "Gain", "loud"}, 2, "loud"},
+        {{"--demo", "set", "1", "Gain", "1.5"}, 2, "1.5"},
+        {{"--demo", "set", "1", "Gain", "99999999999999999999"}, 2, "whole number"},
+        {{"--demo", "list", "--json"}, 2, "--json"},
+        {{"--demo", "get"}, 2, "usage"},
+        {{"--virtual"}, 2, "FILE"},
+        {{"--virtual", dir.filePath("missing.json"), "list"}, 1, "missing.json"},
+        {{"--virtual", broken, "list"}, 1, "broken.json"},
+        {{"--virtual", badMedia, "list"}, 1, "class"},
+        {twoCameras({"get", "Brightness"}), 2, "2 cameras"},
+        {twoCameras({"get", "a", "Brightness"}), 1, "matches 2"},
+    };
+    for (const Case& c : cases) {
+        const CtlRun run = orvellactl(c.arguments);
+        const std::string what = c.arguments.join(' ').toStdString();
+        EXPECT_EQ(run.exitCode, c.exitCode) << what << ": " << run.err.toStdString();
+        EXPECT_TRUE(run.out.isEmpty()) << what;
+        EXPECT_EQ(run.err.count('\n'), 1) << what << ": " << run.err.toStdString();
+        EXPECT_TRUE(run.err.startsWith("orvellactl: ")) << what;
+        EXPECT_TRUE(run.err.contains(c.says)) << what << ": " << run.err.toStdString();
+    }
+}
+
+TEST(OrvellaCtl, HelpNamesEveryCommandAndControl) {
+    const CtlRun help = orvellactl({"--help"});
+    EXPECT_EQ(help.exitCode, 0);
+    for (const char* word : {"list", "show", "get", "set", "defaults", "--virtual", "--demo",
+                             "--json", "--verbose", "PanAbsolute", "LEDIndex", "Exit status"})
+        EXPECT_TRUE(help.out.contains(word)) << word;
+}
+
+}  // namespace
+}  // namespace orvella

@@ -1,0 +1,410 @@
+#include "tools/OrvellaCtl.h"
+
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QStringList>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <variant>
+
+#include "camera/QTCamera.h"
+#include "platform/Log.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "tools/CameraReport.h"
+#include "tools/CtlControls.h"
+
+namespace orvella::tools {
+
+namespace {
+
+const char kHelp[] = R"(usage: orvellactl [OPTIONS] COMMAND [ARGUMENTS]
+
+Reads and writes the image controls of UVC cameras through the Orvella camera core.
+
+Options (anywhere on the line):
+  --virtual FILE   add the virtual camera defined by the JSON file FILE (repeatable;
+                   --virtual=FILE works too)
+  --demo           add the bundled demo camera
+  --json           with show: print JSON instead of text
+  --verbose, -v    write the core's trace (control requests, probing) to standard error
+  --help, -h       print this help
+  --               end of options (for a VALUE that begins with "-", though plain
+                   negative numbers are taken as values anyway)
+
+Commands:
+  list                        one line per camera: number, display name, uniqueID and
+                              modelUniqueID, separated by tabs
+  show [CAMERA] [--json]      identity, supported controls with current value, range and
+                              default, and stream formats
+  get CAMERA CONTROL          print the control's current value, read from the camera
+  set CAMERA CONTROL VALUE    write the value, then print the value the camera holds
+  defaults CAMERA             write every supported control's default value
+
+CAMERA is the camera's number in list (from 1), its uniqueID, or a part of its display name
+that no other camera's name contains (case is ignored). With one camera it may be left out.
+
+CONTROL is one of the keys used in profiles (case is ignored):
+  Brightness Contrast Hue Saturation Sharpness Gamma Gain BacklightCompensation
+  PowerLineFrequency WhiteBalanceTemperature WhiteBalanceTemperatureAuto AutoExposureMode
+  ExposureTimeAbsolute FocusAuto FocusAbsolute ZoomAbsolute PanAbsolute TiltAbsolute
+  IrisRelative NoiseReduction LEDIndex
+Values are whole numbers (decimal, or hexadecimal with 0x) in the units of the camera core's
+accessors: device units for most controls; knob positions 1-15 for exposure on cameras with an
+exposure knob; hue in resolution steps; pan and tilt written in resolution steps but read in
+device units; a relative step for IrisRelative; the LED index 0 (automatic), 1 (on) or 2 (off).
+The camera decides what happens to a value outside the control's range.
+
+Without --virtual or --demo there is no camera: the backend for real cameras is not built yet.
+
+Exit status: 0 success, 1 a camera, file or control operation failed, 2 a usage error.
+Errors are one line on standard error. JSON output is described in docs/orvellactl.md.
+)";
+
+// Any failure of a command: a one-line message and the exit status to end with.
+struct Failure {
+    QString message;
+    int status = kExitFailure;
+};
+
+struct Options {
+    QStringList virtualFiles;
+    bool demo = false;
+    bool json = false;
+    bool verbose = false;
+    bool help = false;
+    QStringList positional;
+};
+
+// A whole number: decimal, or hexadecimal after "0x", with an optional sign.
+std::optional<long> parseNumber(const QString& text) {
+    QString body = text.trimmed();
+    bool negative = false;
+    if (body.startsWith(QLatin1Char('-')) || body.startsWith(QLatin1Char('+'))) {
+        negative = body.startsWith(QLatin1Char('-'));
+        body.remove(0, 1);
+    }
+    bool ok = false;
+    qulonglong magnitude = 0;
+    if (body.startsWith(QLatin1String("0x"), Qt::CaseInsensitive))
+        magnitude = body.mid(2).toULongLong(&ok, 16);
+    else
+        magnitude = body.toULongLong(&ok, 10);
+    // The characters must all be digits: toULongLong accepts blanks around them.
+    if (!ok || body.isEmpty() || body.contains(QLatin1Char(' '))) return std::nullopt;
+    constexpr auto kMax = static_cast<qulonglong>(std::numeric_limits<long>::max());
+    if (!negative) {
+        if (magnitude > kMax) return std::nullopt;
+        return static_cast<long>(magnitude);
+    }
+    if (magnitude > kMax + 1) return std::nullopt;
+    return magnitude == kMax + 1 ? std::numeric_limits<long>::min() : -static_cast<long>(magnitude);
+}
+
+std::optional<Failure> parseOptions(const std::vector<std::string>& arguments, Options& options) {
+    bool optionsEnded = false;
+    for (size_t i = 0; i < arguments.size(); ++i) {
+        const QString argument = QString::fromLocal8Bit(arguments[i]);
+        const bool isOption = !optionsEnded && argument.size() > 1 &&
+                              argument.startsWith(QLatin1Char('-')) && !parseNumber(argument);
+        if (!isOption) {
+            options.positional << argument;
+        } else if (argument == QLatin1String("--")) {
+            optionsEnded = true;
+        } else if (argument == QLatin1String("--virtual")) {
+            if (i + 1 >= arguments.size())
+                return Failure{QStringLiteral("--virtual needs a FILE"), kExitUsage};
+            options.virtualFiles << QString::fromLocal8Bit(arguments[++i]);
+        } else if (argument.startsWith(QLatin1String("--virtual="))) {
+            const QString file = argument.mid(10);
+            if (file.isEmpty())
+                return Failure{QStringLiteral("--virtual needs a FILE"), kExitUsage};
+            options.virtualFiles << file;
+        } else if (argument == QLatin1String("--demo")) {
+            options.demo = true;
+        } else if (argument == QLatin1String("--json")) {
+            options.json = true;
+        } else if (argument == QLatin1String("--verbose") || argument == QLatin1String("-v")) {
+            options.verbose = true;
+        } else if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
+            options.help = true;
+        } else {
+            return Failure{
+                QStringLiteral("unknown option \"%1\" (see orvellactl --help)").arg(argument),
+                kExitUsage};
+        }
+    }
+    return std::nullopt;
+}
+
+// The core's trace, sent to the error stream with --verbose.
+class StreamSink final : public log::Sink {
+  public:
+    explicit StreamSink(std::ostream& stream) : stream_(stream) {}
+    void systemLog(const std::string& message) override { stream_ << message << '\n'; }
+    void standardOutput(const std::string& text) override { stream_ << text; }
+
+  private:
+    std::ostream& stream_;
+};
+
+// Installs a sink for the lifetime of the object.
+class ScopedSink {
+  public:
+    explicit ScopedSink(log::Sink& sink) : previous_(log::setSink(&sink)) {}
+    ~ScopedSink() { log::setSink(previous_); }
+    ScopedSink(const ScopedSink&) = delete;
+    ScopedSink& operator=(const ScopedSink&) = delete;
+
+  private:
+    log::Sink* previous_;
+};
+
+// The cameras of one run, over the virtual platform. The platform outlives the cameras.
+class Session {
+  public:
+    Session(std::ostream& out, std::ostream& err) : out_(out), err_(err) {}
+
+    std::optional<Failure> load(const Options& options) {
+        QString error;
+        if (options.demo) {
+            auto camera = virtualcam::VirtualCamera::demo();
+            if (!camera || !platform_.addCamera(camera, &error))
+                return Failure{QStringLiteral("the demo camera cannot be built: %1").arg(error)};
+        }
+        for (const QString& file : options.virtualFiles)
+            if (!platform_.addDefinitionFile(file, &error)) return Failure{error};
+        buildCameras();
+        return std::nullopt;
+    }
+
+    const std::vector<std::unique_ptr<QTCamera>>& cameras() const { return cameras_; }
+
+    // CAMERA as given on the command line, or the only camera when it is left out.
+    std::variant<QTCamera*, Failure> find(const std::optional<QString>& wanted) const {
+        if (cameras_.empty()) return Failure{QStringLiteral("there is no camera")};
+        if (!wanted) {
+            if (cameras_.size() == 1) return cameras_.front().get();
+            return Failure{QStringLiteral("there are %1 cameras; name one (see orvellactl list)")
+                               .arg(cameras_.size()),
+                           kExitUsage};
+        }
+        if (const auto number = parseNumber(*wanted)) {
+            if (*number >= 1 && static_cast<size_t>(*number) <= cameras_.size())
+                return cameras_[static_cast<size_t>(*number - 1)].get();
+        }
+        for (const auto& camera : cameras_)
+            if (camera->uniqueID() == *wanted) return camera.get();
+        std::vector<QTCamera*> matches;
+        for (const auto& camera : cameras_)
+            if (!wanted->isEmpty() && camera->displayName().contains(*wanted, Qt::CaseInsensitive))
+                matches.push_back(camera.get());
+        if (matches.size() == 1) return matches.front();
+        if (matches.empty())
+            return Failure{QStringLiteral("no camera \"%1\" (see orvellactl list)").arg(*wanted)};
+        return Failure{QStringLiteral("\"%1\" matches %2 cameras; use the number or uniqueID")
+                           .arg(*wanted)
+                           .arg(matches.size())};
+    }
+
+    std::ostream& out() { return out_; }
+    std::ostream& err() { return err_; }
+
+  private:
+    // Built-in cameras go through their media-device object, USB cameras through USB. A camera
+    // that construction gives up on (no USB device for a vendor 0x046D camera) is dropped.
+    void buildCameras() {
+        const platform::Platform services = platform_.platform();
+        for (const auto& device : platform_.capture().devices()) {
+            std::unique_ptr<QTCamera> camera;
+            if (device->isMediaDevice())
+                camera = QTCamera::initWithQTCaptureDevice(services, device,
+                                                           platform_.mediaDeviceFor(*device));
+            else
+                camera = QTCamera::initWithQTCaptureDevice(services, device);
+            if (!camera->qtCaptureDevice()) {
+                err_ << "orvellactl: " << device->localizedDisplayName().toStdString()
+                     << ": left out, its USB device cannot be reached\n";
+                continue;
+            }
+            cameras_.push_back(std::move(camera));
+        }
+    }
+
+    std::ostream& out_;
+    std::ostream& err_;
+    virtualcam::VirtualPlatform platform_;
+    std::vector<std::unique_ptr<QTCamera>> cameras_;
+};
+
+std::string text(const QString& value) {
+    return value.toStdString();
+}
+
+// The status in hexadecimal, with what it means for the statuses a user meets.
+QString statusText(IOReturn status) {
+    struct Meaning {
+        IOReturn status;
+        const char* text;
+    };
+    static constexpr Meaning kMeanings[] = {
+        {kIOUSBPipeStalled, "the camera refused the request"},
+        {kIOReturnNoDevice, "the camera is gone"},
+        {kIOReturnNotResponding, "the camera does not respond"},
+        {kIOReturnTimeout, "the request timed out"},
+        {kIOReturnError, "general error"},
+    };
+    QString text = QString::asprintf("status 0x%08x", static_cast<uint32_t>(status));
+    for (const Meaning& meaning : kMeanings)
+        if (meaning.status == status)
+            text += QStringLiteral(", %1").arg(QLatin1String(meaning.text));
+    return text;
+}
+
+std::variant<const CtlControl*, Failure> findControl(QTCamera& camera, const QString& key) {
+    const CtlControl* control = findCtlControl(key.toStdString());
+    if (!control)
+        return Failure{QStringLiteral("unknown control \"%1\" (see orvellactl --help)").arg(key),
+                       kExitUsage};
+    if (!isSupported(*control, *camera.supportedControl()))
+        return Failure{QStringLiteral("%1 has no control %2")
+                           .arg(camera.displayName(),
+                                QString::fromUtf8(control->key.data(),
+                                                  static_cast<qsizetype>(control->key.size())))};
+    return control;
+}
+
+using Arguments = QStringList;
+
+std::optional<Failure> commandList(Session& session, const Options&, const Arguments&) {
+    int number = 1;
+    for (const auto& camera : session.cameras())
+        session.out() << text(listLine(number++, *camera)) << '\n';
+    return std::nullopt;
+}
+
+std::optional<Failure> commandShow(Session& session, const Options& options,
+                                   const Arguments& args) {
+    const auto found = session.find(args.isEmpty() ? std::nullopt : std::optional(args[0]));
+    if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
+    QTCamera& camera = *std::get<QTCamera*>(found);
+    if (options.json)
+        session.out() << QJsonDocument(jsonReport(camera)).toJson().toStdString();
+    else
+        session.out() << text(textReport(camera)) << '\n';
+    return std::nullopt;
+}
+
+std::optional<Failure> commandGet(Session& session, const Options&, const Arguments& args) {
+    const auto found = session.find(args.size() == 2 ? std::optional(args[0]) : std::nullopt);
+    if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
+    QTCamera& camera = *std::get<QTCamera*>(found);
+    const auto control = findControl(camera, args.back());
+    if (const auto* failure = std::get_if<Failure>(&control)) return *failure;
+    long value = 0;
+    const IOReturn status = readControl(camera, *std::get<const CtlControl*>(control), &value);
+    if (status != kIOReturnSuccess)
+        return Failure{
+            QStringLiteral("reading %1 failed: %2").arg(args.back(), statusText(status))};
+    session.out() << value << '\n';
+    return std::nullopt;
+}
+
+std::optional<Failure> commandSet(Session& session, const Options&, const Arguments& args) {
+    const auto found = session.find(args.size() == 3 ? std::optional(args[0]) : std::nullopt);
+    if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
+    QTCamera& camera = *std::get<QTCamera*>(found);
+    const QString& key = args[args.size() - 2];
+    const QString& valueText = args.back();
+    const auto foundControl = findControl(camera, key);
+    if (const auto* failure = std::get_if<Failure>(&foundControl)) return *failure;
+    const CtlControl& control = *std::get<const CtlControl*>(foundControl);
+    const auto value = parseNumber(valueText);
+    if (!value)
+        return Failure{QStringLiteral("\"%1\" is not a whole number").arg(valueText), kExitUsage};
+    const IOReturn status = (camera.*control.set)(*value);
+    if (status != kIOReturnSuccess)
+        return Failure{
+            QStringLiteral("writing %1 = %2 failed: %3").arg(key, valueText, statusText(status))};
+    if (control.cur)
+        session.out() << control.key << " = " << camera.supportedControl()->*control.cur << '\n';
+    return std::nullopt;
+}
+
+std::optional<Failure> commandDefaults(Session& session, const Options&, const Arguments& args) {
+    const auto found = session.find(args.isEmpty() ? std::nullopt : std::optional(args[0]));
+    if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
+    QTCamera& camera = *std::get<QTCamera*>(found);
+    camera.setDefaults();
+    camera.queryControlStatus();
+    return std::nullopt;
+}
+
+struct Command {
+    const char* name;
+    int minArguments;
+    int maxArguments;
+    std::optional<Failure> (*run)(Session&, const Options&, const Arguments&);
+    const char* usage;
+};
+
+constexpr Command kCommands[] = {
+    {"list", 0, 0, commandList, "list"},
+    {"show", 0, 1, commandShow, "show [CAMERA] [--json]"},
+    {"get", 1, 2, commandGet, "get CAMERA CONTROL"},
+    {"set", 2, 3, commandSet, "set CAMERA CONTROL VALUE"},
+    {"defaults", 0, 1, commandDefaults, "defaults CAMERA"},
+};
+
+int fail(std::ostream& err, const Failure& failure) {
+    err << "orvellactl: " << text(failure.message) << '\n';
+    return failure.status;
+}
+
+}  // namespace
+
+const char* orvellaCtlHelp() {
+    return kHelp;
+}
+
+int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+    Options options;
+    if (const auto failure = parseOptions(arguments, options)) return fail(err, *failure);
+    if (options.help) {
+        out << kHelp;
+        return kExitSuccess;
+    }
+    if (options.positional.isEmpty())
+        return fail(err, {QStringLiteral("no command (see orvellactl --help)"), kExitUsage});
+
+    const QString name = options.positional.takeFirst();
+    const Command* command = nullptr;
+    for (const Command& candidate : kCommands)
+        if (name == QLatin1String(candidate.name)) command = &candidate;
+    if (!command)
+        return fail(err,
+                    {QStringLiteral("unknown command \"%1\" (see orvellactl --help)").arg(name),
+                     kExitUsage});
+    const auto count = options.positional.size();
+    if (count < command->minArguments || count > command->maxArguments)
+        return fail(err, {QStringLiteral("usage: orvellactl %1").arg(QLatin1String(command->usage)),
+                          kExitUsage});
+    if (options.json && command->run != commandShow)
+        return fail(err, {QStringLiteral("--json goes with show only"), kExitUsage});
+    if (options.virtualFiles.isEmpty() && !options.demo)
+        return fail(err, {QStringLiteral("no real-camera backend is built yet; try --demo for the "
+                                         "bundled virtual camera, or --virtual FILE")});
+
+    log::NullSink quiet;
+    StreamSink verbose(err);
+    ScopedSink sink(options.verbose ? static_cast<log::Sink&>(verbose) : quiet);
+
+    Session session(out, err);
+    if (const auto failure = session.load(options)) return fail(err, *failure);
+    if (const auto failure = command->run(session, options, options.positional))
+        return fail(err, *failure);
+    return kExitSuccess;
+}
+
+}  // namespace orvella::tools
