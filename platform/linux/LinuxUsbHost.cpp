@@ -1,0 +1,293 @@
+#include "platform/linux/LinuxUsbHost.h"
+
+#include <QString>
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <mutex>
+
+#include "platform/Log.h"
+#include "platform/linux/Sysfs.h"
+#include "platform/linux/UsbDescriptors.h"
+#include "platform/linux/UvcV4l2Bridge.h"
+
+namespace orvella::linuxplatform {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr uint32_t kRawTimeoutMs = 5000;
+
+// What every handle of one device shares: its sysfs directory and what was read from it.
+struct DeviceState {
+    fs::path directory;
+    std::string devRoot;
+    VideoIoOpener* opener = nullptr;
+    RawUsbTransport* raw = nullptr;
+    unsigned busNumber = 0;
+    unsigned address = 0;
+    uint32_t locationID = 0;
+    uint8_t configuration = 1;
+    UsbDeviceInfo info;
+
+    bool present() const { return fs::exists(directory / "idVendor"); }
+};
+
+std::shared_ptr<DeviceState> readDevice(const fs::path& directory, const std::string& devRoot,
+                                        VideoIoOpener* opener, RawUsbTransport* raw) {
+    auto state = std::make_shared<DeviceState>();
+    state->directory = directory;
+    state->devRoot = devRoot;
+    state->opener = opener;
+    state->raw = raw;
+    const auto bus = sysfs::readNumber(directory / "busnum", 10);
+    const auto vendor = sysfs::readNumber(directory / "idVendor", 16);
+    const auto product = sysfs::readNumber(directory / "idProduct", 16);
+    if (!bus || !vendor || !product) return nullptr;
+    state->busNumber = static_cast<unsigned>(*bus);
+    state->address = static_cast<unsigned>(sysfs::readNumber(directory / "devnum", 10).value_or(0));
+    state->locationID = locationIDFor(state->busNumber, sysfs::readLine(directory / "devpath").value_or(""));
+    state->configuration =
+        static_cast<uint8_t>(sysfs::readNumber(directory / "bConfigurationValue", 10).value_or(1));
+    if (const auto blob = sysfs::readBinary(directory / "descriptors")) state->info = parseUsbDescriptors(*blob);
+    for (const std::string& warning : state->info.warnings)
+        NSLog("CameraControl Error: %s: %s", directory.filename().c_str(), warning.c_str());
+    // The registry's identifiers win over a blob that could not be read.
+    state->info.vendor = static_cast<uint16_t>(*vendor);
+    state->info.product = static_cast<uint16_t>(*product);
+    return state;
+}
+
+// A USB string descriptor holding `text` (UTF-8) as UTF-16LE.
+std::vector<uint8_t> stringDescriptor(const std::string& text) {
+    std::vector<uint8_t> bytes{0, 3};
+    const QString string = QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+    for (QChar c : string) {
+        if (bytes.size() + 2 > 254) break;
+        bytes.push_back(static_cast<uint8_t>(c.unicode() & 0xFF));
+        bytes.push_back(static_cast<uint8_t>(c.unicode() >> 8));
+    }
+    bytes[0] = static_cast<uint8_t>(bytes.size());
+    return bytes;
+}
+
+class LinuxUsbInterface final : public platform::UsbInterface {
+public:
+    LinuxUsbInterface(std::shared_ptr<DeviceState> device, UsbInterfaceInfo info)
+        : device_(std::move(device)), info_(std::move(info)) {}
+
+    IOReturn getDeviceVendor(uint16_t& vendor) override {
+        if (!device_->present()) return kIOReturnNoDevice;
+        vendor = device_->info.vendor;
+        return kIOReturnSuccess;
+    }
+    IOReturn getDeviceProduct(uint16_t& product) override {
+        if (!device_->present()) return kIOReturnNoDevice;
+        product = device_->info.product;
+        return kIOReturnSuccess;
+    }
+    IOReturn getInterfaceClass(uint8_t& value) override { return field(value, info_.interfaceClass); }
+    IOReturn getInterfaceSubClass(uint8_t& value) override { return field(value, info_.subClass); }
+    IOReturn getInterfaceNumber(uint8_t& value) override { return field(value, info_.number); }
+    std::vector<platform::Descriptor> classSpecificDescriptors() override { return info_.classSpecific; }
+
+    IOReturn controlRequest(uint8_t pipe, platform::ControlRequest& request) override {
+        if (pipe != 0) return kIOReturnBadArgument;
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!device_->present()) return kIOReturnNoDevice;
+        const fs::path interfaceDirectory =
+            device_->directory / (device_->directory.filename().string() + ":" +
+                                  std::to_string(device_->configuration) + "." +
+                                  std::to_string(info_.number));
+        const std::string driver = sysfs::driverName(interfaceDirectory);
+        if (driver == "uvcvideo") return throughDriver(interfaceDirectory, request);
+        if (driver.empty() && device_->raw)
+            return device_->raw->controlRequest(device_->busNumber, device_->address, request, kRawTimeoutMs);
+        if (!reported_) {
+            reported_ = true;
+            NSLog("CameraControl Error: interface %s is held by driver \"%s\"; no control path",
+                  interfaceDirectory.filename().c_str(), driver.c_str());
+        }
+        return kIOReturnNotPermitted;
+    }
+
+private:
+    IOReturn field(uint8_t& out, uint8_t value) const {
+        if (!device_->present()) return kIOReturnNoDevice;
+        out = value;
+        return kIOReturnSuccess;
+    }
+
+    IOReturn throughDriver(const fs::path& interfaceDirectory, platform::ControlRequest& request) {
+        if (!bridge_) {
+            VideoIoOpener& opener = device_->opener ? *device_->opener : PosixVideoIoOpener::shared();
+            const auto node = captureNodeOf(interfaceDirectory, device_->devRoot, opener);
+            if (!node) return kIOReturnNoDevice;
+            int error = 0;
+            io_ = opener.open(node->devicePath, &error);
+            if (!io_) {
+                if (!reported_) {
+                    reported_ = true;
+                    NSLog("CameraControl Error: %s", openFailureText(node->devicePath, error).c_str());
+                }
+                return ioReturnForErrno(error);
+            }
+            bridge_ = std::make_unique<UvcV4l2Bridge>(UvcUnits::fromDescriptors(info_.classSpecific), *io_);
+        }
+        const IOReturn status = bridge_->controlRequest(request);
+        if (status == kIOReturnNoDevice) {
+            // The node is gone; a replugged camera gets a new one.
+            bridge_.reset();
+            io_.reset();
+        }
+        return status;
+    }
+
+    std::shared_ptr<DeviceState> device_;
+    UsbInterfaceInfo info_;
+    std::mutex mutex_;
+    std::unique_ptr<VideoIo> io_;
+    std::unique_ptr<UvcV4l2Bridge> bridge_;
+    bool reported_ = false;
+};
+
+class LinuxInterfaceService final : public platform::UsbInterfaceService {
+public:
+    explicit LinuxInterfaceService(std::shared_ptr<platform::UsbInterface> handle) : handle_(std::move(handle)) {}
+    IOReturn createPlugIn(bool& gotPlugIn) override {
+        gotPlugIn = true;
+        return kIOReturnSuccess;
+    }
+    IOReturn queryInterface(std::shared_ptr<platform::UsbInterface>& handle) override {
+        handle = handle_;
+        return kIOReturnSuccess;
+    }
+
+private:
+    std::shared_ptr<platform::UsbInterface> handle_;
+};
+
+class LinuxUsbDevice final : public platform::UsbDevice {
+public:
+    explicit LinuxUsbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
+
+    IOReturn getLocationID(uint32_t& locationID) override {
+        if (!state_->present()) return kIOReturnNoDevice;
+        locationID = state_->locationID;
+        return kIOReturnSuccess;
+    }
+    IOReturn getDeviceVendor(uint16_t& vendor) override {
+        if (!state_->present()) return kIOReturnNoDevice;
+        vendor = state_->info.vendor;
+        return kIOReturnSuccess;
+    }
+    IOReturn getDeviceProduct(uint16_t& product) override {
+        if (!state_->present()) return kIOReturnNoDevice;
+        product = state_->info.product;
+        return kIOReturnSuccess;
+    }
+    IOReturn usbGetProductStringIndex(uint8_t& index) override {
+        if (!state_->present()) return kIOReturnNoDevice;
+        index = state_->info.iProduct;
+        return kIOReturnSuccess;
+    }
+    IOReturn getUSBDeviceInformation(uint32_t& info) override {
+        if (!state_->present()) return kIOReturnNoDevice;
+        const auto status = sysfs::readLine(state_->directory / "power" / "runtime_status");
+        info = status && *status == "suspended" ? (1u << platform::kUSBInformationDeviceIsSuspendedBit) : 0;
+        return kIOReturnSuccess;
+    }
+    // The kernel resumes a device when it is used, so opening, resuming and closing only check
+    // that the device is still there.
+    IOReturn usbDeviceOpen() override { return state_->present() ? kIOReturnSuccess : kIOReturnNoDevice; }
+    IOReturn usbDeviceSuspend(bool) override { return state_->present() ? kIOReturnSuccess : kIOReturnNoDevice; }
+    IOReturn usbDeviceClose() override { return kIOReturnSuccess; }
+
+    IOReturn deviceRequestTO(platform::DeviceRequestTO& request) override {
+        request.wLenDone = 0;
+        if (!state_->present()) return kIOReturnNoDevice;
+        const bool stringRequest = request.bmRequestType == 0x80 && request.bRequest == 6 && (request.wValue >> 8) == 3;
+        if (stringRequest) {
+            const uint8_t index = static_cast<uint8_t>(request.wValue & 0xFF);
+            std::optional<std::vector<uint8_t>> descriptor;
+            if (index == 0) {
+                descriptor = std::vector<uint8_t>{4, 3, 0x09, 0x04};
+            } else {
+                const char* file = index == state_->info.iProduct        ? "product"
+                                   : index == state_->info.iManufacturer ? "manufacturer"
+                                   : index == state_->info.iSerialNumber ? "serial"
+                                                                         : nullptr;
+                if (file)
+                    if (const auto text = sysfs::readLine(state_->directory / file)) descriptor = stringDescriptor(*text);
+            }
+            if (descriptor) {
+                const size_t count = std::min<size_t>(descriptor->size(), request.wLength);
+                if (count && !request.pData) return kIOReturnBadArgument;
+                if (count) std::memcpy(request.pData, descriptor->data(), count);
+                request.wLenDone = static_cast<uint32_t>(count);
+                return kIOReturnSuccess;
+            }
+        }
+        if (state_->raw)
+            return state_->raw->controlRequest(state_->busNumber, state_->address, request,
+                                               request.completionTimeout ? request.completionTimeout : kRawTimeoutMs);
+        return kIOUSBPipeStalled;
+    }
+
+    IOReturn createInterfaceIterator(std::vector<std::shared_ptr<platform::UsbInterfaceService>>& interfaces) override {
+        if (!state_->present()) return kIOReturnNoDevice;
+        interfaces.clear();
+        for (const UsbInterfaceInfo& info : state_->info.interfaces)
+            interfaces.push_back(
+                std::make_shared<LinuxInterfaceService>(std::make_shared<LinuxUsbInterface>(state_, info)));
+        return kIOReturnSuccess;
+    }
+
+private:
+    std::shared_ptr<DeviceState> state_;
+};
+
+class LinuxDeviceService final : public platform::UsbDeviceService {
+public:
+    explicit LinuxDeviceService(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
+    uint16_t idVendor() const override { return state_->info.vendor; }
+    uint16_t idProduct() const override { return state_->info.product; }
+    IOReturn createPlugIn(bool& gotPlugIn) override {
+        gotPlugIn = state_->present();
+        return gotPlugIn ? kIOReturnSuccess : kIOReturnNoDevice;
+    }
+    IOReturn queryInterface(std::shared_ptr<platform::UsbDevice>& handle) override {
+        handle = std::make_shared<LinuxUsbDevice>(state_);
+        return kIOReturnSuccess;
+    }
+
+private:
+    std::shared_ptr<DeviceState> state_;
+};
+
+}  // namespace
+
+LinuxUsbHost::LinuxUsbHost(std::string sysfsRoot, std::string devRoot, VideoIoOpener* opener, RawUsbTransport* raw)
+    : sysfsRoot_(std::move(sysfsRoot)), devRoot_(std::move(devRoot)), opener_(opener), raw_(raw) {}
+
+IOReturn LinuxUsbHost::getMatchingServices(std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) {
+    services.clear();
+    const fs::path devices = fs::path(sysfsRoot_) / "bus" / "usb" / "devices";
+    std::error_code error;
+    std::vector<fs::path> directories;
+    for (const auto& entry : fs::directory_iterator(devices, error)) {
+        // Interfaces are listed here too ("1-2:1.0"); devices have no colon.
+        if (entry.path().filename().string().find(':') != std::string::npos) continue;
+        directories.push_back(entry.path());
+    }
+    // A machine without a USB bus has no such directory: no devices, not an error.
+    if (error && error != std::errc::no_such_file_or_directory) return kIOReturnNotPermitted;
+    std::sort(directories.begin(), directories.end());
+    for (const fs::path& directory : directories)
+        if (auto state = readDevice(directory, devRoot_, opener_, raw_))
+            services.push_back(std::make_shared<LinuxDeviceService>(std::move(state)));
+    return kIOReturnSuccess;
+}
+
+}  // namespace orvella::linuxplatform

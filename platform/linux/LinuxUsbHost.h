@@ -1,0 +1,44 @@
+#pragma once
+// The USB seam on Linux: devices and their descriptors from sysfs, control requests on a
+// VideoControl interface that uvcvideo holds translated to V4L2 ioctls on its capture node, and
+// requests on interfaces no driver holds sent through a raw transport (libusb).
+
+#include <memory>
+#include <string>
+
+#include "platform/Usb.h"
+#include "platform/linux/VideoIo.h"
+
+namespace orvella::linuxplatform {
+
+// Raw control transfers for devices whose interface no kernel driver holds.
+class RawUsbTransport {
+public:
+    virtual ~RawUsbTransport() = default;
+    // Sends a control request on endpoint 0 of the device at (bus, address).
+    virtual IOReturn controlRequest(unsigned busNumber, unsigned deviceAddress,
+                                    platform::ControlRequest& request, uint32_t timeoutMs) = 0;
+};
+
+class LinuxUsbHost final : public platform::UsbHost {
+public:
+    // `sysfsRoot` is normally "/sys" and `devRoot` "/dev"; tests point them at a tree of their
+    // own. The opener and the raw transport are borrowed; the transport may be null.
+    explicit LinuxUsbHost(std::string sysfsRoot = "/sys", std::string devRoot = "/dev",
+                          VideoIoOpener* opener = nullptr, RawUsbTransport* raw = nullptr);
+
+    IOReturn getMatchingServices(
+        std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) override;
+    using platform::UsbHost::getMatchingServices;
+
+    const std::string& sysfsRoot() const { return sysfsRoot_; }
+    const std::string& devRoot() const { return devRoot_; }
+
+private:
+    std::string sysfsRoot_;
+    std::string devRoot_;
+    VideoIoOpener* opener_;
+    RawUsbTransport* raw_;
+};
+
+}  // namespace orvella::linuxplatform

@@ -1,0 +1,413 @@
+#include "platform/linux/UvcV4l2Bridge.h"
+
+#include <linux/uvcvideo.h>
+#include <linux/videodev2.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <optional>
+
+namespace orvella::linuxplatform {
+
+namespace {
+
+constexpr uint8_t kSetCur = 0x01;
+constexpr uint8_t kGetCur = 0x81;
+constexpr uint8_t kGetMin = 0x82;
+constexpr uint8_t kGetMax = 0x83;
+constexpr uint8_t kGetRes = 0x84;
+constexpr uint8_t kGetLen = 0x85;
+constexpr uint8_t kGetInfo = 0x86;
+constexpr uint8_t kGetDef = 0x87;
+
+// How a UVC payload and its V4L2 controls relate.
+enum class Codec : uint8_t {
+    Integer,       // one integer in the whole payload
+    Boolean,       // bit 0 of one byte
+    AeMode,        // bitmap 1/2/4/8 <-> menu index 1/0/2/3
+    Menu,          // byte value == menu index (power-line frequency)
+    PanTilt,       // two signed 32-bit halves, two controls
+    Speed,         // (direction, speed) byte pairs, one control per pair (relative pan/tilt)
+    ZoomRelative,  // direction byte 0, digital zoom byte 1 (untouched), speed byte 2
+    Component,     // two 16-bit halves (blue, red), two controls
+};
+
+enum class Unit : uint8_t { Terminal, Processing };
+
+struct Mapping {
+    Unit unit;
+    uint8_t selector;
+    uint8_t bit;  // bmControls bit
+    uint8_t length;
+    bool isSigned;
+    Codec codec;
+    std::array<uint32_t, 2> ids;  // second is 0 for single-control mappings
+};
+
+// The controls uvcvideo maps to V4L2; everything else on a terminal or processing unit is out
+// of reach while the driver holds the interface.
+constexpr std::array kMappings{
+    Mapping{Unit::Terminal, 0x02, 1, 1, false, Codec::AeMode, {V4L2_CID_EXPOSURE_AUTO, 0}},
+    Mapping{Unit::Terminal, 0x03, 2, 1, false, Codec::Boolean, {V4L2_CID_EXPOSURE_AUTO_PRIORITY, 0}},
+    Mapping{Unit::Terminal, 0x04, 3, 4, false, Codec::Integer, {V4L2_CID_EXPOSURE_ABSOLUTE, 0}},
+    Mapping{Unit::Terminal, 0x06, 5, 2, false, Codec::Integer, {V4L2_CID_FOCUS_ABSOLUTE, 0}},
+    Mapping{Unit::Terminal, 0x08, 17, 1, false, Codec::Boolean, {V4L2_CID_FOCUS_AUTO, 0}},
+    Mapping{Unit::Terminal, 0x09, 7, 2, false, Codec::Integer, {V4L2_CID_IRIS_ABSOLUTE, 0}},
+    Mapping{Unit::Terminal, 0x0A, 8, 1, true, Codec::Integer, {V4L2_CID_IRIS_RELATIVE, 0}},
+    Mapping{Unit::Terminal, 0x0B, 9, 2, false, Codec::Integer, {V4L2_CID_ZOOM_ABSOLUTE, 0}},
+    Mapping{Unit::Terminal, 0x0C, 10, 3, true, Codec::ZoomRelative, {V4L2_CID_ZOOM_CONTINUOUS, 0}},
+    Mapping{Unit::Terminal, 0x0D, 11, 8, true, Codec::PanTilt, {V4L2_CID_PAN_ABSOLUTE, V4L2_CID_TILT_ABSOLUTE}},
+    Mapping{Unit::Terminal, 0x0E, 12, 4, true, Codec::Speed, {V4L2_CID_PAN_SPEED, V4L2_CID_TILT_SPEED}},
+    Mapping{Unit::Terminal, 0x11, 18, 1, false, Codec::Boolean, {V4L2_CID_PRIVACY, 0}},
+    Mapping{Unit::Processing, 0x01, 8, 2, false, Codec::Integer, {V4L2_CID_BACKLIGHT_COMPENSATION, 0}},
+    Mapping{Unit::Processing, 0x02, 0, 2, true, Codec::Integer, {V4L2_CID_BRIGHTNESS, 0}},
+    Mapping{Unit::Processing, 0x03, 1, 2, false, Codec::Integer, {V4L2_CID_CONTRAST, 0}},
+    Mapping{Unit::Processing, 0x04, 9, 2, false, Codec::Integer, {V4L2_CID_GAIN, 0}},
+    Mapping{Unit::Processing, 0x05, 10, 1, false, Codec::Menu, {V4L2_CID_POWER_LINE_FREQUENCY, 0}},
+    Mapping{Unit::Processing, 0x06, 2, 2, true, Codec::Integer, {V4L2_CID_HUE, 0}},
+    Mapping{Unit::Processing, 0x07, 3, 2, false, Codec::Integer, {V4L2_CID_SATURATION, 0}},
+    Mapping{Unit::Processing, 0x08, 4, 2, false, Codec::Integer, {V4L2_CID_SHARPNESS, 0}},
+    Mapping{Unit::Processing, 0x09, 5, 2, false, Codec::Integer, {V4L2_CID_GAMMA, 0}},
+    Mapping{Unit::Processing, 0x0A, 6, 2, false, Codec::Integer, {V4L2_CID_WHITE_BALANCE_TEMPERATURE, 0}},
+    Mapping{Unit::Processing, 0x0B, 12, 1, false, Codec::Boolean, {V4L2_CID_AUTO_WHITE_BALANCE, 0}},
+    Mapping{Unit::Processing, 0x0C, 7, 4, true, Codec::Component, {V4L2_CID_BLUE_BALANCE, V4L2_CID_RED_BALANCE}},
+    Mapping{Unit::Processing, 0x0D, 13, 1, false, Codec::Boolean, {V4L2_CID_AUTO_WHITE_BALANCE, 0}},
+    Mapping{Unit::Processing, 0x10, 11, 1, false, Codec::Boolean, {V4L2_CID_HUE_AUTO, 0}},
+};
+
+// Auto-exposure menu index <-> UVC mode bit.
+constexpr std::array<uint8_t, 4> kAeModeForIndex{0x02, 0x01, 0x04, 0x08};
+
+std::optional<int64_t> aeIndexForMode(int64_t mode) {
+    for (size_t i = 0; i < kAeModeForIndex.size(); ++i)
+        if (kAeModeForIndex[i] == mode) return static_cast<int64_t>(i);
+    return std::nullopt;
+}
+
+int64_t aeModeForIndex(int64_t index) {
+    // uvcvideo passes a value that is not one of the four modes through as the "index".
+    if (index >= 0 && index < 4) return kAeModeForIndex[static_cast<size_t>(index)];
+    return index;
+}
+
+const Mapping* findMapping(Unit unit, uint8_t selector) {
+    for (const Mapping& m : kMappings)
+        if (m.unit == unit && m.selector == selector) return &m;
+    return nullptr;
+}
+
+size_t controlCount(const Mapping& m) { return m.ids[1] ? 2 : 1; }
+
+using Payload = std::array<uint8_t, 8>;
+
+void putLE(Payload& p, size_t offset, size_t width, int64_t value) {
+    const uint64_t v = static_cast<uint64_t>(value);
+    for (size_t i = 0; i < width && offset + i < p.size(); ++i)
+        p[offset + i] = static_cast<uint8_t>(v >> (8 * i));
+}
+
+int64_t getLE(const Payload& p, size_t offset, size_t width, bool isSigned) {
+    uint64_t v = 0;
+    for (size_t i = 0; i < width && offset + i < p.size(); ++i)
+        v |= static_cast<uint64_t>(p[offset + i]) << (8 * i);
+    if (isSigned && width < 8) {
+        const uint64_t sign = uint64_t{1} << (width * 8 - 1);
+        v &= (sign << 1) - 1;
+        return static_cast<int64_t>((v ^ sign) - sign);
+    }
+    return static_cast<int64_t>(v);
+}
+
+// A relative move as one V4L2 value: 0 when stopped, +speed or -speed by direction. V4L2 has
+// no "move at the device's own speed": a direction with speed 0 becomes the slowest speed, 1.
+int64_t speedValue(uint8_t direction, uint8_t speed) {
+    if (direction == 0) return 0;
+    const int64_t magnitude = speed ? speed : 1;
+    return static_cast<int8_t>(direction) > 0 ? magnitude : -magnitude;
+}
+
+void putSpeed(Payload& p, size_t offset, int64_t value) {
+    p[offset] = value == 0 ? 0 : (value > 0 ? 0x01 : 0xFF);
+    p[offset + 1] = static_cast<uint8_t>(std::min<int64_t>(value < 0 ? -value : value, 255));
+}
+
+// The payload for a set of V4L2 values (cur, min, max, step or default), one per control.
+Payload encode(const Mapping& m, const std::array<int64_t, 2>& values) {
+    Payload p{};
+    switch (m.codec) {
+        case Codec::Integer:
+        case Codec::Menu:
+            putLE(p, 0, m.length, values[0]);
+            break;
+        case Codec::Boolean:
+            p[0] = values[0] ? 1 : 0;
+            break;
+        case Codec::AeMode:
+            p[0] = static_cast<uint8_t>(aeModeForIndex(values[0]));
+            break;
+        case Codec::PanTilt:
+            putLE(p, 0, 4, values[0]);
+            putLE(p, 4, 4, values[1]);
+            break;
+        case Codec::Speed:
+            putSpeed(p, 0, values[0]);
+            putSpeed(p, 2, values[1]);
+            break;
+        case Codec::ZoomRelative:
+            p[0] = values[0] == 0 ? 0 : (values[0] > 0 ? 0x01 : 0xFF);
+            p[2] = static_cast<uint8_t>(std::min<int64_t>(values[0] < 0 ? -values[0] : values[0], 255));
+            break;
+        case Codec::Component:
+            putLE(p, 0, 2, values[0]);
+            putLE(p, 2, 2, values[1]);
+            break;
+    }
+    return p;
+}
+
+// The V4L2 values for a payload written with SET_CUR; nullopt when the payload names no value
+// the control can take (an auto-exposure byte that is not exactly one mode).
+std::optional<std::array<int64_t, 2>> decode(const Mapping& m, const Payload& p) {
+    switch (m.codec) {
+        case Codec::Integer:
+        case Codec::Menu:
+            return std::array<int64_t, 2>{getLE(p, 0, m.length, m.isSigned), 0};
+        case Codec::Boolean:
+            return std::array<int64_t, 2>{p[0] & 1, 0};
+        case Codec::AeMode: {
+            const auto index = aeIndexForMode(p[0]);
+            if (!index) return std::nullopt;
+            return std::array<int64_t, 2>{*index, 0};
+        }
+        case Codec::PanTilt:
+            return std::array<int64_t, 2>{getLE(p, 0, 4, true), getLE(p, 4, 4, true)};
+        case Codec::Speed:
+            return std::array<int64_t, 2>{speedValue(p[0], p[1]), speedValue(p[2], p[3])};
+        case Codec::ZoomRelative:
+            return std::array<int64_t, 2>{speedValue(p[0], p[2]), 0};
+        case Codec::Component:
+            return std::array<int64_t, 2>{getLE(p, 0, 2, true), getLE(p, 2, 2, true)};
+    }
+    return std::nullopt;
+}
+
+// Copies at most the control's length of the payload into the request's buffer.
+IOReturn answer(platform::ControlRequest& request, const uint8_t* bytes, size_t length) {
+    const size_t count = std::min<size_t>(length, request.wLength);
+    if (count && !request.pData) return kIOReturnBadArgument;
+    if (count) std::memcpy(request.pData, bytes, count);
+    request.wLenDone = static_cast<uint32_t>(count);
+    return kIOReturnSuccess;
+}
+
+class Translator {
+public:
+    Translator(const Mapping& m, VideoIo& io) : m_(m), io_(io) {}
+
+    IOReturn get(platform::ControlRequest& request) {
+        switch (request.bRequest) {
+            case kGetCur:
+                return current(request);
+            case kGetMin:
+            case kGetMax:
+            case kGetRes:
+            case kGetDef:
+                return range(request);
+            case kGetInfo:
+                return info(request);
+            case kGetLen: {
+                const uint8_t length[2] = {m_.length, 0};
+                return answer(request, length, 2);
+            }
+            default:
+                return kIOUSBPipeStalled;
+        }
+    }
+
+    IOReturn set(platform::ControlRequest& request) {
+        if (request.bRequest != kSetCur || request.wLength < m_.length || !request.pData)
+            return kIOUSBPipeStalled;
+        Payload p{};
+        std::memcpy(p.data(), request.pData, m_.length);
+        const auto values = decode(m_, p);
+        if (!values) return kIOUSBPipeStalled;
+        // Every control of the selector in one call, so the driver sends one SET_CUR.
+        v4l2_ext_control controls[2] = {};
+        for (size_t i = 0; i < controlCount(m_); ++i) {
+            controls[i].id = m_.ids[i];
+            controls[i].value64 = 0;
+            controls[i].value = static_cast<int32_t>((*values)[i]);
+        }
+        v4l2_ext_controls list{};
+        list.which = V4L2_CTRL_WHICH_CUR_VAL;
+        list.count = static_cast<uint32_t>(controlCount(m_));
+        list.controls = controls;
+        const int result = io_.ioctl(VIDIOC_S_EXT_CTRLS, &list);
+        if (result < 0) return ioReturnForErrno(-result);
+        request.wLenDone = m_.length;
+        return kIOReturnSuccess;
+    }
+
+private:
+    IOReturn current(platform::ControlRequest& request) {
+        v4l2_ext_control controls[2] = {};
+        for (size_t i = 0; i < controlCount(m_); ++i) controls[i].id = m_.ids[i];
+        v4l2_ext_controls list{};
+        list.which = V4L2_CTRL_WHICH_CUR_VAL;
+        list.count = static_cast<uint32_t>(controlCount(m_));
+        list.controls = controls;
+        const int result = io_.ioctl(VIDIOC_G_EXT_CTRLS, &list);
+        if (result < 0) return ioReturnForErrno(-result);
+        const Payload p = encode(m_, {controls[0].value, controls[1].value});
+        return answer(request, p.data(), m_.length);
+    }
+
+    IOReturn query(uint32_t id, v4l2_query_ext_ctrl& out) {
+        out = {};
+        out.id = id;
+        const int result = io_.ioctl(VIDIOC_QUERY_EXT_CTRL, &out);
+        return result < 0 ? ioReturnForErrno(-result) : kIOReturnSuccess;
+    }
+
+    IOReturn range(platform::ControlRequest& request) {
+        std::array<int64_t, 2> values{};
+        if (m_.codec == Codec::AeMode) {
+            // The device answers only RES (the offered modes) and DEF for this control.
+            if (request.bRequest == kGetRes) return offeredAeModes(request);
+            if (request.bRequest != kGetDef) return kIOUSBPipeStalled;
+        }
+        for (size_t i = 0; i < controlCount(m_); ++i) {
+            v4l2_query_ext_ctrl q;
+            if (const IOReturn status = query(m_.ids[i], q); status != kIOReturnSuccess) return status;
+            switch (request.bRequest) {
+                case kGetMin:
+                    values[i] = q.minimum;
+                    break;
+                case kGetMax:
+                    values[i] = q.maximum;
+                    break;
+                case kGetRes:
+                    values[i] = static_cast<int64_t>(q.step);
+                    break;
+                default:
+                    values[i] = q.default_value;
+                    break;
+            }
+        }
+        Payload p = encode(m_, values);
+        // A relative move's range is a speed range: the driver's negative minimum stands for
+        // the slowest speed, not a direction.
+        if (m_.codec == Codec::Speed) {
+            p[0] = p[2] = 0;
+        } else if (m_.codec == Codec::ZoomRelative) {
+            p[0] = 0;
+        }
+        return answer(request, p.data(), m_.length);
+    }
+
+    IOReturn offeredAeModes(platform::ControlRequest& request) {
+        uint8_t modes = 0;
+        for (uint32_t index = 0; index < kAeModeForIndex.size(); ++index) {
+            v4l2_querymenu menu{};
+            menu.id = m_.ids[0];
+            menu.index = index;
+            const int result = io_.ioctl(VIDIOC_QUERYMENU, &menu);
+            if (result == 0)
+                modes |= kAeModeForIndex[index];
+            else if (result != -EINVAL)
+                return ioReturnForErrno(-result);
+        }
+        return answer(request, &modes, 1);
+    }
+
+    IOReturn info(platform::ControlRequest& request) {
+        uint8_t bits = 0x03;  // GET and SET
+        for (size_t i = 0; i < controlCount(m_); ++i) {
+            v4l2_query_ext_ctrl q;
+            if (const IOReturn status = query(m_.ids[i], q); status != kIOReturnSuccess) return status;
+            if (q.flags & V4L2_CTRL_FLAG_WRITE_ONLY) bits &= static_cast<uint8_t>(~0x01);
+            if (q.flags & V4L2_CTRL_FLAG_READ_ONLY) bits &= static_cast<uint8_t>(~0x02);
+            if (q.flags & V4L2_CTRL_FLAG_INACTIVE) bits |= 0x04;  // governed by an automatic mode
+        }
+        return answer(request, &bits, 1);
+    }
+
+    const Mapping& m_;
+    VideoIo& io_;
+};
+
+}  // namespace
+
+UvcUnits UvcUnits::fromDescriptors(const std::vector<platform::Descriptor>& descriptors) {
+    UvcUnits units;
+    auto bitmap = [](const platform::Descriptor& d, size_t sizeAt) {
+        uint32_t bits = 0;
+        const size_t size = d[sizeAt];
+        for (size_t i = 0; i < size && i < 4 && sizeAt + 1 + i < d.size(); ++i)
+            bits |= static_cast<uint32_t>(d[sizeAt + 1 + i]) << (8 * i);
+        return bits;
+    };
+    for (const platform::Descriptor& d : descriptors) {
+        if (d.size() < 4 || d[1] != 0x24) continue;
+        switch (d[2]) {
+            case 0x02:  // input terminal; only the camera sensor type has controls
+                if (d.size() >= 15 && d[4] == 0x01 && d[5] == 0x02) {
+                    units.cameraTerminal = d[3];
+                    units.cameraTerminalControls = bitmap(d, 14);
+                }
+                break;
+            case 0x05:
+                if (d.size() >= 8) {
+                    units.processingUnit = d[3];
+                    units.processingUnitControls = bitmap(d, 7);
+                }
+                break;
+            case 0x06:
+                units.extensionUnits.push_back(d[3]);
+                break;
+            default:
+                break;
+        }
+    }
+    return units;
+}
+
+IOReturn UvcV4l2Bridge::controlRequest(platform::ControlRequest& request) {
+    request.wLenDone = 0;
+    const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
+    const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
+    const bool isGet = request.bmRequestType == 0xA1;
+    if ((!isGet && request.bmRequestType != 0x21) || (request.wValue & 0xFF) != 0)
+        return kIOUSBPipeStalled;
+
+    std::optional<Unit> kind;
+    if (unit != 0 && unit == units_.cameraTerminal) kind = Unit::Terminal;
+    if (unit != 0 && unit == units_.processingUnit) kind = Unit::Processing;
+    if (kind) {
+        const Mapping* m = findMapping(*kind, selector);
+        // Controls the driver does not map, or that another selector shadows, are out of reach.
+        if (!m) return kIOUSBPipeStalled;
+        if (*kind == Unit::Processing && selector == 0x0D && (units_.processingUnitControls & (1u << 12)))
+            return kIOUSBPipeStalled;
+        Translator translator(*m, io_);
+        return isGet ? translator.get(request) : translator.set(request);
+    }
+
+    // Extension units (and anything else) go to the driver unchanged.
+    uvc_xu_control_query query{};
+    query.unit = unit;
+    query.selector = selector;
+    query.query = request.bRequest;
+    query.size = request.wLength;
+    query.data = static_cast<uint8_t*>(request.pData);
+    const int result = io_.ioctl(UVCIOC_CTRL_QUERY, &query);
+    if (result < 0) return ioReturnForErrno(-result);
+    // A positive result is the byte count of a short answer.
+    request.wLenDone = result > 0 ? std::min<uint32_t>(static_cast<uint32_t>(result), request.wLength)
+                                  : request.wLength;
+    return kIOReturnSuccess;
+}
+
+}  // namespace orvella::linuxplatform

@@ -1,0 +1,97 @@
+#include "platform/linux/VideoIo.h"
+
+#include <fcntl.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace orvella::linuxplatform {
+
+namespace {
+
+class PosixVideoIo final : public VideoIo {
+public:
+    explicit PosixVideoIo(int fd) : fd_(fd) {}
+    ~PosixVideoIo() override { ::close(fd_); }
+    PosixVideoIo(const PosixVideoIo&) = delete;
+    PosixVideoIo& operator=(const PosixVideoIo&) = delete;
+
+    int ioctl(unsigned long request, void* argument) override {
+        int result;
+        do {
+            result = ::ioctl(fd_, request, argument);
+        } while (result < 0 && errno == EINTR);
+        return result < 0 ? -errno : result;
+    }
+
+private:
+    int fd_;
+};
+
+}  // namespace
+
+std::unique_ptr<VideoIo> PosixVideoIoOpener::open(const std::string& path, int* error) {
+    const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    if (fd < 0) {
+        if (error) *error = errno;
+        return nullptr;
+    }
+    return std::make_unique<PosixVideoIo>(fd);
+}
+
+PosixVideoIoOpener& PosixVideoIoOpener::shared() {
+    static PosixVideoIoOpener opener;
+    return opener;
+}
+
+IOReturn ioReturnForErrno(int error) {
+    switch (error) {
+        case 0:
+            return kIOReturnSuccess;
+        case ENODEV:
+        case ENXIO:
+        case ESHUTDOWN:
+        case EPROTO:
+            return kIOReturnNoDevice;
+        case ETIMEDOUT:
+        case EBUSY:
+        case EAGAIN:
+            return kIOReturnNotResponding;
+        case EPIPE:     // stall without an explanation
+        case EILSEQ:    // wrong state (kernels before 6.3)
+        case EACCES:    // wrong state, read-only or inactive control
+        case ERANGE:    // out of range
+        case EINVAL:    // invalid value, or no such control on the node
+        case EIO:       // invalid unit, control or request
+        case EREMOTE:   // power
+        case ENOENT:    // no such extension unit or selector
+        case EBADRQC:   // request the control does not support
+        case ENOBUFS:   // wrong length for the control
+        case ENOTTY:    // not a node with controls
+            return kIOUSBPipeStalled;
+        case EPERM:
+            return kIOReturnNotPermitted;
+        case ENOMEM:
+            return kIOReturnNoMemory;
+        case EFAULT:
+            return kIOReturnBadArgument;
+        case EOVERFLOW:
+            return kIOReturnOverrun;
+        default:
+            return kIOReturnError;
+    }
+}
+
+std::string openFailureText(const std::string& path, int error) {
+    std::string text = "cannot open " + path + ": " + std::strerror(error);
+    if (error == EACCES || error == EPERM)
+        text += " (add your user to the 'video' group with 'sudo usermod -aG video $USER' and "
+                "log in again)";
+    else if (error == EBUSY)
+        text += " (another program holds the camera)";
+    return text;
+}
+
+}  // namespace orvella::linuxplatform

@@ -1,0 +1,41 @@
+#pragma once
+// The one door through which the Linux backend talks to a V4L2 device node: every ioctl goes
+// through VideoIo, so the UVC translation is tested with a fake device and no kernel.
+
+#include <memory>
+#include <string>
+
+#include "platform/IOReturn.h"
+
+namespace orvella::linuxplatform {
+
+class VideoIo {
+public:
+    virtual ~VideoIo() = default;
+    // Returns the ioctl's non-negative result, or -errno.
+    virtual int ioctl(unsigned long request, void* argument) = 0;
+};
+
+class VideoIoOpener {
+public:
+    virtual ~VideoIoOpener() = default;
+    // Opens a device node for reading and writing; null with *error = errno on failure.
+    virtual std::unique_ptr<VideoIo> open(const std::string& path, int* error) = 0;
+};
+
+// Opens real device nodes.
+class PosixVideoIoOpener final : public VideoIoOpener {
+public:
+    std::unique_ptr<VideoIo> open(const std::string& path, int* error) override;
+    static PosixVideoIoOpener& shared();
+};
+
+// The status the camera core expects for an errno of a control ioctl or transfer:
+// device gone -> no device; no answer in time or busy -> not responding (the core then wakes
+// the device and retries once); refused by driver or device -> stall.
+IOReturn ioReturnForErrno(int error);
+
+// A one-line explanation of why a device node could not be opened, with what to do about it.
+std::string openFailureText(const std::string& path, int error);
+
+}  // namespace orvella::linuxplatform
