@@ -11,6 +11,7 @@
 
 #include "camera/QTCamera.h"
 #include "platform/Log.h"
+#include "platform/linux/LinuxPlatform.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/CameraReport.h"
 #include "tools/CtlControls.h"
@@ -56,7 +57,9 @@ exposure knob; hue in resolution steps; pan and tilt written in resolution steps
 device units; a relative step for IrisRelative; the LED index 0 (automatic), 1 (on) or 2 (off).
 The camera decides what happens to a value outside the control's range.
 
-Without --virtual or --demo there is no camera: the backend for real cameras is not built yet.
+Without --virtual or --demo, orvellactl works on the cameras plugged into this machine: the
+V4L2 capture nodes of the uvcvideo driver (/dev/videoN; your user needs access to them, usually
+through the 'video' group) and, for cameras no driver holds, raw USB through libusb.
 
 Exit status: 0 success, 1 a camera, file or control operation failed, 2 a usage error.
 Errors are one line on standard error. JSON output is described in docs/orvellactl.md.
@@ -161,7 +164,8 @@ class ScopedSink {
     log::Sink* previous_;
 };
 
-// The cameras of one run, over the virtual platform. The platform outlives the cameras.
+// The cameras of one run, over the virtual platform or the machine's own cameras. The platforms
+// outlive the cameras.
 class Session {
   public:
     Session(std::ostream& out, std::ostream& err) : out_(out), err_(err) {}
@@ -175,6 +179,7 @@ class Session {
         }
         for (const QString& file : options.virtualFiles)
             if (!platform_.addDefinitionFile(file, &error)) return Failure{error};
+        if (!options.demo && options.virtualFiles.isEmpty()) return loadRealCameras();
         buildCameras();
         return std::nullopt;
     }
@@ -212,6 +217,26 @@ class Session {
     std::ostream& err() { return err_; }
 
   private:
+    // The cameras of this machine. One whose node cannot be opened is left out with the reason;
+    // when that leaves none, the reason is the error.
+    std::optional<Failure> loadRealCameras() {
+        real_ = std::make_unique<linuxplatform::LinuxPlatform>();
+        const platform::Platform services = real_->platform();
+        std::optional<std::string> problem;
+        for (const auto& device : real_->capture().scan()) {
+            if (const auto access = device->accessProblem()) {
+                err_ << "orvellactl: " << *access << '\n';
+                problem = access;
+                continue;
+            }
+            auto camera = QTCamera::initWithQTCaptureDevice(services, device);
+            if (camera->qtCaptureDevice()) cameras_.push_back(std::move(camera));
+        }
+        if (cameras_.empty() && problem)
+            return Failure{QStringLiteral("no camera can be opened")};
+        return std::nullopt;
+    }
+
     // Built-in cameras go through their media-device object, USB cameras through USB. A camera
     // that construction gives up on (no USB device for a vendor 0x046D camera) is dropped.
     void buildCameras() {
@@ -235,6 +260,7 @@ class Session {
     std::ostream& out_;
     std::ostream& err_;
     virtualcam::VirtualPlatform platform_;
+    std::unique_ptr<linuxplatform::LinuxPlatform> real_;
     std::vector<std::unique_ptr<QTCamera>> cameras_;
 };
 
@@ -392,10 +418,6 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
                           kExitUsage});
     if (options.json && command->run != commandShow)
         return fail(err, {QStringLiteral("--json goes with show only"), kExitUsage});
-    if (options.virtualFiles.isEmpty() && !options.demo)
-        return fail(err, {QStringLiteral("no real-camera backend is built yet; try --demo for the "
-                                         "bundled virtual camera, or --virtual FILE")});
-
     log::NullSink quiet;
     StreamSink verbose(err);
     ScopedSink sink(options.verbose ? static_cast<log::Sink&>(verbose) : quiet);

@@ -253,6 +253,7 @@ public:
     explicit LinuxDeviceService(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
     uint16_t idVendor() const override { return state_->info.vendor; }
     uint16_t idProduct() const override { return state_->info.product; }
+    const fs::path& directory() const { return state_->directory; }
     IOReturn createPlugIn(bool& gotPlugIn) override {
         gotPlugIn = state_->present();
         return gotPlugIn ? kIOReturnSuccess : kIOReturnNoDevice;
@@ -288,6 +289,30 @@ IOReturn LinuxUsbHost::getMatchingServices(std::vector<std::shared_ptr<platform:
         if (auto state = readDevice(directory, devRoot_, opener_, raw_))
             services.push_back(std::make_shared<LinuxDeviceService>(std::move(state)));
     return kIOReturnSuccess;
+}
+
+void LinuxUsbHost::rescan() {
+    std::vector<std::shared_ptr<platform::UsbDeviceService>> now;
+    if (getMatchingServices(now) != kIOReturnSuccess) return;
+    auto directoryOf = [](const std::shared_ptr<platform::UsbDeviceService>& service) {
+        return static_cast<const LinuxDeviceService&>(*service).directory();
+    };
+    auto contains = [&](const std::vector<std::shared_ptr<platform::UsbDeviceService>>& list,
+                        const std::shared_ptr<platform::UsbDeviceService>& service) {
+        return std::any_of(list.begin(), list.end(), [&](const auto& other) {
+            return directoryOf(other) == directoryOf(service) && other->idVendor() == service->idVendor() &&
+                   other->idProduct() == service->idProduct();
+        });
+    };
+    std::vector<std::shared_ptr<platform::UsbDeviceService>> gone, added;
+    for (const auto& old : known_)
+        if (!contains(now, old)) gone.push_back(old);
+    for (const auto& service : now)
+        if (!contains(known_, service)) added.push_back(service);
+    known_ = std::move(now);
+    if (!observer_) return;
+    for (const auto& service : gone) observer_->usbDeviceRemoved(service);
+    for (const auto& service : added) observer_->usbDeviceAdded(service);
 }
 
 }  // namespace orvella::linuxplatform

@@ -5,20 +5,15 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
+#include "platform/RawUsbTransport.h"
 #include "platform/Usb.h"
 #include "platform/linux/VideoIo.h"
 
 namespace orvella::linuxplatform {
 
-// Raw control transfers for devices whose interface no kernel driver holds.
-class RawUsbTransport {
-public:
-    virtual ~RawUsbTransport() = default;
-    // Sends a control request on endpoint 0 of the device at (bus, address).
-    virtual IOReturn controlRequest(unsigned busNumber, unsigned deviceAddress,
-                                    platform::ControlRequest& request, uint32_t timeoutMs) = 0;
-};
+using platform::RawUsbTransport;
 
 class LinuxUsbHost final : public platform::UsbHost {
 public:
@@ -31,6 +26,10 @@ public:
         std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) override;
     using platform::UsbHost::getMatchingServices;
 
+    // Reads the devices present now and tells the matching observer about devices that
+    // appeared or went away since the last rescan (the first rescan reports every device).
+    void rescan();
+
     const std::string& sysfsRoot() const { return sysfsRoot_; }
     const std::string& devRoot() const { return devRoot_; }
 
@@ -39,6 +38,7 @@ private:
     std::string devRoot_;
     VideoIoOpener* opener_;
     RawUsbTransport* raw_;
+    std::vector<std::shared_ptr<platform::UsbDeviceService>> known_;
 };
 
 }  // namespace orvella::linuxplatform

@@ -1,0 +1,135 @@
+#include "platform/linux/V4l2CaptureDevices.h"
+
+#include <linux/videodev2.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+#include <system_error>
+
+#include "platform/CaptureIdentity.h"
+#include "platform/linux/Sysfs.h"
+#include "platform/linux/UsbDescriptors.h"
+
+namespace orvella::linuxplatform {
+
+namespace fs = std::filesystem;
+
+V4l2CaptureDevice::V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name,
+                                     uint32_t locationID, uint16_t vendor, uint16_t product,
+                                     VideoIoOpener& opener)
+    : devicePath_(std::move(devicePath)),
+      usbDirectory_(std::move(usbDirectory)),
+      name_(std::move(name)),
+      locationID_(locationID),
+      vendor_(vendor),
+      product_(product),
+      uniqueID_(platform::usbCaptureUniqueID(locationID, vendor, product)),
+      modelUniqueID_(platform::usbCaptureModelUniqueID(vendor, product)),
+      opener_(opener) {}
+
+std::vector<platform::CaptureFormatDescription> V4l2CaptureDevice::formatDescriptions() const {
+    int error = 0;
+    auto io = opener_.open(devicePath_, &error);
+    if (!io) return {};
+    v4l2_format format{};
+    format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    if (io->ioctl(VIDIOC_G_FMT, &format) < 0) return {};
+    platform::CaptureFormatDescription description;
+    // V4L2 packs the four characters little-endian; the seam wants the first character on top.
+    const uint32_t p = format.fmt.pix.pixelformat;
+    description.formatType = ((p & 0xFF) << 24) | ((p >> 8 & 0xFF) << 16) | ((p >> 16 & 0xFF) << 8) | (p >> 24);
+    description.width = static_cast<int32_t>(format.fmt.pix.width);
+    description.height = static_cast<int32_t>(format.fmt.pix.height);
+    const char code[5] = {static_cast<char>(p & 0xFF), static_cast<char>(p >> 8 & 0xFF),
+                          static_cast<char>(p >> 16 & 0xFF), static_cast<char>(p >> 24 & 0xFF), 0};
+    description.localizedFormatSummary =
+        QStringLiteral("%1, %2 x %3").arg(QString::fromLatin1(code)).arg(description.width).arg(description.height);
+    return {description};
+}
+
+std::optional<std::string> V4l2CaptureDevice::accessProblem() const {
+    int error = 0;
+    if (opener_.open(devicePath_, &error)) return std::nullopt;
+    return openFailureText(devicePath_, error);
+}
+
+V4l2CaptureDeviceSystem::V4l2CaptureDeviceSystem(std::string sysfsRoot, std::string devRoot, VideoIoOpener* opener)
+    : sysfsRoot_(std::move(sysfsRoot)),
+      devRoot_(std::move(devRoot)),
+      opener_(opener ? *opener : PosixVideoIoOpener::shared()) {}
+
+std::vector<std::shared_ptr<V4l2CaptureDevice>> V4l2CaptureDeviceSystem::scan() {
+    std::vector<std::shared_ptr<V4l2CaptureDevice>> devices;
+    std::set<fs::path> interfacesSeen;
+    std::vector<fs::path> nodes;
+    std::error_code error;
+    for (const auto& entry : fs::directory_iterator(fs::path(sysfsRoot_) / "class" / "video4linux", error))
+        nodes.push_back(entry.path());
+    // video2 before video10.
+    std::sort(nodes.begin(), nodes.end(), [](const fs::path& a, const fs::path& b) {
+        const std::string x = a.filename().string(), y = b.filename().string();
+        return x.size() != y.size() ? x.size() < y.size() : x < y;
+    });
+    for (const fs::path& node : nodes) {
+        // The node's device is the VideoControl interface; its parent is the USB device.
+        const fs::path interface = fs::canonical(node / "device", error);
+        if (error || !interfacesSeen.insert(interface).second) continue;
+        const auto capture = captureNodeOf(interface, devRoot_, opener_);
+        if (!capture) continue;
+        const fs::path usb = interface.parent_path();
+        const auto bus = sysfs::readNumber(usb / "busnum", 10);
+        const auto vendor = sysfs::readNumber(usb / "idVendor", 16);
+        const auto product = sysfs::readNumber(usb / "idProduct", 16);
+        if (!bus || !vendor || !product) continue;
+        const uint32_t location = locationIDFor(static_cast<unsigned>(*bus), sysfs::readLine(usb / "devpath").value_or(""));
+        devices.push_back(std::make_shared<V4l2CaptureDevice>(
+            capture->devicePath, usb.string(), QString::fromStdString(capture->name), location,
+            static_cast<uint16_t>(*vendor), static_cast<uint16_t>(*product), opener_));
+    }
+    return devices;
+}
+
+std::vector<std::shared_ptr<platform::CaptureDevice>> V4l2CaptureDeviceSystem::inputDevicesWithMediaType(
+    platform::MediaType type) {
+    std::vector<std::shared_ptr<platform::CaptureDevice>> devices;
+    if (type != platform::MediaType::Video) return devices;
+    for (auto& device : scan()) devices.push_back(std::move(device));
+    return devices;
+}
+
+void V4l2CaptureDeviceSystem::rescan(bool* pending) {
+    bool waiting = false;
+    std::vector<std::shared_ptr<V4l2CaptureDevice>> now;
+    for (auto& device : scan()) {
+        const bool known = std::any_of(known_.begin(), known_.end(),
+                                       [&](const auto& k) { return k->uniqueID() == device->uniqueID(); });
+        if (!known && device->accessProblem()) {
+            waiting = true;  // not usable yet; look again on the next rescan
+            continue;
+        }
+        now.push_back(std::move(device));
+    }
+    std::vector<std::shared_ptr<V4l2CaptureDevice>> gone;
+    for (const auto& old : known_) {
+        const bool still = std::any_of(now.begin(), now.end(), [&](const auto& n) { return n->uniqueID() == old->uniqueID(); });
+        if (!still) gone.push_back(old);
+    }
+    std::vector<std::shared_ptr<V4l2CaptureDevice>> added;
+    for (auto& device : now) {
+        const auto old = std::find_if(known_.begin(), known_.end(),
+                                      [&](const auto& k) { return k->uniqueID() == device->uniqueID(); });
+        if (old == known_.end())
+            added.push_back(device);
+        else
+            device = *old;  // keep the object observers already hold
+    }
+    known_ = std::move(now);
+    if (observer_) {
+        for (const auto& device : gone) observer_->captureDeviceDisconnected(device);
+        for (const auto& device : added) observer_->captureDeviceConnected(device);
+    }
+    if (pending) *pending = waiting;
+}
+
+}  // namespace orvella::linuxplatform

@@ -1,0 +1,71 @@
+#pragma once
+// Capture devices on Linux: the V4L2 capture nodes that uvcvideo creates (not its metadata
+// nodes), one per camera, with the identity strings other platforms give the same camera.
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/CaptureDevice.h"
+#include "platform/linux/VideoIo.h"
+
+namespace orvella::linuxplatform {
+
+class V4l2CaptureDevice final : public platform::CaptureDevice {
+public:
+    V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name, uint32_t locationID,
+                      uint16_t vendor, uint16_t product, VideoIoOpener& opener);
+
+    QString uniqueID() const override { return uniqueID_; }
+    QString modelUniqueID() const override { return modelUniqueID_; }
+    QString localizedDisplayName() const override { return name_; }
+    bool hasMediaType(platform::MediaType type) const override { return type == platform::MediaType::Video; }
+    // The node's current format (VIDIOC_G_FMT); empty when the node cannot be opened.
+    std::vector<platform::CaptureFormatDescription> formatDescriptions() const override;
+
+    const std::string& devicePath() const { return devicePath_; }
+    const std::string& usbDirectory() const { return usbDirectory_; }
+    uint32_t locationID() const { return locationID_; }
+    uint16_t vendorID() const { return vendor_; }
+    uint16_t productID() const { return product_; }
+    // Why the node cannot be opened for reading and writing, with what to do; nullopt if it can.
+    std::optional<std::string> accessProblem() const;
+
+private:
+    std::string devicePath_;
+    std::string usbDirectory_;
+    QString name_;
+    uint32_t locationID_;
+    uint16_t vendor_;
+    uint16_t product_;
+    QString uniqueID_;
+    QString modelUniqueID_;
+    VideoIoOpener& opener_;
+};
+
+class V4l2CaptureDeviceSystem final : public platform::CaptureDeviceSystem {
+public:
+    // The opener is borrowed (null = real device nodes).
+    explicit V4l2CaptureDeviceSystem(std::string sysfsRoot = "/sys", std::string devRoot = "/dev",
+                                     VideoIoOpener* opener = nullptr);
+
+    std::vector<std::shared_ptr<platform::CaptureDevice>> inputDevicesWithMediaType(
+        platform::MediaType type) override;
+
+    // Reads the cameras present now, in node order.
+    std::vector<std::shared_ptr<V4l2CaptureDevice>> scan();
+
+    // Rescans and tells the observer about cameras that appeared or went away since the last
+    // rescan. A camera whose node cannot be opened yet (udev still setting permissions) is held
+    // back until a later rescan finds it usable; `pending` says whether one is waiting.
+    void rescan(bool* pending = nullptr);
+
+private:
+    std::string sysfsRoot_;
+    std::string devRoot_;
+    VideoIoOpener& opener_;
+    std::vector<std::shared_ptr<V4l2CaptureDevice>> known_;
+};
+
+}  // namespace orvella::linuxplatform
