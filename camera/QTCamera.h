@@ -24,6 +24,11 @@ namespace platform {
 class CaptureDevice;
 }
 
+// How a camera's controls are reached (cameraType).
+constexpr uint32_t kCameraTypeUsb = 0;          // capture device reached over USB
+constexpr uint32_t kCameraTypeUsbOnly = 1;      // built from USB identifiers, no capture device
+constexpr uint32_t kCameraTypeMediaDevice = 2;  // built-in camera, media-device control objects
+
 class QTCamera {
 public:
     // A bare camera object bound to the given services, with nothing looked up yet.

@@ -19,10 +19,6 @@ constexpr uint16_t kProductConferenceCam = 0x0837;
 constexpr uint16_t kLanguageEnglishUS = 0x0409;
 constexpr uint16_t kProductStringBufferSize = 256;
 
-constexpr uint32_t kCameraTypeUsb = 0;
-constexpr uint32_t kCameraTypeUsbOnly = 1;
-constexpr uint32_t kCameraTypeMediaDevice = 2;
-
 // Scans `text` as the literal `prefix` followed by a hexadecimal number, the way scanf's
 // "<prefix>%llx" does: blanks, a sign and a second "0x" are accepted after the prefix, and a
 // number too large saturates. Nothing when the prefix does not match or no digit follows.

@@ -20,7 +20,9 @@ std::string definition(const std::string& vendor, const std::string& product,
            extra + "}";
 }
 
-std::string interfaces(const std::string& list) { return R"(, "interfaces": [)" + list + "]"; }
+std::string interfaces(const std::string& list) {
+    return R"(, "interfaces": [)" + list + "]";
+}
 
 TEST(InterfaceLookup, ControlInterfaceNumberReachesEveryRequest) {
     VirtualRig rig;
@@ -41,7 +43,8 @@ TEST(InterfaceLookup, VendorSpecificClassOnlyForTheTwoVendors) {
         R"({"class": 255, "subclass": 1, "number": 0}, {"class": 255, "subclass": 2, "number": 1})");
     for (const char* vendor : {"0x046d", "0x199e", "0x1234"}) {
         VirtualRig rig;
-        auto device = rig.add(cameraFromJson(definition(vendor, "0x0001", "0x14100000", vendorSpecific)));
+        auto device =
+            rig.add(cameraFromJson(definition(vendor, "0x0001", "0x14100000", vendorSpecific)));
         auto camera = rig.open(*device);
         const bool accepted = std::string(vendor) != "0x1234";
         EXPECT_EQ(camera->controlInterface != nullptr, accepted) << vendor;
@@ -85,8 +88,8 @@ TEST(InterfaceLookup, LastQualifyingInterfaceWins) {
 TEST(DeviceLookup, ByLocationWakesTheDeviceAndKeepsItsHandle) {
     VirtualRig rig;
     auto other = rig.add(cameraFromJson(definition("0x046d", "0x0825", "0x14100000")));
-    auto device = rig.add(cameraFromJson(
-        definition("0x046d", "0x0825", "0x1a200000", R"(, "suspended": true)")));
+    auto device = rig.add(
+        cameraFromJson(definition("0x046d", "0x0825", "0x1a200000", R"(, "suspended": true)")));
     auto camera = rig.open(*device);
     ASSERT_TRUE(camera->devCamera);
     uint32_t location = 0;
@@ -121,7 +124,8 @@ TEST(DeviceLookup, ByVendorAndProductComparesTheProductSignExtended) {
 
     // The location lookup has no such limit.
     QTCamera byLocation(rig.platform);
-    byLocation.getControlInferace(&byLocation.controlInterface, &byLocation.streamInterface, 0x14100000u);
+    byLocation.getControlInferace(&byLocation.controlInterface, &byLocation.streamInterface,
+                                  0x14100000u);
     EXPECT_TRUE(byLocation.controlInterface);
 }
 
@@ -137,23 +141,27 @@ TEST(DeviceLookup, FindUSBDeviceWithVIDReturnsTheFirstMatch) {
 
 TEST(DeviceLookup, DevicesWithoutAPlugInAreSkippedWithALogLine) {
     VirtualRig rig;
-    rig.add(cameraFromJson(definition("0x046d", "0x0825", "0x1a200000",
-                                      R"(, "faults": {"plugIn": "0xe00002be"})")));
+    rig.add(cameraFromJson(
+        definition("0x046d", "0x0825", "0x1a200000", R"(, "faults": {"plugIn": "0xe00002be"})")));
     auto good = rig.add(cameraFromJson(definition("0x046d", "0x0825", "0x1a300000")));
     log::ScopedCapture log;
     QTCamera camera(rig.platform);
-    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface, 0x046D, int16_t{0x0825});
+    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface, 0x046D,
+                              int16_t{0x0825});
     ASSERT_TRUE(camera.devCamera);
     uint32_t location = 0;
     camera.devCamera->getLocationID(location);
     EXPECT_EQ(location, 0x1a300000u);
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{
-                               "CameraControl Error: IOCreatePlugInInterfaceForService returned 0xe00002be."}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{
+                  "CameraControl Error: IOCreatePlugInInterfaceForService returned 0xe00002be."}));
 
     log.clear();
     QTCamera lookup(rig.platform);
     EXPECT_EQ(lookup.findUSBDeviceWithVID(0x046D, 0x0825), 0u);  // only the first is tried
-    EXPECT_EQ(log.printed().rfind("ConfigureUSBDevice: unable to create plugin. ret = e00002be, iodev = ", 0), 0u);
+    EXPECT_EQ(log.printed().rfind(
+                  "ConfigureUSBDevice: unable to create plugin. ret = e00002be, iodev = ", 0),
+              0u);
 }
 
 }  // namespace

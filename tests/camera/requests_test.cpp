@@ -25,7 +25,7 @@ constexpr const char* kCamera = R"({
 })";
 
 class Requests : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         device = rig.add(testing::cameraFromJson(kCamera));
         camera = rig.open(*device);
@@ -139,7 +139,8 @@ struct GoneDevice final : platform::UsbDevice {
     IOReturn usbDeviceSuspend(bool) override { return kIOReturnNoDevice; }
     IOReturn usbDeviceClose() override { return kIOReturnNoDevice; }
     IOReturn deviceRequestTO(platform::DeviceRequestTO&) override { return kIOReturnNoDevice; }
-    IOReturn createInterfaceIterator(std::vector<std::shared_ptr<platform::UsbInterfaceService>>&) override {
+    IOReturn createInterfaceIterator(
+        std::vector<std::shared_ptr<platform::UsbInterfaceService>>&) override {
         return kIOReturnNoDevice;
     }
 };
@@ -170,8 +171,9 @@ TEST(RequestsWithoutInterface, FailWithNoDevice) {
     long value = 5;
     EXPECT_EQ(camera.getDataFor(0x81, 1, 2, 1, &value), kIOReturnNoDevice);
     EXPECT_EQ(camera.setData(1, 1, 2, 1), kIOReturnNoDevice);
-    EXPECT_EQ(log.lines(), (std::vector<std::string>{"CameraControl Error: No interface to send request",
-                                                     "CameraControl Error: No interface to send request"}));
+    EXPECT_EQ(log.lines(),
+              (std::vector<std::string>{"CameraControl Error: No interface to send request",
+                                        "CameraControl Error: No interface to send request"}));
     // Lengths beyond the 8-byte value are refused before anything is sent.
     EXPECT_EQ(camera.setData(1, 9, 2, 1), kIOReturnBadArgument);
     EXPECT_EQ(camera.getDataFor(0x81, -1, 2, 1, &value), kIOReturnBadArgument);

@@ -1,0 +1,52 @@
+#pragma once
+// Camera models that need behaviour of their own, keyed on USB vendor and product identifiers:
+// cameras with a coarse exposure knob, cameras focused through a motor extension unit, the
+// relative pan/tilt motor camera, the LED models and the media-device vendor whose control
+// objects dislike a few exact values.
+
+#include <cstdint>
+
+namespace orvella::models {
+
+constexpr uint16_t kVendorLogitech = 0x046D;
+constexpr uint16_t kVendorBuiltInMediaDevice = 0x106B;  // media-device path only
+
+// Knob range of a camera that shows its exposure as a position 1..15 rather than a time.
+struct ExposureKnobRange {
+    long min;
+    long max;
+};
+
+// The knob range of an exposure-knob camera, or null for every other camera.
+const ExposureKnobRange* exposureKnobRange(uint16_t vendor, uint16_t product);
+inline bool isExposureKnobCamera(uint16_t vendor, uint16_t product) {
+    return exposureKnobRange(vendor, product) != nullptr;
+}
+
+// Cameras whose focus is driven through the motor extension unit (unit 9, selector 3) instead
+// of the camera terminal; they report no usable focus range of their own.
+bool isExtensionUnitFocusCamera(uint16_t vendor, uint16_t product);
+
+// The camera that pans and tilts with the relative pan/tilt control (vendor not tested).
+bool isRelativePanTiltMotorCamera(uint16_t product);
+
+// A camera whose brightness and backlight compensation report "disabled by an automatic mode"
+// although they work; the status walk treats them as enabled.
+bool reportsFalseAutoModeDisable(uint16_t vendor, uint16_t product);
+
+// LED type of a camera of vendor 0x046D: 0 none, 1 plain extension-unit write (unit 13),
+// 2 the 5-byte extension-unit request.
+int32_t ledType(uint16_t product);
+
+// Where the 5-byte LED request of an LED type 2 camera goes, and its rate byte.
+struct LedType2Unit {
+    int32_t unit;
+    uint8_t rate;
+};
+LedType2Unit ledType2Unit(uint16_t product);
+
+// LED cameras that only switch on when told "automatic" first and "on" a moment later
+// (vendor not tested).
+bool isLedDoubleWriteCamera(uint16_t product);
+
+}  // namespace orvella::models

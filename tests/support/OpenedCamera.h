@@ -1,0 +1,97 @@
+#pragma once
+// A virtual camera with a camera object bound to it by location, the built-in camera, and the
+// requests that reached a device as a USB analyser would list them.
+
+#include <algorithm>
+#include <compare>
+#include <ostream>
+
+#include "platform/FourCC.h"
+#include "platform/Log.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "support/VirtualRig.h"
+
+namespace orvella::testing {
+
+// One request: code (SET_CUR 0x01, GET_CUR 0x81, ...), selector, unit, wLength.
+struct Req {
+    int code, selector, unit, length;
+    auto operator<=>(const Req&) const = default;
+};
+inline void PrintTo(const Req& r, std::ostream* os) {
+    *os << std::hex << "{0x" << r.code << ", 0x" << r.selector << ", " << r.unit << ", " << r.length
+        << "}";
+}
+
+inline std::vector<Req> trace(const virtualcam::VirtualCamera& device) {
+    std::vector<Req> out;
+    for (const auto& r : device.requests())
+        out.push_back({r.bRequest, r.selector(), r.unit(), r.wLength});
+    return out;
+}
+
+inline bool logged(const log::ScopedCapture& log, const std::string& line) {
+    return std::find(log.lines().begin(), log.lines().end(), line) != log.lines().end();
+}
+
+// The data bytes of the SET_CUR requests, in order.
+inline std::vector<std::vector<uint8_t>> writes(const virtualcam::VirtualCamera& device) {
+    std::vector<std::vector<uint8_t>> out;
+    for (const auto& r : device.requests())
+        if (r.bmRequestType == 0x21) out.push_back(r.data);
+    return out;
+}
+
+struct OpenedCamera {
+    VirtualRig rig;
+    std::shared_ptr<virtualcam::VirtualCamera> device;
+    std::unique_ptr<QTCamera> camera;
+
+    explicit OpenedCamera(std::shared_ptr<virtualcam::VirtualCamera> definition)
+        : device(rig.add(std::move(definition))), camera(rig.open(*device)) {
+        camera->setVendorID(device->vendorID());
+        camera->setProductID(device->productID());
+    }
+    SupportedControl& record() { return *camera->supportedControl(); }
+    void probe() { camera->querySupportedCameraControl(camera->controlInterface.get()); }
+    // Probes and reads the status, then forgets those requests.
+    void ready() {
+        probe();
+        camera->queryControlStatus();
+        device->clearRequests();
+    }
+};
+
+inline auto openFixture(const std::string& name) {
+    return std::make_unique<OpenedCamera>(loadFixture(name));
+}
+inline auto openJson(const std::string& json) {
+    return std::make_unique<OpenedCamera>(cameraFromJson(json));
+}
+
+// The built-in (media-device) camera of builtin.json, vendor 0x106B.
+struct BuiltInCamera {
+    virtualcam::VirtualPlatform rig;
+    platform::RecordingClock clock;
+    platform::MediaObjectID device = 0;
+    std::unique_ptr<QTCamera> camera;
+
+    BuiltInCamera() {
+        QString error;
+        auto capture =
+            rig.addDefinitionFile(QString::fromStdString(fixturePath("builtin.json")), &error);
+        EXPECT_TRUE(capture) << error.toStdString();
+        device = rig.mediaDeviceFor(*capture);
+        camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, device);
+    }
+    // The values written to the control object of a class, in order.
+    std::vector<float> written(const char* classCode) {
+        const auto object = rig.media().controlOfClass(device, platform::fourCC(classCode));
+        std::vector<float> values;
+        for (const auto& write : rig.media().writes())
+            if (write.object == object) values.push_back(write.floatValue());
+        return values;
+    }
+};
+
+}  // namespace orvella::testing
