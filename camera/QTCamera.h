@@ -7,6 +7,7 @@
 #include <QString>
 #include <chrono>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -182,6 +183,12 @@ public:
 private:
     void usleep(uint32_t microseconds);
     void lookUpInterfaces();  // by location, then by vendor and product; probes what it finds
+    // Finds the first USB device that `matches`, looks up its interfaces, wakes it and keeps it.
+    void lookUpDevice(std::shared_ptr<platform::UsbInterface>* control,
+                      std::shared_ptr<platform::UsbInterface>* stream,
+                      const std::function<bool(platform::UsbDevice&)>& matches);
+    // Takes the capture device and its identity strings; false (logged) when there is none.
+    bool adoptCaptureDevice(std::shared_ptr<platform::CaptureDevice> device, uint32_t type);
 
     platform::Platform _platform;
 

@@ -111,20 +111,25 @@ void QTCamera::lookUpInterfaces() {
     }
 }
 
+bool QTCamera::adoptCaptureDevice(std::shared_ptr<platform::CaptureDevice> device, uint32_t type) {
+    if (!device) {
+        NSLog("CameraControl Error: no capture device to build a camera from");
+        return false;
+    }
+    _uniqueID = device->uniqueID();
+    _modelUniqueID = device->modelUniqueID();
+    _displayName = device->localizedDisplayName();
+    _qtCaptureDevice = std::move(device);
+    _defaultFrameIndex = 1;
+    _cameraType = type;
+    return true;
+}
+
 std::unique_ptr<QTCamera> QTCamera::initWithQTCaptureDevice(
     const platform::Platform& platform, std::shared_ptr<platform::CaptureDevice> device) {
     auto camera = std::make_unique<QTCamera>(platform);
     QTCamera& c = *camera;
-    if (!device) {
-        NSLog("CameraControl Error: no capture device to build a camera from");
-        return camera;
-    }
-    c._qtCaptureDevice = device;
-    c._uniqueID = device->uniqueID();
-    c._modelUniqueID = device->modelUniqueID();
-    c._displayName = device->localizedDisplayName();
-    c._defaultFrameIndex = 1;
-    c._cameraType = kCameraTypeUsb;
+    if (!c.adoptCaptureDevice(std::move(device), kCameraTypeUsb)) return camera;
 
     // The unique identifier packs location (high 32 bits), vendor and product.
     if (const auto packed = scanHex(c._uniqueID, "0x")) {
@@ -150,16 +155,7 @@ std::unique_ptr<QTCamera> QTCamera::initWithQTCaptureDevice(
     uint32_t cmioDeviceID) {
     auto camera = std::make_unique<QTCamera>(platform);
     QTCamera& c = *camera;
-    if (!device) {
-        NSLog("CameraControl Error: no capture device to build a camera from");
-        return camera;
-    }
-    c._qtCaptureDevice = device;
-    c._uniqueID = device->uniqueID();
-    c._modelUniqueID = device->modelUniqueID();
-    c._displayName = device->localizedDisplayName();
-    c._defaultFrameIndex = 1;
-    c._cameraType = kCameraTypeMediaDevice;
+    if (!c.adoptCaptureDevice(std::move(device), kCameraTypeMediaDevice)) return camera;
     c._cmioDeviceID = cmioDeviceID;
 
     // The model identifier carries "VendorID_0x...." and "ProductID_0x...." pieces; a later

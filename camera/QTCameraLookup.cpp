@@ -2,6 +2,7 @@
 // USB string descriptors.
 
 #include <cstring>
+#include <functional>
 
 #include "camera/QTCamera.h"
 #include "camera/UvcRequests.h"
@@ -103,18 +104,15 @@ IOReturn QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* c
     return kIOReturnSuccess;
 }
 
-void QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* control,
-                                  std::shared_ptr<platform::UsbInterface>* stream,
-                                  uint32_t locationID) {
+void QTCamera::lookUpDevice(std::shared_ptr<platform::UsbInterface>* control,
+                            std::shared_ptr<platform::UsbInterface>* stream,
+                            const std::function<bool(platform::UsbDevice&)>& matches) {
     if (!_platform.usb) return;
     std::vector<std::shared_ptr<platform::UsbDeviceService>> services;
     if (_platform.usb->getMatchingServices(services) != kIOReturnSuccess) return;
     for (const auto& service : services) {
         std::shared_ptr<platform::UsbDevice> device = openDevice(*service);
-        if (!device) continue;
-        uint32_t location = 0;
-        device->getLocationID(location);
-        if (location != locationID) continue;
+        if (!device || !matches(*device)) continue;
         getControlInferace(control, stream, device);
         awakeDeviceThenClose(device.get());
         devCamera = device;
@@ -124,26 +122,26 @@ void QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* contr
 
 void QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* control,
                                   std::shared_ptr<platform::UsbInterface>* stream,
+                                  uint32_t locationID) {
+    lookUpDevice(control, stream, [&](platform::UsbDevice& device) {
+        uint32_t location = 0;
+        device.getLocationID(location);
+        return location == locationID;
+    });
+}
+
+void QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* control,
+                                  std::shared_ptr<platform::UsbInterface>* stream,
                                   uint16_t vendorID, int16_t productID) {
-    if (!_platform.usb) return;
-    std::vector<std::shared_ptr<platform::UsbDeviceService>> services;
-    if (_platform.usb->getMatchingServices(services) != kIOReturnSuccess) return;
-    for (const auto& service : services) {
-        std::shared_ptr<platform::UsbDevice> device = openDevice(*service);
-        if (!device) continue;
+    lookUpDevice(control, stream, [&](platform::UsbDevice& device) {
         uint16_t vendor = 0;
         uint16_t product = 0;
-        device->getDeviceVendor(vendor);
-        device->getDeviceProduct(product);
+        device.getDeviceVendor(vendor);
+        device.getDeviceProduct(product);
         // The product argument is compared sign-extended, so products of 0x8000 and above never
         // match here; callers have the location lookup for those.
-        if (vendor != vendorID || static_cast<int32_t>(product) != static_cast<int32_t>(productID))
-            continue;
-        getControlInferace(control, stream, device);
-        awakeDeviceThenClose(device.get());
-        devCamera = device;
-        break;
-    }
+        return vendor == vendorID && static_cast<int32_t>(product) == static_cast<int32_t>(productID);
+    });
 }
 
 uint32_t QTCamera::findUSBDeviceWithVID(int32_t vendorID, int32_t productID) {
