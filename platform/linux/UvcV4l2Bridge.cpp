@@ -9,6 +9,8 @@
 #include <cstring>
 #include <optional>
 
+#include "platform/Log.h"
+
 namespace orvella::linuxplatform {
 
 namespace {
@@ -99,6 +101,18 @@ const Mapping* findMapping(Unit unit, uint8_t selector) {
 }
 
 size_t controlCount(const Mapping& m) { return m.ids[1] ? 2 : 1; }
+
+// Relative moves: a direction and a speed. uvcvideo clamps their values to ranges that cannot
+// say every move (iris relative to 0..0, zoom continuous to a positive minimum), turning a move
+// into a stop or into the opposite direction.
+bool isRelative(const Mapping& m) {
+    return m.codec == Codec::Speed || m.codec == Codec::ZoomRelative ||
+           (m.unit == Unit::Terminal && m.selector == 0x0A);
+}
+
+int sign(int64_t v) {
+    return (v > 0) - (v < 0);
+}
 
 using Payload = std::array<uint8_t, 8>;
 
@@ -244,6 +258,25 @@ public:
         list.which = V4L2_CTRL_WHICH_CUR_VAL;
         list.count = static_cast<uint32_t>(controlCount(m_));
         list.controls = controls;
+        if (isRelative(m_)) {
+            // Learn how the driver would clamp the move before anything reaches the camera: a
+            // move it would stop or reverse is refused instead (a slower speed is fine).
+            v4l2_ext_control tried[2] = {controls[0], controls[1]};
+            list.controls = tried;
+            const int result = io_.ioctl(VIDIOC_TRY_EXT_CTRLS, &list);
+            if (result < 0) return ioReturnForErrno(-result);
+            for (size_t i = 0; i < controlCount(m_); ++i) {
+                if (sign(tried[i].value) != sign(controls[i].value)) {
+                    NSLog(
+                        "CameraControl Error: uvcvideo would turn a move of %d on selector 0x%02x "
+                        "into "
+                        "%d; not sent",
+                        controls[i].value, m_.selector, tried[i].value);
+                    return kIOUSBPipeStalled;
+                }
+            }
+            list.controls = controls;
+        }
         const int result = io_.ioctl(VIDIOC_S_EXT_CTRLS, &list);
         if (result < 0) return ioReturnForErrno(-result);
         request.wLenDone = m_.length;

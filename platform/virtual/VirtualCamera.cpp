@@ -25,6 +25,17 @@ constexpr uint8_t kGetDef = 0x87;
 constexpr uint8_t kInfoSetSupported = 0x02;
 constexpr uint8_t kInfoDisabledByAutoMode = 0x04;
 
+// The request error code control of the VideoControl interface (unit 0) and its codes.
+constexpr uint8_t kRequestErrorCodeControl = 0x02;
+constexpr uint8_t kNoError = 0;
+constexpr uint8_t kWrongState = 2;
+constexpr uint8_t kOutOfRange = 4;
+constexpr uint8_t kInvalidUnit = 5;
+constexpr uint8_t kInvalidControl = 6;
+constexpr uint8_t kInvalidRequest = 7;
+constexpr uint8_t kInvalidValue = 8;
+constexpr uint8_t kUnknownError = 0xFF;
+
 // Parsing fails by throwing this; fromJson turns it into the caller's error text.
 struct DefinitionError {
     QString message;
@@ -239,6 +250,21 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
         c.interfaces_.push_back({0x0E, 2, vsNumber, vs});
     }
 
+    // The VideoControl header gives the UVC version and clock that the streaming controls use.
+    uint16_t bcdUVC = 0x0100;
+    uint32_t clock = 0;
+    for (const platform::Descriptor& d : vc) {
+        if (d.size() >= 11 && d[1] == 0x24 && d[2] == 0x01) {
+            bcdUVC = static_cast<uint16_t>(d[3] | d[4] << 8);
+            clock = static_cast<uint32_t>(unpackUnsigned(d, 7, 4));
+        }
+        if (d.size() >= 4 && d[1] == 0x24 && d[2] >= 0x02 && d[2] <= 0x07)
+            c.unitIDs_.push_back(d[3]);
+    }
+    for (const InterfaceDefinition& i : c.interfaces_)
+        if (i.interfaceClass == 0x0E && i.subClass == 2)
+            c.streaming_.try_emplace(i.number, i.descriptors, bcdUVC, clock);
+
     c.clampOutOfRange_ = o.value("outOfRange").toString(QStringLiteral("clamp")) != QLatin1String("stall");
     c.suspended_ = o.value("suspended").toBool(false);
     parseUnits(c);
@@ -375,14 +401,20 @@ void VirtualCamera::Private::parseFaults(VirtualCamera& c, const QJsonObject& o)
     for (const QJsonValue& item : faults.value("stall").toArray()) {
         const QString key = QStringLiteral("faults.stall[%1]").arg(i++);
         const QJsonObject s = item.toObject();
+        const auto code = static_cast<uint8_t>(
+            s.contains("code") ? toRanged(s.value("code"), key + ".code", 0, 255)
+                               : kInvalidControl);
         if (s.contains("control")) {
             const auto named = controlNamed(s.value("control").toString().toStdString());
             if (!named) fail(key + ": unknown control");
-            c.stalls_.emplace_back(named->first == UnitType::CameraTerminal ? c.cameraTerminalID_ : c.processingUnitID_,
-                                   named->second.selector);
+            c.stalls_.push_back({named->first == UnitType::CameraTerminal ? c.cameraTerminalID_
+                                                                          : c.processingUnitID_,
+                                 named->second.selector, code});
         } else {
-            c.stalls_.emplace_back(static_cast<uint8_t>(toRanged(s.value("unit"), key + ".unit", 0, 255)),
-                                   static_cast<uint8_t>(toRanged(s.value("selector"), key + ".selector", 0, 255)));
+            c.stalls_.push_back(
+                {static_cast<uint8_t>(toRanged(s.value("unit"), key + ".unit", 0, 255)),
+                 static_cast<uint8_t>(toRanged(s.value("selector"), key + ".selector", 0, 255)),
+                 code});
         }
     }
     if (faults.value("notRespondingOnce").toBool(false)) {
@@ -515,31 +547,69 @@ IOReturn VirtualCamera::controlRequest(uint8_t interfaceNumber, platform::Contro
         status = failStatus_;
     } else if (suspended_) {
         status = kIOReturnNotResponding;
-    } else if (interfaceNumber != vcInterfaceNumber_ ||
-               (request.wIndex & 0xFF) != vcInterfaceNumber_) {
+    } else if ((request.wIndex & 0xFF) != interfaceNumber) {
         status = kIOUSBPipeStalled;
-    } else {
+    } else if (interfaceNumber == vcInterfaceNumber_) {
         status = answer(request, answered);
+    } else if (const auto it = streaming_.find(interfaceNumber);
+               it != streaming_.end() && (request.wIndex >> 8) == 0) {
+        status = it->second.request(request, answered);
+    } else {
+        status = kIOUSBPipeStalled;
     }
     record(RecordedRequest::Kind::Control, request, hostToDevice ? std::move(sent) : std::move(answered),
            status);
     return status;
 }
 
+// A class request on the VideoControl interface. The request error code control reports how the
+// last other request ended.
 IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<uint8_t>& answered) {
     const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
-    if ((request.wValue & 0xFF) != 0) return kIOUSBPipeStalled;
-    for (const auto& [u, s] : stalls_)
-        if (u == unit && s == selector) return kIOUSBPipeStalled;
+    if (unit == 0 && selector == kRequestErrorCodeControl && (request.wValue & 0xFF) == 0 &&
+        request.bmRequestType == 0xA1 &&
+        (request.bRequest == kGetCur || request.bRequest == kGetInfo)) {
+        const uint8_t byte = request.bRequest == kGetCur ? requestErrorCode_ : 0x01;
+        if (request.wLength == 0) return kIOReturnSuccess;
+        if (!request.pData) return kIOReturnBadArgument;
+        *static_cast<uint8_t*>(request.pData) = byte;
+        request.wLenDone = 1;
+        answered = {byte};
+        return kIOReturnSuccess;
+    }
+    requestErrorCode_ = kNoError;
+    const IOReturn status = answerControl(request, answered);
+    if (status == kIOUSBPipeStalled && requestErrorCode_ == kNoError)
+        requestErrorCode_ = kUnknownError;
+    return status;
+}
+
+IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
+                                      std::vector<uint8_t>& answered) {
+    const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
+    const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
+    auto stall = [this](uint8_t code) {
+        requestErrorCode_ = code;
+        return kIOUSBPipeStalled;
+    };
+    if ((request.wValue & 0xFF) != 0) return stall(kInvalidControl);
+    for (const Stall& s : stalls_)
+        if (s.unit == unit && s.selector == selector) return stall(s.code);
     DeviceControl* control = find(unit, selector);
-    if (!control) return kIOUSBPipeStalled;
+    if (!control) {
+        const bool knownUnit =
+            std::find(unitIDs_.begin(), unitIDs_.end(), unit) != unitIDs_.end() ||
+            std::any_of(controls_.begin(), controls_.end(),
+                        [&](const DeviceControl& c) { return c.unit == unit; });
+        return stall(knownUnit ? kInvalidControl : kInvalidUnit);
+    }
 
     if (request.bmRequestType == 0x21) {
-        if (request.bRequest != kSetCur) return kIOUSBPipeStalled;
-        if (!(control->info & kInfoSetSupported)) return kIOUSBPipeStalled;
-        if (request.wLength < control->length || !request.pData) return kIOUSBPipeStalled;
-        if (governedByAutoMode(*control)) return kIOUSBPipeStalled;
+        if (request.bRequest != kSetCur) return stall(kInvalidRequest);
+        if (!(control->info & kInfoSetSupported)) return stall(kInvalidRequest);
+        if (request.wLength < control->length || !request.pData) return stall(kInvalidRequest);
+        if (governedByAutoMode(*control)) return stall(kWrongState);
         std::vector<uint8_t> value(static_cast<const uint8_t*>(request.pData),
                                    static_cast<const uint8_t*>(request.pData) + control->length);
         switch (control->kind) {
@@ -549,7 +619,7 @@ IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<ui
                 const int64_t lo = decode(control->min, control->kind, control->length);
                 const int64_t hi = decode(control->max, control->kind, control->length);
                 if (v < lo || v > hi) {
-                    if (!clampOutOfRange_) return kIOUSBPipeStalled;
+                    if (!clampOutOfRange_) return stall(kOutOfRange);
                     value = pack(std::clamp(v, lo, std::max(lo, hi)), control->length);
                 }
                 break;
@@ -558,7 +628,7 @@ IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<ui
                 const uint64_t v = unpackUnsigned(value, 0, control->length);
                 const uint64_t offered = unpackUnsigned(control->res, 0, control->length);
                 // Exactly one mode, and one the device offers.
-                if (v == 0 || (v & (v - 1)) != 0 || (v & offered) == 0) return kIOUSBPipeStalled;
+                if (v == 0 || (v & (v - 1)) != 0 || (v & offered) == 0) return stall(kInvalidValue);
                 break;
             }
             case ValueKind::PanTilt: {
@@ -567,7 +637,7 @@ IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<ui
                     const int64_t v = signExtend(unpackUnsigned(value, 4 * h, 4), 4);
                     const int64_t lo = signExtend(unpackUnsigned(control->min, 4 * h, 4), 4);
                     const int64_t hi = signExtend(unpackUnsigned(control->max, 4 * h, 4), 4);
-                    if ((v < lo || v > hi) && !clampOutOfRange_) return kIOUSBPipeStalled;
+                    if ((v < lo || v > hi) && !clampOutOfRange_) return stall(kOutOfRange);
                     halves[h] = std::clamp(v, lo, std::max(lo, hi));
                 }
                 value = packPanTilt(halves[0], halves[1]);
@@ -581,7 +651,7 @@ IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<ui
         return kIOReturnSuccess;
     }
 
-    if (request.bmRequestType != 0xA1) return kIOUSBPipeStalled;
+    if (request.bmRequestType != 0xA1) return stall(kInvalidRequest);
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
         case kGetCur: bytes = control->cur; break;
@@ -595,7 +665,7 @@ IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<ui
                                           (governedByAutoMode(*control) ? kInfoDisabledByAutoMode : 0))};
             break;
         default:
-            return kIOUSBPipeStalled;
+            return stall(kInvalidRequest);
     }
     size_t count = std::min<size_t>(bytes.size(), request.wLength);
     if (control->answerLength) count = std::min<size_t>(count, *control->answerLength);
@@ -682,9 +752,24 @@ bool VirtualCamera::setCurrentValue(uint8_t unit, uint8_t selector, int64_t valu
     return true;
 }
 
-void VirtualCamera::stallSelector(uint8_t unit, uint8_t selector) {
+void VirtualCamera::stallSelector(uint8_t unit, uint8_t selector, uint8_t code) {
     std::lock_guard<std::mutex> lock(mutex_);
-    stalls_.emplace_back(unit, selector);
+    stalls_.push_back({unit, selector, code});
+}
+
+uint8_t VirtualCamera::requestErrorCode() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return requestErrorCode_;
+}
+
+std::vector<uint8_t> VirtualCamera::streamingControl(uint8_t interfaceNumber,
+                                                     uint8_t selector) const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    const auto it = streaming_.find(interfaceNumber);
+    if (it == streaming_.end()) return {};
+    if (selector == StreamingNegotiation::kProbeControl) return it->second.probe();
+    if (selector == StreamingNegotiation::kCommitControl) return it->second.commit();
+    return {};
 }
 
 void VirtualCamera::clearStalls() {

@@ -2,7 +2,8 @@
 // A software UVC camera defined by a JSON file (docs/virtual-cameras.md): identity, raw
 // class-specific descriptors, per-control answers, string descriptors and faults. It answers
 // control requests as a camera would (ranges, clamping or stalling, GET_INFO bit 2 while an
-// automatic mode governs a manual control, suspend), records every request with its exact bytes,
+// automatic mode governs a manual control, the request error code after a stall, the streaming
+// interfaces' probe and commit controls, suspend), records every request with its exact bytes,
 // and injects faults on demand. Thread-safe: one mutex guards the whole state.
 
 #include <QJsonObject>
@@ -17,6 +18,7 @@
 
 #include "platform/IOReturn.h"
 #include "platform/Usb.h"
+#include "platform/virtual/StreamingNegotiation.h"
 
 namespace orvella::virtualcam {
 
@@ -99,8 +101,18 @@ public:
     uint8_t cameraTerminalID() const { return cameraTerminalID_; }
     uint8_t processingUnitID() const { return processingUnitID_; }
 
+    // The request error code the device holds for its last class request on the VideoControl
+    // interface (0 none, 2 wrong state, 4 out of range, 5 invalid unit, 6 invalid control, 7
+    // invalid request, 8 invalid value within range), as the request error code control
+    // (unit 0, selector 0x02) answers it.
+    uint8_t requestErrorCode() const;
+    // The probe or commit control of a VideoStreaming interface as it stands, empty when the
+    // interface has none.
+    std::vector<uint8_t> streamingControl(uint8_t interfaceNumber, uint8_t selector) const;
+
     // ---- Faults ----
-    void stallSelector(uint8_t unit, uint8_t selector);
+    // Every request to the control stalls; the request error code control then says `code`.
+    void stallSelector(uint8_t unit, uint8_t selector, uint8_t code = 6);
     void clearStalls();
     // The next `count` control requests fail with `status` (kIOReturnNotResponding: "not
     // responding once") without reaching the device.
@@ -126,6 +138,7 @@ private:
     VirtualCamera() = default;
 
     IOReturn answer(platform::ControlRequest& request, std::vector<uint8_t>& data);
+    IOReturn answerControl(platform::ControlRequest& request, std::vector<uint8_t>& data);
     DeviceControl* find(uint8_t unit, uint8_t selector);
     const DeviceControl* find(uint8_t unit, uint8_t selector) const;
     bool governedByAutoMode(const DeviceControl& control) const;
@@ -150,7 +163,13 @@ private:
     bool clampOutOfRange_ = true;
     IOReturn plugInStatus_ = kIOReturnSuccess;
 
-    std::vector<std::pair<uint8_t, uint8_t>> stalls_;
+    struct Stall {
+        uint8_t unit, selector, code;
+    };
+    std::vector<Stall> stalls_;
+    std::vector<uint8_t> unitIDs_;  // every terminal and unit the VideoControl descriptors declare
+    std::map<uint8_t, StreamingNegotiation> streaming_;  // by VideoStreaming interface number
+    uint8_t requestErrorCode_ = 0;
     IOReturn failStatus_ = kIOReturnSuccess;
     int failCount_ = 0;
     int vanishCountdown_ = 0;

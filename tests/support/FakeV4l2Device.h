@@ -55,7 +55,8 @@ public:
     int ioctl(unsigned long request, void* argument) override {
         Call call;
         call.request = request;
-        if (request == VIDIOC_S_EXT_CTRLS || request == VIDIOC_G_EXT_CTRLS) {
+        if (request == VIDIOC_S_EXT_CTRLS || request == VIDIOC_G_EXT_CTRLS ||
+            request == VIDIOC_TRY_EXT_CTRLS) {
             auto* list = static_cast<v4l2_ext_controls*>(argument);
             for (uint32_t i = 0; i < list->count; ++i) {
                 call.ids.push_back(list->controls[i].id);
@@ -89,6 +90,8 @@ public:
             case VIDIOC_QUERYMENU: return menu(*static_cast<v4l2_querymenu*>(argument));
             case VIDIOC_G_EXT_CTRLS: return get(*static_cast<v4l2_ext_controls*>(argument));
             case VIDIOC_S_EXT_CTRLS: return set(*static_cast<v4l2_ext_controls*>(argument));
+            case VIDIOC_TRY_EXT_CTRLS:
+                return set(*static_cast<v4l2_ext_controls*>(argument), false);
             case UVCIOC_CTRL_QUERY: return xu(*static_cast<uvc_xu_control_query*>(argument));
             default: return -ENOTTY;
         }
@@ -145,7 +148,9 @@ private:
         return 0;
     }
 
-    int set(v4l2_ext_controls& list) {
+    // S_EXT_CTRLS, or TRY_EXT_CTRLS when `commit` is false: clamps and reports, stores nothing and
+    // never refuses an inactive control.
+    int set(v4l2_ext_controls& list, bool commit = true) {
         std::vector<int64_t> accepted;
         for (uint32_t i = 0; i < list.count; ++i) {
             const auto it = controls.find(list.controls[i].id);
@@ -166,6 +171,7 @@ private:
             accepted.push_back(v);
             list.controls[i].value = static_cast<int32_t>(v);
         }
+        if (!commit) return 0;
         for (uint32_t i = 0; i < list.count; ++i)
             if (inactiveWriteErrno && inactive(list.controls[i].id)) return -inactiveWriteErrno;
         for (uint32_t i = 0; i < list.count; ++i) controls[list.controls[i].id].value = accepted[i];

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/virtual/UsbDeviceDescriptors.h"
 #include "platform/virtual/VirtualCamera.h"
 
 namespace orvella::testing {
@@ -49,7 +50,7 @@ public:
         write(device / "bConfigurationValue", "1");
         write(device / "power/runtime_status", options.suspended ? "suspended" : "active");
         if (!camera.productString().isEmpty()) write(device / "product", camera.productString().toStdString());
-        const std::vector<uint8_t> blob = descriptors(camera);
+        const std::vector<uint8_t> blob = virtualcam::UsbDeviceDescriptors(camera).sysfsBlob();
         std::ofstream(device / "descriptors", std::ios::binary)
             .write(reinterpret_cast<const char*>(blob.data()), static_cast<std::streamsize>(blob.size()));
         fs::create_directories(root() / "bus/usb/devices");
@@ -80,29 +81,6 @@ public:
         fs::remove(root() / "bus/usb/devices" / name);
         for (const auto& node : fs::directory_iterator(root() / "class/video4linux"))
             if (!fs::exists(node.path())) fs::remove(node.path());
-    }
-
-    // The raw blob a device sends: device descriptor, configuration, the interfaces with their
-    // class-specific descriptors (VideoStreaming also gets an alternate setting with an endpoint).
-    static std::vector<uint8_t> descriptors(const virtualcam::VirtualCamera& camera) {
-        std::vector<uint8_t> config{9, 2, 0, 0, static_cast<uint8_t>(camera.interfaces().size()), 1, 0, 0x80, 250};
-        config.insert(config.end(), {8, 11, 0, static_cast<uint8_t>(camera.interfaces().size()), 0x0E, 3, 0, 0});
-        for (const auto& interface : camera.interfaces()) {
-            config.insert(config.end(), {9, 4, interface.number, 0, 0, interface.interfaceClass, interface.subClass, 0, 0});
-            for (const auto& d : interface.descriptors) config.insert(config.end(), d.begin(), d.end());
-            if (interface.subClass == 2) {
-                config.insert(config.end(), {9, 4, interface.number, 1, 1, interface.interfaceClass, interface.subClass, 0, 0});
-                config.insert(config.end(), {7, 5, 0x81, 5, 0x00, 0x0C, 1});
-            }
-        }
-        config[2] = static_cast<uint8_t>(config.size() & 0xFF);
-        config[3] = static_cast<uint8_t>(config.size() >> 8);
-        std::vector<uint8_t> blob{18, 1, 0x00, 0x02, 0xEF, 2, 1, 64,
-                                  static_cast<uint8_t>(camera.vendorID()), static_cast<uint8_t>(camera.vendorID() >> 8),
-                                  static_cast<uint8_t>(camera.productID()), static_cast<uint8_t>(camera.productID() >> 8),
-                                  0x10, 0x00, 0, static_cast<uint8_t>(camera.productString().isEmpty() ? 0 : 2), 0, 1};
-        blob.insert(blob.end(), config.begin(), config.end());
-        return blob;
     }
 
 private:

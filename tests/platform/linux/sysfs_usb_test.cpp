@@ -29,7 +29,7 @@ TEST(LocationID, BusAndPortPathAsMacOSBuildsIt) {
 
 TEST(UsbDescriptorBlob, MalformedBlobsEndTheWalkWithAWarning) {
     auto camera = testing::loadFixture("logitech-c270.json");
-    std::vector<uint8_t> blob = SysfsTree::descriptors(*camera);
+    std::vector<uint8_t> blob = virtualcam::UsbDeviceDescriptors(*camera).sysfsBlob();
     const UsbDeviceInfo whole = parseUsbDescriptors(blob);
     EXPECT_TRUE(whole.warnings.empty());
     ASSERT_EQ(whole.interfaces.size(), 2u);  // the streaming interface's alternate 1 is not listed

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "camera/QTCamera.h"
 #include "platform/linux/UvcV4l2Bridge.h"
 #include "support/FakeV4l2Device.h"
@@ -108,10 +110,15 @@ TEST_F(Bridge, EveryMappedControlTranslatesBothWays) {
         SCOPED_TRACE(::testing::Message() << "unit " << int(c.unit) << " selector " << int(c.selector));
         v4l2.calls.clear();
         ASSERT_EQ(set(c.unit, c.selector, c.bytes), kIOReturnSuccess);
-        // One S_EXT_CTRLS carrying every control of the selector, so the driver sends one SET_CUR.
-        ASSERT_EQ(v4l2.calls.size(), 1u);
-        EXPECT_EQ(v4l2.calls[0].request, static_cast<unsigned long>(VIDIOC_S_EXT_CTRLS));
-        EXPECT_EQ(v4l2.calls[0].ids, c.ids);
+        // One S_EXT_CTRLS carrying every control of the selector, so the driver sends one SET_CUR
+        // (relative moves are tried first).
+        ASSERT_FALSE(v4l2.calls.empty());
+        EXPECT_EQ(v4l2.calls.back().request, static_cast<unsigned long>(VIDIOC_S_EXT_CTRLS));
+        EXPECT_EQ(
+            std::count_if(v4l2.calls.begin(), v4l2.calls.end(),
+                          [](const auto& call) { return call.request == VIDIOC_S_EXT_CTRLS; }),
+            1);
+        EXPECT_EQ(v4l2.calls.back().ids, c.ids);
         for (size_t i = 0; i < c.ids.size(); ++i) EXPECT_EQ(v4l2.value(c.ids[i]), c.values[i]);
 
         Bytes read;
@@ -128,6 +135,23 @@ TEST_F(Bridge, RelativeMovesLoseWhatV4l2CannotSay) {
     // The driver's range starts at -1, so every backward move runs at the slowest speed.
     EXPECT_EQ(set(kTerminal, 0x0E, {0xFF, 0x20, 0x00, 0x00}), kIOReturnSuccess);
     EXPECT_EQ(v4l2.value(V4L2_CID_PAN_SPEED), -1);
+}
+
+TEST_F(Bridge, RelativeMovesTheDriverWouldStopOrReverseAreRefused) {
+    // uvcvideo gives iris relative an empty range and zoom continuous a positive minimum (the
+    // speed byte of GET_MIN): opening the iris would become "stay", zooming out "zoom in".
+    v4l2.add(V4L2_CID_IRIS_RELATIVE, 0, 0, 0, 0);
+    v4l2.add(V4L2_CID_ZOOM_CONTINUOUS, 1, 7, 1, 1);
+    for (const auto& [selector, bytes] :
+         std::vector<std::pair<uint8_t, Bytes>>{{0x0A, {0x01}}, {0x0C, {0xFF, 0x00, 0x03}}}) {
+        v4l2.calls.clear();
+        EXPECT_EQ(set(kTerminal, selector, bytes), kIOUSBPipeStalled) << int(selector);
+        for (const auto& call : v4l2.calls)
+            EXPECT_NE(call.request, static_cast<unsigned long>(VIDIOC_S_EXT_CTRLS));
+    }
+    EXPECT_EQ(set(kTerminal, 0x0A, {0x00}), kIOReturnSuccess);  // "stay" stays possible
+    EXPECT_EQ(set(kTerminal, 0x0C, {0x01, 0x00, 0x09}), kIOReturnSuccess);
+    EXPECT_EQ(v4l2.value(V4L2_CID_ZOOM_CONTINUOUS), 7);  // faster than offered: the fastest
 }
 
 TEST_F(Bridge, RangesComeFromTheQueries) {

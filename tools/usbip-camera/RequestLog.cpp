@@ -1,0 +1,64 @@
+#include "tools/usbip-camera/RequestLog.h"
+
+namespace orvella::usbip {
+
+RequestLog::RequestLog(const std::string& path) {
+    if (!path.empty()) file_ = std::fopen(path.c_str(), "a");
+}
+
+RequestLog::~RequestLog() {
+    if (file_) std::fclose(file_);
+}
+
+std::string RequestLog::transferLine(int camera, const std::array<uint8_t, 8>& s,
+                                     const std::vector<uint8_t>& data,
+                                     virtualcam::UsbWireDevice::Outcome outcome) {
+    using Outcome = virtualcam::UsbWireDevice::Outcome;
+    char head[64];
+    std::snprintf(head, sizeof head, "%d %02x %02x %04x %04x %u ", camera, s[0], s[1],
+                  static_cast<unsigned>(s[2] | s[3] << 8), static_cast<unsigned>(s[4] | s[5] << 8),
+                  static_cast<unsigned>(s[6] | s[7] << 8));
+    std::string line = head;
+    if (data.empty()) line += '-';
+    for (uint8_t byte : data) {
+        char hex[3];
+        std::snprintf(hex, sizeof hex, "%02x", byte);
+        line += hex;
+    }
+    switch (outcome) {
+        case Outcome::Done:
+            return line + " ok";
+        case Outcome::Stall:
+            return line + " stall";
+        case Outcome::NoAnswer:
+            return line + " noanswer";
+        case Outcome::Gone:
+            return line + " gone";
+    }
+    return line;
+}
+
+void RequestLog::transfer(int camera, const std::array<uint8_t, 8>& setup,
+                          const std::vector<uint8_t>& data,
+                          virtualcam::UsbWireDevice::Outcome outcome) {
+    write(transferLine(camera, setup, data, outcome));
+}
+
+void RequestLog::unlink(int camera, uint32_t endpoint, bool wasPending) {
+    write(std::to_string(camera) + " unlink ep" + std::to_string(endpoint) +
+          (wasPending ? " cancelled" : " completed"));
+}
+
+void RequestLog::note(const std::string& text) {
+    write("# " + text);
+}
+
+void RequestLog::write(const std::string& line) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    if (!file_) return;
+    std::fputs(line.c_str(), file_);
+    std::fputc('\n', file_);
+    std::fflush(file_);
+}
+
+}  // namespace orvella::usbip

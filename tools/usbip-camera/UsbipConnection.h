@@ -1,0 +1,43 @@
+#pragma once
+// Serves one USB/IP connection: reads the host's commands from a stream socket, answers control
+// transfers on endpoint 0 from a UsbWireDevice and keeps the URBs of other endpoints (status
+// interrupts, isochronous video) pending, since the virtual camera has no events or frames to
+// send, until the host unlinks them. A transfer the device does not answer stays pending too,
+// so that the host times out and unlinks it as with a real camera that hangs. When the device
+// vanishes mid-request the request is left unanswered and `onGone` runs (the server then unplugs
+// the port); serving ends when the host closes the connection.
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "platform/virtual/UsbWireDevice.h"
+#include "tools/usbip-camera/RequestLog.h"
+#include "tools/usbip-camera/UsbipProtocol.h"
+
+namespace orvella::usbip {
+
+class UsbipConnection {
+  public:
+    // `device` and `log` are borrowed; `camera` is the number used in the log.
+    UsbipConnection(virtualcam::UsbWireDevice& device, RequestLog& log, int camera);
+
+    // Runs until the connection closes or carries something that is not USB/IP; returns why it
+    // ended, for the log. `fd` stays open.
+    std::string serve(int fd);
+
+    void setOnGone(std::function<void()> onGone) { onGone_ = std::move(onGone); }
+
+  private:
+    bool submit(int fd, const Command& command, const std::vector<uint8_t>& out);
+
+    virtualcam::UsbWireDevice& device_;
+    RequestLog& log_;
+    int camera_;
+    std::function<void()> onGone_;
+    bool gone_ = false;
+    std::map<uint32_t, uint32_t> pending_;  // seqnum -> endpoint of URBs not answered yet
+};
+
+}  // namespace orvella::usbip
