@@ -31,7 +31,7 @@ constexpr uint32_t kCameraTypeUsbOnly = 1;      // built from USB identifiers, n
 constexpr uint32_t kCameraTypeMediaDevice = 2;  // built-in camera, media-device control objects
 
 class QTCamera {
-public:
+  public:
     // A bare camera object bound to the given services, with nothing looked up yet.
     explicit QTCamera(const platform::Platform& platform);
     ~QTCamera();
@@ -51,8 +51,12 @@ public:
                                                         uint32_t locationID, uint16_t vendor,
                                                         uint16_t product);
 
-    const std::shared_ptr<platform::CaptureDevice>& qtCaptureDevice() const { return _qtCaptureDevice; }
-    void setQtCaptureDevice(std::shared_ptr<platform::CaptureDevice> device) { _qtCaptureDevice = std::move(device); }
+    const std::shared_ptr<platform::CaptureDevice>& qtCaptureDevice() const {
+        return _qtCaptureDevice;
+    }
+    void setQtCaptureDevice(std::shared_ptr<platform::CaptureDevice> device) {
+        _qtCaptureDevice = std::move(device);
+    }
     const QString& uniqueID() const { return _uniqueID; }
     void setUniqueID(const QString& value) { _uniqueID = value; }
     const QString& modelUniqueID() const { return _modelUniqueID; }
@@ -84,7 +88,8 @@ public:
     // ---- UVC control requests ----
     IOReturn sendControlRequest(platform::ControlRequest& request);
     IOReturn setData(long value, int32_t length, int32_t selector, int32_t unit);
-    IOReturn getDataFor(int32_t request, int32_t length, int32_t selector, int32_t unit, long* value);
+    IOReturn getDataFor(int32_t request, int32_t length, int32_t selector, int32_t unit,
+                        long* value);
     IOReturn setUInt64(uint64_t value, int32_t selector, int32_t unit);
     IOReturn getUInt64(int32_t request, int32_t selector, int32_t unit, uint64_t* value);
     IOReturn awakeDeviceThenClose(platform::UsbDevice* device);
@@ -180,7 +185,7 @@ public:
 
     const platform::Platform& platform() const { return _platform; }
 
-private:
+  private:
     void usleep(uint32_t microseconds);
     void lookUpInterfaces();  // by location, then by vendor and product; probes what it finds
     // Finds the first USB device that `matches`, looks up its interfaces, wakes it and keeps it.

@@ -63,9 +63,10 @@ IOReturn QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* c
         std::shared_ptr<platform::UsbInterface> handle;
         const IOReturn query = service->queryInterface(handle);
         if (query != kIOReturnSuccess || !handle) {
-            NSLog("CameraControl Error: Couldn\u2019t create a device interface for the interface "
-                  "(%08x)",
-                  static_cast<uint32_t>(query));
+            NSLog(
+                "CameraControl Error: Couldn\u2019t create a device interface for the interface "
+                "(%08x)",
+                static_cast<uint32_t>(query));
             return query;
         }
 
@@ -140,7 +141,8 @@ void QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* contr
         device.getDeviceProduct(product);
         // The product argument is compared sign-extended, so products of 0x8000 and above never
         // match here; callers have the location lookup for those.
-        return vendor == vendorID && static_cast<int32_t>(product) == static_cast<int32_t>(productID);
+        return vendor == vendorID &&
+               static_cast<int32_t>(product) == static_cast<int32_t>(productID);
     });
 }
 
@@ -233,15 +235,17 @@ IOReturn GetStringDescriptor(platform::UsbDevice* device, uint8_t index, char* b
     uint8_t local[kLocalBufferSize] = {};
     IOReturn status = readString(*device, index, languageID, local, 2, nullptr);
     if (status != kIOReturnSuccess && status != kIOReturnOverrun) {
-        printOut("GetStringDescriptor[%p]::GetStringDescriptor reading string length returned "
-                 "error (0x%x) - retrying with max length",
-                 handle, static_cast<uint32_t>(status));
+        printOut(
+            "GetStringDescriptor[%p]::GetStringDescriptor reading string length returned "
+            "error (0x%x) - retrying with max length",
+            handle, static_cast<uint32_t>(status));
         std::memset(local, 0, sizeof local);
         status = readString(*device, index, languageID, local, kLocalBufferSize, nullptr);
         if (status != kIOReturnSuccess && status != kIOReturnUnderrun) {
-            printOut("GetStringDescriptor[%p]::GetStringDescriptor reading string length (256) "
-                     "returned error (0x%x)",
-                     handle, static_cast<uint32_t>(status));
+            printOut(
+                "GetStringDescriptor[%p]::GetStringDescriptor reading string length (256) "
+                "returned error (0x%x)",
+                handle, static_cast<uint32_t>(status));
             return status;
         }
     }
@@ -254,15 +258,17 @@ IOReturn GetStringDescriptor(platform::UsbDevice* device, uint8_t index, char* b
         return kIOReturnSuccess;
     }
     if (type != kStringDescriptorType) {
-        printOut("GetStringDescriptor[%p]::GetStringDescriptor descriptor is not a string (%d "
-                 "\u2260 kUSBStringDesc)",
-                 handle, type);
+        printOut(
+            "GetStringDescriptor[%p]::GetStringDescriptor descriptor is not a string (%d "
+            "\u2260 kUSBStringDesc)",
+            handle, type);
         return kIOReturnDeviceError;
     }
     if (length & 1) {
-        printOut("GetStringDescriptor[%p]::GetStringDescriptor descriptor length (%d) is odd, "
-                 "which is illegal",
-                 handle, length);
+        printOut(
+            "GetStringDescriptor[%p]::GetStringDescriptor descriptor length (%d) is odd, "
+            "which is illegal",
+            handle, length);
         local[0] &= 0xFE;
     }
 
@@ -271,27 +277,31 @@ IOReturn GetStringDescriptor(platform::UsbDevice* device, uint8_t index, char* b
     uint32_t moved = 0;
     status = readString(*device, index, languageID, local, length, &moved);
     if (status != kIOReturnSuccess) {
-        printOut("GetStringDescriptor[%p]::GetStringDescriptor reading entire string returned "
-                 "error (0x%x)",
-                 handle, static_cast<uint32_t>(status));
+        printOut(
+            "GetStringDescriptor[%p]::GetStringDescriptor reading entire string returned "
+            "error (0x%x)",
+            handle, static_cast<uint32_t>(status));
         return status;
     }
     if (local[1] != kStringDescriptorType) {
-        printOut("GetStringDescriptor[%p]::GetStringDescriptor descriptor is not a string (%d "
-                 "\u2260 kUSBStringDesc)",
-                 handle, local[1]);
+        printOut(
+            "GetStringDescriptor[%p]::GetStringDescriptor descriptor is not a string (%d "
+            "\u2260 kUSBStringDesc)",
+            handle, local[1]);
         return kIOReturnDeviceError;
     }
     if (local[0] & 1) {
-        printOut("GetStringDescriptor[%p]::GetStringDescriptor(2) descriptor length (%d) is odd, "
-                 "which is illegal",
-                 handle, local[0]);
+        printOut(
+            "GetStringDescriptor[%p]::GetStringDescriptor(2) descriptor length (%d) is odd, "
+            "which is illegal",
+            handle, local[0]);
         local[0] &= 0xFE;
     }
     const int total = local[0];
-    printOut("GetStringDescriptor[%p]::GetStringDescriptor Got string descriptor %d, length %d, "
-             "got %d\n",
-             handle, index, total, static_cast<int>(moved));
+    printOut(
+        "GetStringDescriptor[%p]::GetStringDescriptor Got string descriptor %d, length %d, "
+        "got %d\n",
+        handle, index, total, static_cast<int>(moved));
 
     if (total - 2 < 2) return kIOReturnSuccess;
     // The local buffer was cleared before the read, so units the device did not send read as 0

@@ -179,7 +179,8 @@ IOReturn QTCamera::awakeDeviceThenClose(platform::UsbDevice* device) {
                  static_cast<uint32_t>(status));
         return status;
     }
-    if ((info & (1u << platform::kUSBInformationDeviceIsSuspendedBit)) == 0) return kIOReturnSuccess;
+    if ((info & (1u << platform::kUSBInformationDeviceIsSuspendedBit)) == 0)
+        return kIOReturnSuccess;
 
     status = device->usbDeviceOpen();
     if (status != kIOReturnSuccess) {

@@ -3,7 +3,6 @@
 // the controls in one fixed order, which puts every automatic mode before the manual value it
 // governs, so a reset writes the mode first and then sees the manual control disabled.
 
-
 #include "camera/ControlTable.h"
 #include "camera/ControlValues.h"
 #include "camera/ModelTables.h"

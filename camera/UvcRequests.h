@@ -20,7 +20,7 @@ constexpr uint8_t GET_DEF = 0x87;
 constexpr uint8_t kInfoDisabledByAutoMode = 0x04;
 
 // Extension units reached at fixed numbers (never discovered).
-constexpr int32_t kMotorUnit = 9;    // pan/tilt step, reset, focus motor
+constexpr int32_t kMotorUnit = 9;  // pan/tilt step, reset, focus motor
 constexpr int32_t kLedType1Unit = 13;
 
 // USB class codes.

@@ -8,7 +8,7 @@
 namespace orvella::platform {
 
 class Clock {
-public:
+  public:
     virtual ~Clock() = default;
     // Blocks the calling thread for the given number of microseconds.
     virtual void usleep(uint32_t microseconds) = 0;
@@ -16,14 +16,14 @@ public:
 
 // Really sleeps.
 class SystemClock final : public Clock {
-public:
+  public:
     void usleep(uint32_t microseconds) override;
     static SystemClock& shared();
 };
 
 // Returns at once and remembers every pause asked for.
 class RecordingClock final : public Clock {
-public:
+  public:
     void usleep(uint32_t microseconds) override { pauses.push_back(microseconds); }
     std::vector<uint32_t> pauses;
 };

@@ -8,10 +8,12 @@ namespace orvella {
 
 using IOReturn = int32_t;
 
-constexpr IOReturn ioReturn(uint32_t code) { return static_cast<IOReturn>(code); }
+constexpr IOReturn ioReturn(uint32_t code) {
+    return static_cast<IOReturn>(code);
+}
 
 constexpr IOReturn kIOReturnSuccess = 0;
-constexpr IOReturn kIOReturnError = ioReturn(0xE00002BC);         // general error
+constexpr IOReturn kIOReturnError = ioReturn(0xE00002BC);  // general error
 constexpr IOReturn kIOReturnNoMemory = ioReturn(0xE00002BD);
 constexpr IOReturn kIOReturnNoDevice = ioReturn(0xE00002C0);
 constexpr IOReturn kIOReturnBadArgument = ioReturn(0xE00002C2);

@@ -64,7 +64,9 @@ void ConsoleSink::standardOutput(const std::string& text) {
     std::fflush(stdout);
 }
 
-Sink& sink() { return gSink ? *gSink : consoleSink(); }
+Sink& sink() {
+    return gSink ? *gSink : consoleSink();
+}
 
 Sink* setSink(Sink* sink) {
     Sink* previous = gSink ? gSink : &consoleSink();

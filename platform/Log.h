@@ -9,7 +9,7 @@
 namespace orvella::log {
 
 class Sink {
-public:
+  public:
     virtual ~Sink() = default;
     // One system-log message, without a trailing newline.
     virtual void systemLog(const std::string& message) = 0;
@@ -20,14 +20,14 @@ public:
 // Writes system-log lines to standard error as "<date time> <process>[<pid>] <message>" and
 // prints to standard output unchanged.
 class ConsoleSink final : public Sink {
-public:
+  public:
     void systemLog(const std::string& message) override;
     void standardOutput(const std::string& text) override;
 };
 
 // Keeps everything in memory; used by tests and by tools that want to filter the trace.
 class MemorySink final : public Sink {
-public:
+  public:
     void systemLog(const std::string& message) override { lines.push_back(message); }
     void standardOutput(const std::string& text) override { printed += text; }
 
@@ -37,7 +37,7 @@ public:
 
 // Drops everything (orvellactl without --verbose).
 class NullSink final : public Sink {
-public:
+  public:
     void systemLog(const std::string&) override {}
     void standardOutput(const std::string&) override {}
 };
@@ -49,7 +49,7 @@ Sink* setSink(Sink* sink);
 
 // Installs a MemorySink for the lifetime of the object.
 class ScopedCapture {
-public:
+  public:
     ScopedCapture() : previous_(setSink(&memory_)) {}
     ~ScopedCapture() { setSink(previous_); }
     ScopedCapture(const ScopedCapture&) = delete;
@@ -62,7 +62,7 @@ public:
         memory_.printed.clear();
     }
 
-private:
+  private:
     MemorySink memory_;
     Sink* previous_;
 };

@@ -10,10 +10,10 @@
 namespace orvella::platform {
 
 class RawUsbTransport {
-public:
+  public:
     virtual ~RawUsbTransport() = default;
-    virtual IOReturn controlRequest(unsigned busNumber, unsigned deviceAddress, ControlRequest& request,
-                                    uint32_t timeoutMs) = 0;
+    virtual IOReturn controlRequest(unsigned busNumber, unsigned deviceAddress,
+                                    ControlRequest& request, uint32_t timeoutMs) = 0;
 };
 
 }  // namespace orvella::platform

@@ -38,7 +38,7 @@ using Descriptor = std::vector<uint8_t>;
 // An interface of a device. Handles stay valid after the device is gone; every call then
 // answers kIOReturnNoDevice.
 class UsbInterface {
-public:
+  public:
     virtual ~UsbInterface() = default;
     virtual IOReturn getDeviceVendor(uint16_t& vendor) = 0;
     virtual IOReturn getDeviceProduct(uint16_t& product) = 0;
@@ -55,7 +55,7 @@ public:
 
 // An interface as the device's interface iterator delivers it, before a handle exists.
 class UsbInterfaceService {
-public:
+  public:
     virtual ~UsbInterfaceService() = default;
     // Creates the plug-in for the interface and releases the service object. Returns the status
     // of that step; `gotPlugIn` false with status 0 means no plug-in came back.
@@ -65,7 +65,7 @@ public:
 };
 
 class UsbDevice {
-public:
+  public:
     virtual ~UsbDevice() = default;
     virtual IOReturn getLocationID(uint32_t& locationID) = 0;
     virtual IOReturn getDeviceVendor(uint16_t& vendor) = 0;
@@ -86,7 +86,7 @@ public:
 
 // A USB device as registry matching delivers it, before a handle exists.
 class UsbDeviceService {
-public:
+  public:
     virtual ~UsbDeviceService() = default;
     // Registry properties used by matching dictionaries.
     virtual uint16_t idVendor() const = 0;
@@ -98,7 +98,7 @@ public:
 
 // Callbacks for devices that appear or disappear.
 class UsbMatchingObserver {
-public:
+  public:
     virtual ~UsbMatchingObserver() = default;
     virtual void usbDeviceAdded(const std::shared_ptr<UsbDeviceService>& service) = 0;
     virtual void usbDeviceRemoved(const std::shared_ptr<UsbDeviceService>& service) = 0;
@@ -106,17 +106,18 @@ public:
 
 // The USB side of the machine.
 class UsbHost {
-public:
+  public:
     virtual ~UsbHost() = default;
     // Every USB device, in registry order.
-    virtual IOReturn getMatchingServices(std::vector<std::shared_ptr<UsbDeviceService>>& services) = 0;
+    virtual IOReturn getMatchingServices(
+        std::vector<std::shared_ptr<UsbDeviceService>>& services) = 0;
     // Devices with the given vendor and product, compared as the registry's 32-bit numbers.
     IOReturn getMatchingServices(int32_t vendor, int32_t product,
                                  std::vector<std::shared_ptr<UsbDeviceService>>& services);
     // Registers an observer (not owned) for devices that appear or disappear; nullptr removes.
     virtual void setMatchingObserver(UsbMatchingObserver* observer) { observer_ = observer; }
 
-protected:
+  protected:
     UsbMatchingObserver* observer_ = nullptr;
 };
 

@@ -232,8 +232,7 @@ class Session {
             auto camera = QTCamera::initWithQTCaptureDevice(services, device);
             if (camera->qtCaptureDevice()) cameras_.push_back(std::move(camera));
         }
-        if (cameras_.empty() && problem)
-            return Failure{QStringLiteral("no camera can be opened")};
+        if (cameras_.empty() && problem) return Failure{QStringLiteral("no camera can be opened")};
         return std::nullopt;
     }
 

@@ -63,9 +63,9 @@ struct DeviceState {
         if (gone) return kIOReturnNoDevice;
         libusb_device_handle* h = nullptr;
         if (const int result = handle(&h); result < 0) return ioReturnForLibusb(result);
-        const int result = libusb_control_transfer(h, request.bmRequestType, request.bRequest, request.wValue,
-                                                   request.wIndex, static_cast<unsigned char*>(request.pData),
-                                                   request.wLength, timeoutMs);
+        const int result = libusb_control_transfer(
+            h, request.bmRequestType, request.bRequest, request.wValue, request.wIndex,
+            static_cast<unsigned char*>(request.pData), request.wLength, timeoutMs);
         if (result < 0) {
             if (result == LIBUSB_ERROR_NO_DEVICE) gone = true;
             return ioReturnForLibusb(result);
@@ -76,7 +76,7 @@ struct DeviceState {
 };
 
 class LibusbInterface final : public platform::UsbInterface {
-public:
+  public:
     LibusbInterface(std::shared_ptr<DeviceState> state, const libusb_interface_descriptor& alt)
         : state_(std::move(state)),
           class_(alt.bInterfaceClass),
@@ -94,7 +94,9 @@ public:
     }
 
     IOReturn getDeviceVendor(uint16_t& v) override { return value(v, state_->descriptor.idVendor); }
-    IOReturn getDeviceProduct(uint16_t& v) override { return value(v, state_->descriptor.idProduct); }
+    IOReturn getDeviceProduct(uint16_t& v) override {
+        return value(v, state_->descriptor.idProduct);
+    }
     IOReturn getInterfaceClass(uint8_t& v) override { return value(v, class_); }
     IOReturn getInterfaceSubClass(uint8_t& v) override { return value(v, subClass_); }
     IOReturn getInterfaceNumber(uint8_t& v) override { return value(v, number_); }
@@ -104,7 +106,7 @@ public:
         return state_->transfer(request, kDefaultTimeoutMs);
     }
 
-private:
+  private:
     template <class T>
     IOReturn value(T& out, T v) const {
         if (state_->gone) return kIOReturnNoDevice;
@@ -118,8 +120,9 @@ private:
 };
 
 class LibusbInterfaceService final : public platform::UsbInterfaceService {
-public:
-    explicit LibusbInterfaceService(std::shared_ptr<platform::UsbInterface> h) : handle_(std::move(h)) {}
+  public:
+    explicit LibusbInterfaceService(std::shared_ptr<platform::UsbInterface> h)
+        : handle_(std::move(h)) {}
     IOReturn createPlugIn(bool& got) override {
         got = true;
         return kIOReturnSuccess;
@@ -129,29 +132,40 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     std::shared_ptr<platform::UsbInterface> handle_;
 };
 
 class LibusbDevice final : public platform::UsbDevice {
-public:
+  public:
     explicit LibusbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
 
-    IOReturn getLocationID(uint32_t& v) override { return value(v, locationOf(state_->device.get())); }
+    IOReturn getLocationID(uint32_t& v) override {
+        return value(v, locationOf(state_->device.get()));
+    }
     IOReturn getDeviceVendor(uint16_t& v) override { return value(v, state_->descriptor.idVendor); }
-    IOReturn getDeviceProduct(uint16_t& v) override { return value(v, state_->descriptor.idProduct); }
-    IOReturn usbGetProductStringIndex(uint8_t& v) override { return value(v, state_->descriptor.iProduct); }
+    IOReturn getDeviceProduct(uint16_t& v) override {
+        return value(v, state_->descriptor.idProduct);
+    }
+    IOReturn usbGetProductStringIndex(uint8_t& v) override {
+        return value(v, state_->descriptor.iProduct);
+    }
     // libusb has no suspend state to read; the kernel resumes a device that is used.
     IOReturn getUSBDeviceInformation(uint32_t& v) override { return value(v, 0u); }
-    IOReturn usbDeviceOpen() override { return state_->gone ? kIOReturnNoDevice : kIOReturnSuccess; }
-    IOReturn usbDeviceSuspend(bool) override { return state_->gone ? kIOReturnNoDevice : kIOReturnSuccess; }
+    IOReturn usbDeviceOpen() override {
+        return state_->gone ? kIOReturnNoDevice : kIOReturnSuccess;
+    }
+    IOReturn usbDeviceSuspend(bool) override {
+        return state_->gone ? kIOReturnNoDevice : kIOReturnSuccess;
+    }
     IOReturn usbDeviceClose() override { return kIOReturnSuccess; }
     IOReturn deviceRequestTO(platform::DeviceRequestTO& request) override {
         return state_->transfer(request, request.completionTimeout ? request.completionTimeout
-                                         : request.noDataTimeout    ? request.noDataTimeout
-                                                                    : kDefaultTimeoutMs);
+                                         : request.noDataTimeout   ? request.noDataTimeout
+                                                                   : kDefaultTimeoutMs);
     }
-    IOReturn createInterfaceIterator(std::vector<std::shared_ptr<platform::UsbInterfaceService>>& out) override {
+    IOReturn createInterfaceIterator(
+        std::vector<std::shared_ptr<platform::UsbInterfaceService>>& out) override {
         if (state_->gone) return kIOReturnNoDevice;
         out.clear();
         libusb_config_descriptor* config = nullptr;
@@ -167,7 +181,7 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     template <class T>
     IOReturn value(T& out, T v) const {
         if (state_->gone) return kIOReturnNoDevice;
@@ -178,7 +192,7 @@ private:
 };
 
 class LibusbDeviceService final : public platform::UsbDeviceService {
-public:
+  public:
     explicit LibusbDeviceService(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
     uint16_t idVendor() const override { return state_->descriptor.idVendor; }
     uint16_t idProduct() const override { return state_->descriptor.idProduct; }
@@ -191,7 +205,7 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     std::shared_ptr<DeviceState> state_;
 };
 
@@ -199,18 +213,28 @@ private:
 
 IOReturn ioReturnForLibusb(int error) {
     switch (error) {
-        case LIBUSB_SUCCESS: return kIOReturnSuccess;
+        case LIBUSB_SUCCESS:
+            return kIOReturnSuccess;
         case LIBUSB_ERROR_NO_DEVICE:
-        case LIBUSB_ERROR_NOT_FOUND: return kIOReturnNoDevice;
+        case LIBUSB_ERROR_NOT_FOUND:
+            return kIOReturnNoDevice;
         case LIBUSB_ERROR_TIMEOUT:
-        case LIBUSB_ERROR_BUSY: return kIOReturnNotResponding;
-        case LIBUSB_ERROR_PIPE: return kIOUSBPipeStalled;
-        case LIBUSB_ERROR_ACCESS: return kIOReturnNotPermitted;
-        case LIBUSB_ERROR_INVALID_PARAM: return kIOReturnBadArgument;
-        case LIBUSB_ERROR_OVERFLOW: return kIOReturnOverrun;
-        case LIBUSB_ERROR_NO_MEM: return kIOReturnNoMemory;
-        case LIBUSB_ERROR_NOT_SUPPORTED: return kIOReturnUnsupported;
-        default: return kIOReturnError;
+        case LIBUSB_ERROR_BUSY:
+            return kIOReturnNotResponding;
+        case LIBUSB_ERROR_PIPE:
+            return kIOUSBPipeStalled;
+        case LIBUSB_ERROR_ACCESS:
+            return kIOReturnNotPermitted;
+        case LIBUSB_ERROR_INVALID_PARAM:
+            return kIOReturnBadArgument;
+        case LIBUSB_ERROR_OVERFLOW:
+            return kIOReturnOverrun;
+        case LIBUSB_ERROR_NO_MEM:
+            return kIOReturnNoMemory;
+        case LIBUSB_ERROR_NOT_SUPPORTED:
+            return kIOReturnUnsupported;
+        default:
+            return kIOReturnError;
     }
 }
 
@@ -226,7 +250,8 @@ LibusbHost::LibusbHost() {
 
 LibusbHost::~LibusbHost() = default;
 
-IOReturn LibusbHost::getMatchingServices(std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) {
+IOReturn LibusbHost::getMatchingServices(
+    std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) {
     services.clear();
     if (!context_) return kIOReturnSuccess;
     libusb_device** list = nullptr;
@@ -243,8 +268,8 @@ IOReturn LibusbHost::getMatchingServices(std::vector<std::shared_ptr<platform::U
     return kIOReturnSuccess;
 }
 
-IOReturn LibusbHost::controlRequest(unsigned busNumber, unsigned deviceAddress, platform::ControlRequest& request,
-                                    uint32_t timeoutMs) {
+IOReturn LibusbHost::controlRequest(unsigned busNumber, unsigned deviceAddress,
+                                    platform::ControlRequest& request, uint32_t timeoutMs) {
     request.wLenDone = 0;
     if (!context_) return kIOReturnNoDevice;
     libusb_device** list = nullptr;
@@ -252,7 +277,8 @@ IOReturn LibusbHost::controlRequest(unsigned busNumber, unsigned deviceAddress, 
     if (count < 0) return ioReturnForLibusb(static_cast<int>(count));
     std::shared_ptr<DeviceState> state;
     for (ssize_t i = 0; i < count && !state; ++i) {
-        if (libusb_get_bus_number(list[i]) != busNumber || libusb_get_device_address(list[i]) != deviceAddress)
+        if (libusb_get_bus_number(list[i]) != busNumber ||
+            libusb_get_device_address(list[i]) != deviceAddress)
             continue;
         state = std::make_shared<DeviceState>();
         state->context = context_;

@@ -16,7 +16,7 @@ namespace orvella::libusbplatform {
 IOReturn ioReturnForLibusb(int error);
 
 class LibusbHost final : public platform::UsbHost, public platform::RawUsbTransport {
-public:
+  public:
     LibusbHost();
     ~LibusbHost() override;
     LibusbHost(const LibusbHost&) = delete;
@@ -25,13 +25,14 @@ public:
     // False when libusb could not be initialised (no USB support on the machine).
     bool available() const { return context_ != nullptr; }
 
-    IOReturn getMatchingServices(std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) override;
+    IOReturn getMatchingServices(
+        std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) override;
     using platform::UsbHost::getMatchingServices;
 
-    IOReturn controlRequest(unsigned busNumber, unsigned deviceAddress, platform::ControlRequest& request,
-                            uint32_t timeoutMs) override;
+    IOReturn controlRequest(unsigned busNumber, unsigned deviceAddress,
+                            platform::ControlRequest& request, uint32_t timeoutMs) override;
 
-private:
+  private:
     std::shared_ptr<libusb_context> context_;
 };
 

@@ -15,7 +15,7 @@ namespace orvella::linuxplatform {
 class UdevMonitor;
 
 class LinuxPlatform {
-public:
+  public:
     explicit LinuxPlatform(std::string sysfsRoot = "/sys", std::string devRoot = "/dev",
                            VideoIoOpener* opener = nullptr);
     ~LinuxPlatform();
@@ -28,7 +28,7 @@ public:
     LinuxUsbHost& usb() { return usb_; }
     V4l2CaptureDeviceSystem& capture() { return capture_; }
 
-private:
+  private:
     libusbplatform::LibusbHost libusb_;
     LinuxUsbHost usb_;
     V4l2CaptureDeviceSystem capture_;

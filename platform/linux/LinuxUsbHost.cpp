@@ -47,10 +47,12 @@ std::shared_ptr<DeviceState> readDevice(const fs::path& directory, const std::st
     if (!bus || !vendor || !product) return nullptr;
     state->busNumber = static_cast<unsigned>(*bus);
     state->address = static_cast<unsigned>(sysfs::readNumber(directory / "devnum", 10).value_or(0));
-    state->locationID = locationIDFor(state->busNumber, sysfs::readLine(directory / "devpath").value_or(""));
+    state->locationID =
+        locationIDFor(state->busNumber, sysfs::readLine(directory / "devpath").value_or(""));
     state->configuration =
         static_cast<uint8_t>(sysfs::readNumber(directory / "bConfigurationValue", 10).value_or(1));
-    if (const auto blob = sysfs::readBinary(directory / "descriptors")) state->info = parseUsbDescriptors(*blob);
+    if (const auto blob = sysfs::readBinary(directory / "descriptors"))
+        state->info = parseUsbDescriptors(*blob);
     for (const std::string& warning : state->info.warnings)
         NSLog("CameraControl Error: %s: %s", directory.filename().c_str(), warning.c_str());
     // The registry's identifiers win over a blob that could not be read.
@@ -73,7 +75,7 @@ std::vector<uint8_t> stringDescriptor(const std::string& text) {
 }
 
 class LinuxUsbInterface final : public platform::UsbInterface {
-public:
+  public:
     LinuxUsbInterface(std::shared_ptr<DeviceState> device, UsbInterfaceInfo info)
         : device_(std::move(device)), info_(std::move(info)) {}
 
@@ -87,23 +89,28 @@ public:
         product = device_->info.product;
         return kIOReturnSuccess;
     }
-    IOReturn getInterfaceClass(uint8_t& value) override { return field(value, info_.interfaceClass); }
+    IOReturn getInterfaceClass(uint8_t& value) override {
+        return field(value, info_.interfaceClass);
+    }
     IOReturn getInterfaceSubClass(uint8_t& value) override { return field(value, info_.subClass); }
     IOReturn getInterfaceNumber(uint8_t& value) override { return field(value, info_.number); }
-    std::vector<platform::Descriptor> classSpecificDescriptors() override { return info_.classSpecific; }
+    std::vector<platform::Descriptor> classSpecificDescriptors() override {
+        return info_.classSpecific;
+    }
 
     IOReturn controlRequest(uint8_t pipe, platform::ControlRequest& request) override {
         if (pipe != 0) return kIOReturnBadArgument;
         std::lock_guard<std::mutex> lock(mutex_);
         if (!device_->present()) return kIOReturnNoDevice;
         const fs::path interfaceDirectory =
-            device_->directory / (device_->directory.filename().string() + ":" +
-                                  std::to_string(device_->configuration) + "." +
-                                  std::to_string(info_.number));
+            device_->directory /
+            (device_->directory.filename().string() + ":" + std::to_string(device_->configuration) +
+             "." + std::to_string(info_.number));
         const std::string driver = sysfs::driverName(interfaceDirectory);
         if (driver == "uvcvideo") return throughDriver(interfaceDirectory, request);
         if (driver.empty() && device_->raw)
-            return device_->raw->controlRequest(device_->busNumber, device_->address, request, kRawTimeoutMs);
+            return device_->raw->controlRequest(device_->busNumber, device_->address, request,
+                                                kRawTimeoutMs);
         if (!reported_) {
             reported_ = true;
             NSLog("CameraControl Error: interface %s is held by driver \"%s\"; no control path",
@@ -112,7 +119,7 @@ public:
         return kIOReturnNotPermitted;
     }
 
-private:
+  private:
     IOReturn field(uint8_t& out, uint8_t value) const {
         if (!device_->present()) return kIOReturnNoDevice;
         out = value;
@@ -121,7 +128,8 @@ private:
 
     IOReturn throughDriver(const fs::path& interfaceDirectory, platform::ControlRequest& request) {
         if (!bridge_) {
-            VideoIoOpener& opener = device_->opener ? *device_->opener : PosixVideoIoOpener::shared();
+            VideoIoOpener& opener =
+                device_->opener ? *device_->opener : PosixVideoIoOpener::shared();
             const auto node = captureNodeOf(interfaceDirectory, device_->devRoot, opener);
             if (!node) return kIOReturnNoDevice;
             int error = 0;
@@ -129,11 +137,13 @@ private:
             if (!io_) {
                 if (!reported_) {
                     reported_ = true;
-                    NSLog("CameraControl Error: %s", openFailureText(node->devicePath, error).c_str());
+                    NSLog("CameraControl Error: %s",
+                          openFailureText(node->devicePath, error).c_str());
                 }
                 return ioReturnForErrno(error);
             }
-            bridge_ = std::make_unique<UvcV4l2Bridge>(UvcUnits::fromDescriptors(info_.classSpecific), *io_);
+            bridge_ = std::make_unique<UvcV4l2Bridge>(
+                UvcUnits::fromDescriptors(info_.classSpecific), *io_);
         }
         const IOReturn status = bridge_->controlRequest(request);
         if (status == kIOReturnNoDevice) {
@@ -153,8 +163,9 @@ private:
 };
 
 class LinuxInterfaceService final : public platform::UsbInterfaceService {
-public:
-    explicit LinuxInterfaceService(std::shared_ptr<platform::UsbInterface> handle) : handle_(std::move(handle)) {}
+  public:
+    explicit LinuxInterfaceService(std::shared_ptr<platform::UsbInterface> handle)
+        : handle_(std::move(handle)) {}
     IOReturn createPlugIn(bool& gotPlugIn) override {
         gotPlugIn = true;
         return kIOReturnSuccess;
@@ -164,12 +175,12 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     std::shared_ptr<platform::UsbInterface> handle_;
 };
 
 class LinuxUsbDevice final : public platform::UsbDevice {
-public:
+  public:
     explicit LinuxUsbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
 
     IOReturn getLocationID(uint32_t& locationID) override {
@@ -195,19 +206,26 @@ public:
     IOReturn getUSBDeviceInformation(uint32_t& info) override {
         if (!state_->present()) return kIOReturnNoDevice;
         const auto status = sysfs::readLine(state_->directory / "power" / "runtime_status");
-        info = status && *status == "suspended" ? (1u << platform::kUSBInformationDeviceIsSuspendedBit) : 0;
+        info = status && *status == "suspended"
+                   ? (1u << platform::kUSBInformationDeviceIsSuspendedBit)
+                   : 0;
         return kIOReturnSuccess;
     }
     // The kernel resumes a device when it is used, so opening, resuming and closing only check
     // that the device is still there.
-    IOReturn usbDeviceOpen() override { return state_->present() ? kIOReturnSuccess : kIOReturnNoDevice; }
-    IOReturn usbDeviceSuspend(bool) override { return state_->present() ? kIOReturnSuccess : kIOReturnNoDevice; }
+    IOReturn usbDeviceOpen() override {
+        return state_->present() ? kIOReturnSuccess : kIOReturnNoDevice;
+    }
+    IOReturn usbDeviceSuspend(bool) override {
+        return state_->present() ? kIOReturnSuccess : kIOReturnNoDevice;
+    }
     IOReturn usbDeviceClose() override { return kIOReturnSuccess; }
 
     IOReturn deviceRequestTO(platform::DeviceRequestTO& request) override {
         request.wLenDone = 0;
         if (!state_->present()) return kIOReturnNoDevice;
-        const bool stringRequest = request.bmRequestType == 0x80 && request.bRequest == 6 && (request.wValue >> 8) == 3;
+        const bool stringRequest =
+            request.bmRequestType == 0x80 && request.bRequest == 6 && (request.wValue >> 8) == 3;
         if (stringRequest) {
             const uint8_t index = static_cast<uint8_t>(request.wValue & 0xFF);
             std::optional<std::vector<uint8_t>> descriptor;
@@ -219,7 +237,8 @@ public:
                                    : index == state_->info.iSerialNumber ? "serial"
                                                                          : nullptr;
                 if (file)
-                    if (const auto text = sysfs::readLine(state_->directory / file)) descriptor = stringDescriptor(*text);
+                    if (const auto text = sysfs::readLine(state_->directory / file))
+                        descriptor = stringDescriptor(*text);
             }
             if (descriptor) {
                 const size_t count = std::min<size_t>(descriptor->size(), request.wLength);
@@ -230,26 +249,28 @@ public:
             }
         }
         if (state_->raw)
-            return state_->raw->controlRequest(state_->busNumber, state_->address, request,
-                                               request.completionTimeout ? request.completionTimeout : kRawTimeoutMs);
+            return state_->raw->controlRequest(
+                state_->busNumber, state_->address, request,
+                request.completionTimeout ? request.completionTimeout : kRawTimeoutMs);
         return kIOUSBPipeStalled;
     }
 
-    IOReturn createInterfaceIterator(std::vector<std::shared_ptr<platform::UsbInterfaceService>>& interfaces) override {
+    IOReturn createInterfaceIterator(
+        std::vector<std::shared_ptr<platform::UsbInterfaceService>>& interfaces) override {
         if (!state_->present()) return kIOReturnNoDevice;
         interfaces.clear();
         for (const UsbInterfaceInfo& info : state_->info.interfaces)
-            interfaces.push_back(
-                std::make_shared<LinuxInterfaceService>(std::make_shared<LinuxUsbInterface>(state_, info)));
+            interfaces.push_back(std::make_shared<LinuxInterfaceService>(
+                std::make_shared<LinuxUsbInterface>(state_, info)));
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     std::shared_ptr<DeviceState> state_;
 };
 
 class LinuxDeviceService final : public platform::UsbDeviceService {
-public:
+  public:
     explicit LinuxDeviceService(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
     uint16_t idVendor() const override { return state_->info.vendor; }
     uint16_t idProduct() const override { return state_->info.product; }
@@ -263,16 +284,18 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     std::shared_ptr<DeviceState> state_;
 };
 
 }  // namespace
 
-LinuxUsbHost::LinuxUsbHost(std::string sysfsRoot, std::string devRoot, VideoIoOpener* opener, RawUsbTransport* raw)
+LinuxUsbHost::LinuxUsbHost(std::string sysfsRoot, std::string devRoot, VideoIoOpener* opener,
+                           RawUsbTransport* raw)
     : sysfsRoot_(std::move(sysfsRoot)), devRoot_(std::move(devRoot)), opener_(opener), raw_(raw) {}
 
-IOReturn LinuxUsbHost::getMatchingServices(std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) {
+IOReturn LinuxUsbHost::getMatchingServices(
+    std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) {
     services.clear();
     const fs::path devices = fs::path(sysfsRoot_) / "bus" / "usb" / "devices";
     std::error_code error;
@@ -300,7 +323,8 @@ void LinuxUsbHost::rescan() {
     auto contains = [&](const std::vector<std::shared_ptr<platform::UsbDeviceService>>& list,
                         const std::shared_ptr<platform::UsbDeviceService>& service) {
         return std::any_of(list.begin(), list.end(), [&](const auto& other) {
-            return directoryOf(other) == directoryOf(service) && other->idVendor() == service->idVendor() &&
+            return directoryOf(other) == directoryOf(service) &&
+                   other->idVendor() == service->idVendor() &&
                    other->idProduct() == service->idProduct();
         });
     };
@@ -311,8 +335,10 @@ void LinuxUsbHost::rescan() {
         if (!contains(known_, service)) added.push_back(service);
     known_ = std::move(now);
     if (!observer_) return;
-    for (const auto& service : gone) observer_->usbDeviceRemoved(service);
-    for (const auto& service : added) observer_->usbDeviceAdded(service);
+    for (const auto& service : gone)
+        observer_->usbDeviceRemoved(service);
+    for (const auto& service : added)
+        observer_->usbDeviceAdded(service);
 }
 
 }  // namespace orvella::linuxplatform

@@ -16,7 +16,7 @@ namespace orvella::linuxplatform {
 using platform::RawUsbTransport;
 
 class LinuxUsbHost final : public platform::UsbHost {
-public:
+  public:
     // `sysfsRoot` is normally "/sys" and `devRoot` "/dev"; tests point them at a tree of their
     // own. The opener and the raw transport are borrowed; the transport may be null.
     explicit LinuxUsbHost(std::string sysfsRoot = "/sys", std::string devRoot = "/dev",
@@ -33,7 +33,7 @@ public:
     const std::string& sysfsRoot() const { return sysfsRoot_; }
     const std::string& devRoot() const { return devRoot_; }
 
-private:
+  private:
     std::string sysfsRoot_;
     std::string devRoot_;
     VideoIoOpener* opener_;

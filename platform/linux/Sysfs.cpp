@@ -40,7 +40,8 @@ std::optional<unsigned long> readNumber(const fs::path& file, int base) {
 std::optional<std::vector<uint8_t>> readBinary(const fs::path& file) {
     std::ifstream in(file, std::ios::binary);
     if (!in) return std::nullopt;
-    std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)),
+                               std::istreambuf_iterator<char>());
     return bytes;
 }
 
@@ -52,7 +53,8 @@ std::string driverName(const fs::path& directory) {
 
 }  // namespace sysfs
 
-std::vector<VideoNode> videoNodesOf(const fs::path& interfaceDirectory, const std::string& devRoot) {
+std::vector<VideoNode> videoNodesOf(const fs::path& interfaceDirectory,
+                                    const std::string& devRoot) {
     std::vector<VideoNode> nodes;
     std::error_code error;
     for (const auto& entry : fs::directory_iterator(interfaceDirectory / "video4linux", error)) {
@@ -71,8 +73,8 @@ std::vector<VideoNode> videoNodesOf(const fs::path& interfaceDirectory, const st
     return nodes;
 }
 
-std::optional<VideoNode> captureNodeOf(const fs::path& interfaceDirectory, const std::string& devRoot,
-                                       VideoIoOpener& opener) {
+std::optional<VideoNode> captureNodeOf(const fs::path& interfaceDirectory,
+                                       const std::string& devRoot, VideoIoOpener& opener) {
     if (sysfs::driverName(interfaceDirectory) != "uvcvideo") return std::nullopt;
     const std::vector<VideoNode> nodes = videoNodesOf(interfaceDirectory, devRoot);
     std::vector<std::string> metadata;

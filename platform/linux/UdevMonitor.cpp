@@ -41,12 +41,14 @@ bool UdevMonitor::start() {
     udev->monitor = udev_monitor_new_from_netlink(udev->context, "udev");
     if (!udev->monitor ||
         udev_monitor_filter_add_match_subsystem_devtype(udev->monitor, "usb", "usb_device") < 0 ||
-        udev_monitor_filter_add_match_subsystem_devtype(udev->monitor, "video4linux", nullptr) < 0 ||
+        udev_monitor_filter_add_match_subsystem_devtype(udev->monitor, "video4linux", nullptr) <
+            0 ||
         udev_monitor_enable_receiving(udev->monitor) < 0) {
         NSLog("CameraControl Error: cannot listen to udev; cameras plugged in later are not seen");
         return false;
     }
-    udev->notifier = std::make_unique<QSocketNotifier>(udev_monitor_get_fd(udev->monitor), QSocketNotifier::Read);
+    udev->notifier = std::make_unique<QSocketNotifier>(udev_monitor_get_fd(udev->monitor),
+                                                       QSocketNotifier::Read);
     connect(udev->notifier.get(), &QSocketNotifier::activated, this, &UdevMonitor::eventArrived);
     udev_ = std::move(udev);
     // What is present now is reported at once, without waiting for an event.
@@ -56,7 +58,8 @@ bool UdevMonitor::start() {
 
 void UdevMonitor::eventArrived() {
     // Drain every queued event; what they say is read back from sysfs when the burst settles.
-    while (udev_device* device = udev_monitor_receive_device(udev_->monitor)) udev_device_unref(device);
+    while (udev_device* device = udev_monitor_receive_device(udev_->monitor))
+        udev_device_unref(device);
     retries_ = 0;
     timer_.start(kSettleMs);
 }

@@ -16,7 +16,7 @@ class V4l2CaptureDeviceSystem;
 
 class UdevMonitor final : public QObject {
     Q_OBJECT
-public:
+  public:
     // Both are borrowed; either may be null.
     UdevMonitor(LinuxUsbHost* usb, V4l2CaptureDeviceSystem* capture, QObject* parent = nullptr);
     ~UdevMonitor() override;
@@ -30,7 +30,7 @@ public:
     static constexpr int kRetryMs = 250;
     static constexpr int kMaxRetries = 20;
 
-private:
+  private:
     void eventArrived();
     void settle();
 

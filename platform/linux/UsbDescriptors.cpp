@@ -60,8 +60,9 @@ UsbDeviceInfo parseUsbDescriptors(const std::vector<uint8_t>& blob) {
                 current = &info.interfaces.back();
             }
         } else if (type == kTypeClassInterface && current) {
-            current->classSpecific.emplace_back(blob.begin() + static_cast<std::ptrdiff_t>(at),
-                                                blob.begin() + static_cast<std::ptrdiff_t>(at + length));
+            current->classSpecific.emplace_back(
+                blob.begin() + static_cast<std::ptrdiff_t>(at),
+                blob.begin() + static_cast<std::ptrdiff_t>(at + length));
         }
         at += length;
     }

@@ -52,7 +52,8 @@ struct Mapping {
 // of reach while the driver holds the interface.
 constexpr std::array kMappings{
     Mapping{Unit::Terminal, 0x02, 1, 1, false, Codec::AeMode, {V4L2_CID_EXPOSURE_AUTO, 0}},
-    Mapping{Unit::Terminal, 0x03, 2, 1, false, Codec::Boolean, {V4L2_CID_EXPOSURE_AUTO_PRIORITY, 0}},
+    Mapping{
+        Unit::Terminal, 0x03, 2, 1, false, Codec::Boolean, {V4L2_CID_EXPOSURE_AUTO_PRIORITY, 0}},
     Mapping{Unit::Terminal, 0x04, 3, 4, false, Codec::Integer, {V4L2_CID_EXPOSURE_ABSOLUTE, 0}},
     Mapping{Unit::Terminal, 0x06, 5, 2, false, Codec::Integer, {V4L2_CID_FOCUS_ABSOLUTE, 0}},
     Mapping{Unit::Terminal, 0x08, 17, 1, false, Codec::Boolean, {V4L2_CID_FOCUS_AUTO, 0}},
@@ -60,10 +61,18 @@ constexpr std::array kMappings{
     Mapping{Unit::Terminal, 0x0A, 8, 1, true, Codec::Integer, {V4L2_CID_IRIS_RELATIVE, 0}},
     Mapping{Unit::Terminal, 0x0B, 9, 2, false, Codec::Integer, {V4L2_CID_ZOOM_ABSOLUTE, 0}},
     Mapping{Unit::Terminal, 0x0C, 10, 3, true, Codec::ZoomRelative, {V4L2_CID_ZOOM_CONTINUOUS, 0}},
-    Mapping{Unit::Terminal, 0x0D, 11, 8, true, Codec::PanTilt, {V4L2_CID_PAN_ABSOLUTE, V4L2_CID_TILT_ABSOLUTE}},
-    Mapping{Unit::Terminal, 0x0E, 12, 4, true, Codec::Speed, {V4L2_CID_PAN_SPEED, V4L2_CID_TILT_SPEED}},
+    Mapping{Unit::Terminal,
+            0x0D,
+            11,
+            8,
+            true,
+            Codec::PanTilt,
+            {V4L2_CID_PAN_ABSOLUTE, V4L2_CID_TILT_ABSOLUTE}},
+    Mapping{
+        Unit::Terminal, 0x0E, 12, 4, true, Codec::Speed, {V4L2_CID_PAN_SPEED, V4L2_CID_TILT_SPEED}},
     Mapping{Unit::Terminal, 0x11, 18, 1, false, Codec::Boolean, {V4L2_CID_PRIVACY, 0}},
-    Mapping{Unit::Processing, 0x01, 8, 2, false, Codec::Integer, {V4L2_CID_BACKLIGHT_COMPENSATION, 0}},
+    Mapping{
+        Unit::Processing, 0x01, 8, 2, false, Codec::Integer, {V4L2_CID_BACKLIGHT_COMPENSATION, 0}},
     Mapping{Unit::Processing, 0x02, 0, 2, true, Codec::Integer, {V4L2_CID_BRIGHTNESS, 0}},
     Mapping{Unit::Processing, 0x03, 1, 2, false, Codec::Integer, {V4L2_CID_CONTRAST, 0}},
     Mapping{Unit::Processing, 0x04, 9, 2, false, Codec::Integer, {V4L2_CID_GAIN, 0}},
@@ -72,9 +81,21 @@ constexpr std::array kMappings{
     Mapping{Unit::Processing, 0x07, 3, 2, false, Codec::Integer, {V4L2_CID_SATURATION, 0}},
     Mapping{Unit::Processing, 0x08, 4, 2, false, Codec::Integer, {V4L2_CID_SHARPNESS, 0}},
     Mapping{Unit::Processing, 0x09, 5, 2, false, Codec::Integer, {V4L2_CID_GAMMA, 0}},
-    Mapping{Unit::Processing, 0x0A, 6, 2, false, Codec::Integer, {V4L2_CID_WHITE_BALANCE_TEMPERATURE, 0}},
+    Mapping{Unit::Processing,
+            0x0A,
+            6,
+            2,
+            false,
+            Codec::Integer,
+            {V4L2_CID_WHITE_BALANCE_TEMPERATURE, 0}},
     Mapping{Unit::Processing, 0x0B, 12, 1, false, Codec::Boolean, {V4L2_CID_AUTO_WHITE_BALANCE, 0}},
-    Mapping{Unit::Processing, 0x0C, 7, 4, true, Codec::Component, {V4L2_CID_BLUE_BALANCE, V4L2_CID_RED_BALANCE}},
+    Mapping{Unit::Processing,
+            0x0C,
+            7,
+            4,
+            true,
+            Codec::Component,
+            {V4L2_CID_BLUE_BALANCE, V4L2_CID_RED_BALANCE}},
     Mapping{Unit::Processing, 0x0D, 13, 1, false, Codec::Boolean, {V4L2_CID_AUTO_WHITE_BALANCE, 0}},
     Mapping{Unit::Processing, 0x10, 11, 1, false, Codec::Boolean, {V4L2_CID_HUE_AUTO, 0}},
 };
@@ -100,7 +121,9 @@ const Mapping* findMapping(Unit unit, uint8_t selector) {
     return nullptr;
 }
 
-size_t controlCount(const Mapping& m) { return m.ids[1] ? 2 : 1; }
+size_t controlCount(const Mapping& m) {
+    return m.ids[1] ? 2 : 1;
+}
 
 // Relative moves: a direction and a speed. uvcvideo clamps their values to ranges that cannot
 // say every move (iris relative to 0..0, zoom continuous to a positive minimum), turning a move
@@ -171,7 +194,8 @@ Payload encode(const Mapping& m, const std::array<int64_t, 2>& values) {
             break;
         case Codec::ZoomRelative:
             p[0] = values[0] == 0 ? 0 : (values[0] > 0 ? 0x01 : 0xFF);
-            p[2] = static_cast<uint8_t>(std::min<int64_t>(values[0] < 0 ? -values[0] : values[0], 255));
+            p[2] = static_cast<uint8_t>(
+                std::min<int64_t>(values[0] < 0 ? -values[0] : values[0], 255));
             break;
         case Codec::Component:
             putLE(p, 0, 2, values[0]);
@@ -217,7 +241,7 @@ IOReturn answer(platform::ControlRequest& request, const uint8_t* bytes, size_t 
 }
 
 class Translator {
-public:
+  public:
     Translator(const Mapping& m, VideoIo& io) : m_(m), io_(io) {}
 
     IOReturn get(platform::ControlRequest& request) {
@@ -283,10 +307,11 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     IOReturn current(platform::ControlRequest& request) {
         v4l2_ext_control controls[2] = {};
-        for (size_t i = 0; i < controlCount(m_); ++i) controls[i].id = m_.ids[i];
+        for (size_t i = 0; i < controlCount(m_); ++i)
+            controls[i].id = m_.ids[i];
         v4l2_ext_controls list{};
         list.which = V4L2_CTRL_WHICH_CUR_VAL;
         list.count = static_cast<uint32_t>(controlCount(m_));
@@ -313,7 +338,8 @@ private:
         }
         for (size_t i = 0; i < controlCount(m_); ++i) {
             v4l2_query_ext_ctrl q;
-            if (const IOReturn status = query(m_.ids[i], q); status != kIOReturnSuccess) return status;
+            if (const IOReturn status = query(m_.ids[i], q); status != kIOReturnSuccess)
+                return status;
             switch (request.bRequest) {
                 case kGetMin:
                     values[i] = q.minimum;
@@ -359,7 +385,8 @@ private:
         uint8_t bits = 0x03;  // GET and SET
         for (size_t i = 0; i < controlCount(m_); ++i) {
             v4l2_query_ext_ctrl q;
-            if (const IOReturn status = query(m_.ids[i], q); status != kIOReturnSuccess) return status;
+            if (const IOReturn status = query(m_.ids[i], q); status != kIOReturnSuccess)
+                return status;
             if (q.flags & V4L2_CTRL_FLAG_WRITE_ONLY) bits &= static_cast<uint8_t>(~0x01);
             if (q.flags & V4L2_CTRL_FLAG_READ_ONLY) bits &= static_cast<uint8_t>(~0x02);
             if (q.flags & V4L2_CTRL_FLAG_INACTIVE) bits |= 0x04;  // governed by an automatic mode
@@ -422,7 +449,8 @@ IOReturn UvcV4l2Bridge::controlRequest(platform::ControlRequest& request) {
         const Mapping* m = findMapping(*kind, selector);
         // Controls the driver does not map, or that another selector shadows, are out of reach.
         if (!m) return kIOUSBPipeStalled;
-        if (*kind == Unit::Processing && selector == 0x0D && (units_.processingUnitControls & (1u << 12)))
+        if (*kind == Unit::Processing && selector == 0x0D &&
+            (units_.processingUnitControls & (1u << 12)))
             return kIOUSBPipeStalled;
         Translator translator(*m, io_);
         return isGet ? translator.get(request) : translator.set(request);
@@ -438,8 +466,9 @@ IOReturn UvcV4l2Bridge::controlRequest(platform::ControlRequest& request) {
     const int result = io_.ioctl(UVCIOC_CTRL_QUERY, &query);
     if (result < 0) return ioReturnForErrno(-result);
     // A positive result is the byte count of a short answer.
-    request.wLenDone = result > 0 ? std::min<uint32_t>(static_cast<uint32_t>(result), request.wLength)
-                                  : request.wLength;
+    request.wLenDone = result > 0
+                           ? std::min<uint32_t>(static_cast<uint32_t>(result), request.wLength)
+                           : request.wLength;
     return kIOReturnSuccess;
 }
 

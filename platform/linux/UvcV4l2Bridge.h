@@ -14,9 +14,9 @@ namespace orvella::linuxplatform {
 
 // The units of a VideoControl interface, from its class-specific descriptors.
 struct UvcUnits {
-    uint8_t cameraTerminal = 0;   // 0: none
+    uint8_t cameraTerminal = 0;  // 0: none
     uint32_t cameraTerminalControls = 0;
-    uint8_t processingUnit = 0;   // 0: none
+    uint8_t processingUnit = 0;  // 0: none
     uint32_t processingUnitControls = 0;
     std::vector<uint8_t> extensionUnits;
 
@@ -25,7 +25,7 @@ struct UvcUnits {
 };
 
 class UvcV4l2Bridge {
-public:
+  public:
     // `io` is borrowed and must outlive the bridge.
     UvcV4l2Bridge(UvcUnits units, VideoIo& io) : units_(std::move(units)), io_(io) {}
 
@@ -33,7 +33,7 @@ public:
 
     const UvcUnits& units() const { return units_; }
 
-private:
+  private:
     UvcUnits units_;
     VideoIo& io_;
 };

@@ -38,13 +38,16 @@ std::vector<platform::CaptureFormatDescription> V4l2CaptureDevice::formatDescrip
     platform::CaptureFormatDescription description;
     // V4L2 packs the four characters little-endian; the seam wants the first character on top.
     const uint32_t p = format.fmt.pix.pixelformat;
-    description.formatType = ((p & 0xFF) << 24) | ((p >> 8 & 0xFF) << 16) | ((p >> 16 & 0xFF) << 8) | (p >> 24);
+    description.formatType =
+        ((p & 0xFF) << 24) | ((p >> 8 & 0xFF) << 16) | ((p >> 16 & 0xFF) << 8) | (p >> 24);
     description.width = static_cast<int32_t>(format.fmt.pix.width);
     description.height = static_cast<int32_t>(format.fmt.pix.height);
     const char code[5] = {static_cast<char>(p & 0xFF), static_cast<char>(p >> 8 & 0xFF),
                           static_cast<char>(p >> 16 & 0xFF), static_cast<char>(p >> 24 & 0xFF), 0};
-    description.localizedFormatSummary =
-        QStringLiteral("%1, %2 x %3").arg(QString::fromLatin1(code)).arg(description.width).arg(description.height);
+    description.localizedFormatSummary = QStringLiteral("%1, %2 x %3")
+                                             .arg(QString::fromLatin1(code))
+                                             .arg(description.width)
+                                             .arg(description.height);
     return {description};
 }
 
@@ -54,7 +57,8 @@ std::optional<std::string> V4l2CaptureDevice::accessProblem() const {
     return openFailureText(devicePath_, error);
 }
 
-V4l2CaptureDeviceSystem::V4l2CaptureDeviceSystem(std::string sysfsRoot, std::string devRoot, VideoIoOpener* opener)
+V4l2CaptureDeviceSystem::V4l2CaptureDeviceSystem(std::string sysfsRoot, std::string devRoot,
+                                                 VideoIoOpener* opener)
     : sysfsRoot_(std::move(sysfsRoot)),
       devRoot_(std::move(devRoot)),
       opener_(opener ? *opener : PosixVideoIoOpener::shared()) {}
@@ -64,7 +68,8 @@ std::vector<std::shared_ptr<V4l2CaptureDevice>> V4l2CaptureDeviceSystem::scan() 
     std::set<fs::path> interfacesSeen;
     std::vector<fs::path> nodes;
     std::error_code error;
-    for (const auto& entry : fs::directory_iterator(fs::path(sysfsRoot_) / "class" / "video4linux", error))
+    for (const auto& entry :
+         fs::directory_iterator(fs::path(sysfsRoot_) / "class" / "video4linux", error))
         nodes.push_back(entry.path());
     // video2 before video10.
     std::sort(nodes.begin(), nodes.end(), [](const fs::path& a, const fs::path& b) {
@@ -82,7 +87,8 @@ std::vector<std::shared_ptr<V4l2CaptureDevice>> V4l2CaptureDeviceSystem::scan() 
         const auto vendor = sysfs::readNumber(usb / "idVendor", 16);
         const auto product = sysfs::readNumber(usb / "idProduct", 16);
         if (!bus || !vendor || !product) continue;
-        const uint32_t location = locationIDFor(static_cast<unsigned>(*bus), sysfs::readLine(usb / "devpath").value_or(""));
+        const uint32_t location = locationIDFor(static_cast<unsigned>(*bus),
+                                                sysfs::readLine(usb / "devpath").value_or(""));
         devices.push_back(std::make_shared<V4l2CaptureDevice>(
             capture->devicePath, usb.string(), QString::fromStdString(capture->name), location,
             static_cast<uint16_t>(*vendor), static_cast<uint16_t>(*product), opener_));
@@ -90,11 +96,12 @@ std::vector<std::shared_ptr<V4l2CaptureDevice>> V4l2CaptureDeviceSystem::scan() 
     return devices;
 }
 
-std::vector<std::shared_ptr<platform::CaptureDevice>> V4l2CaptureDeviceSystem::inputDevicesWithMediaType(
-    platform::MediaType type) {
+std::vector<std::shared_ptr<platform::CaptureDevice>>
+V4l2CaptureDeviceSystem::inputDevicesWithMediaType(platform::MediaType type) {
     std::vector<std::shared_ptr<platform::CaptureDevice>> devices;
     if (type != platform::MediaType::Video) return devices;
-    for (auto& device : scan()) devices.push_back(std::move(device));
+    for (auto& device : scan())
+        devices.push_back(std::move(device));
     return devices;
 }
 
@@ -102,8 +109,9 @@ void V4l2CaptureDeviceSystem::rescan(bool* pending) {
     bool waiting = false;
     std::vector<std::shared_ptr<V4l2CaptureDevice>> now;
     for (auto& device : scan()) {
-        const bool known = std::any_of(known_.begin(), known_.end(),
-                                       [&](const auto& k) { return k->uniqueID() == device->uniqueID(); });
+        const bool known = std::any_of(known_.begin(), known_.end(), [&](const auto& k) {
+            return k->uniqueID() == device->uniqueID();
+        });
         if (!known && device->accessProblem()) {
             waiting = true;  // not usable yet; look again on the next rescan
             continue;
@@ -112,13 +120,16 @@ void V4l2CaptureDeviceSystem::rescan(bool* pending) {
     }
     std::vector<std::shared_ptr<V4l2CaptureDevice>> gone;
     for (const auto& old : known_) {
-        const bool still = std::any_of(now.begin(), now.end(), [&](const auto& n) { return n->uniqueID() == old->uniqueID(); });
+        const bool still = std::any_of(now.begin(), now.end(), [&](const auto& n) {
+            return n->uniqueID() == old->uniqueID();
+        });
         if (!still) gone.push_back(old);
     }
     std::vector<std::shared_ptr<V4l2CaptureDevice>> added;
     for (auto& device : now) {
-        const auto old = std::find_if(known_.begin(), known_.end(),
-                                      [&](const auto& k) { return k->uniqueID() == device->uniqueID(); });
+        const auto old = std::find_if(known_.begin(), known_.end(), [&](const auto& k) {
+            return k->uniqueID() == device->uniqueID();
+        });
         if (old == known_.end())
             added.push_back(device);
         else
@@ -126,8 +137,10 @@ void V4l2CaptureDeviceSystem::rescan(bool* pending) {
     }
     known_ = std::move(now);
     if (observer_) {
-        for (const auto& device : gone) observer_->captureDeviceDisconnected(device);
-        for (const auto& device : added) observer_->captureDeviceConnected(device);
+        for (const auto& device : gone)
+            observer_->captureDeviceDisconnected(device);
+        for (const auto& device : added)
+            observer_->captureDeviceConnected(device);
     }
     if (pending) *pending = waiting;
 }

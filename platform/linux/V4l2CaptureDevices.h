@@ -13,14 +13,17 @@
 namespace orvella::linuxplatform {
 
 class V4l2CaptureDevice final : public platform::CaptureDevice {
-public:
-    V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name, uint32_t locationID,
-                      uint16_t vendor, uint16_t product, VideoIoOpener& opener);
+  public:
+    V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name,
+                      uint32_t locationID, uint16_t vendor, uint16_t product,
+                      VideoIoOpener& opener);
 
     QString uniqueID() const override { return uniqueID_; }
     QString modelUniqueID() const override { return modelUniqueID_; }
     QString localizedDisplayName() const override { return name_; }
-    bool hasMediaType(platform::MediaType type) const override { return type == platform::MediaType::Video; }
+    bool hasMediaType(platform::MediaType type) const override {
+        return type == platform::MediaType::Video;
+    }
     // The node's current format (VIDIOC_G_FMT); empty when the node cannot be opened.
     std::vector<platform::CaptureFormatDescription> formatDescriptions() const override;
 
@@ -32,7 +35,7 @@ public:
     // Why the node cannot be opened for reading and writing, with what to do; nullopt if it can.
     std::optional<std::string> accessProblem() const;
 
-private:
+  private:
     std::string devicePath_;
     std::string usbDirectory_;
     QString name_;
@@ -45,7 +48,7 @@ private:
 };
 
 class V4l2CaptureDeviceSystem final : public platform::CaptureDeviceSystem {
-public:
+  public:
     // The opener is borrowed (null = real device nodes).
     explicit V4l2CaptureDeviceSystem(std::string sysfsRoot = "/sys", std::string devRoot = "/dev",
                                      VideoIoOpener* opener = nullptr);
@@ -61,7 +64,7 @@ public:
     // back until a later rescan finds it usable; `pending` says whether one is waiting.
     void rescan(bool* pending = nullptr);
 
-private:
+  private:
     std::string sysfsRoot_;
     std::string devRoot_;
     VideoIoOpener& opener_;

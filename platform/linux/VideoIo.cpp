@@ -12,7 +12,7 @@ namespace orvella::linuxplatform {
 namespace {
 
 class PosixVideoIo final : public VideoIo {
-public:
+  public:
     explicit PosixVideoIo(int fd) : fd_(fd) {}
     ~PosixVideoIo() override { ::close(fd_); }
     PosixVideoIo(const PosixVideoIo&) = delete;
@@ -26,7 +26,7 @@ public:
         return result < 0 ? -errno : result;
     }
 
-private:
+  private:
     int fd_;
 };
 
@@ -59,17 +59,17 @@ IOReturn ioReturnForErrno(int error) {
         case EBUSY:
         case EAGAIN:
             return kIOReturnNotResponding;
-        case EPIPE:     // stall without an explanation
-        case EILSEQ:    // wrong state (kernels before 6.3)
-        case EACCES:    // wrong state, read-only or inactive control
-        case ERANGE:    // out of range
-        case EINVAL:    // invalid value, or no such control on the node
-        case EIO:       // invalid unit, control or request
-        case EREMOTE:   // power
-        case ENOENT:    // no such extension unit or selector
-        case EBADRQC:   // request the control does not support
-        case ENOBUFS:   // wrong length for the control
-        case ENOTTY:    // not a node with controls
+        case EPIPE:    // stall without an explanation
+        case EILSEQ:   // wrong state (kernels before 6.3)
+        case EACCES:   // wrong state, read-only or inactive control
+        case ERANGE:   // out of range
+        case EINVAL:   // invalid value, or no such control on the node
+        case EIO:      // invalid unit, control or request
+        case EREMOTE:  // power
+        case ENOENT:   // no such extension unit or selector
+        case EBADRQC:  // request the control does not support
+        case ENOBUFS:  // wrong length for the control
+        case ENOTTY:   // not a node with controls
             return kIOUSBPipeStalled;
         case EPERM:
             return kIOReturnNotPermitted;
@@ -87,8 +87,9 @@ IOReturn ioReturnForErrno(int error) {
 std::string openFailureText(const std::string& path, int error) {
     std::string text = "cannot open " + path + ": " + std::strerror(error);
     if (error == EACCES || error == EPERM)
-        text += " (add your user to the 'video' group with 'sudo usermod -aG video $USER' and "
-                "log in again)";
+        text +=
+            " (add your user to the 'video' group with 'sudo usermod -aG video $USER' and "
+            "log in again)";
     else if (error == EBUSY)
         text += " (another program holds the camera)";
     return text;

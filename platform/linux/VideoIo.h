@@ -10,14 +10,14 @@
 namespace orvella::linuxplatform {
 
 class VideoIo {
-public:
+  public:
     virtual ~VideoIo() = default;
     // Returns the ioctl's non-negative result, or -errno.
     virtual int ioctl(unsigned long request, void* argument) = 0;
 };
 
 class VideoIoOpener {
-public:
+  public:
     virtual ~VideoIoOpener() = default;
     // Opens a device node for reading and writing; null with *error = errno on failure.
     virtual std::unique_ptr<VideoIo> open(const std::string& path, int* error) = 0;
@@ -25,7 +25,7 @@ public:
 
 // Opens real device nodes.
 class PosixVideoIoOpener final : public VideoIoOpener {
-public:
+  public:
     std::unique_ptr<VideoIo> open(const std::string& path, int* error) override;
     static PosixVideoIoOpener& shared();
 };

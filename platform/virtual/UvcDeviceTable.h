@@ -14,7 +14,7 @@ namespace orvella::virtualcam {
 
 struct UvcDeviceControlInfo {
     std::string_view name;
-    uint8_t bit;       // bmControls bit
+    uint8_t bit;  // bmControls bit
     uint8_t selector;
     uint8_t length;
     ValueKind kind;

@@ -41,7 +41,9 @@ struct DefinitionError {
     QString message;
 };
 
-[[noreturn]] void fail(const QString& message) { throw DefinitionError{message}; }
+[[noreturn]] void fail(const QString& message) {
+    throw DefinitionError{message};
+}
 
 // A number given as a JSON number or as a string ("0x046d", "-12", "1e3" is refused).
 int64_t toInteger(const QJsonValue& value, const QString& key) {
@@ -109,7 +111,11 @@ std::vector<platform::Descriptor> descriptorList(const QJsonValue& value, const 
     size_t at = 0;
     while (at < all.size()) {
         const size_t length = all[at];
-        if (length < 2) fail(QStringLiteral("%1: descriptor at byte %2 has bLength %3").arg(key).arg(at).arg(length));
+        if (length < 2)
+            fail(QStringLiteral("%1: descriptor at byte %2 has bLength %3")
+                     .arg(key)
+                     .arg(at)
+                     .arg(length));
         const size_t take = std::min(length, all.size() - at);
         list.emplace_back(all.begin() + static_cast<std::ptrdiff_t>(at),
                           all.begin() + static_cast<std::ptrdiff_t>(at + take));
@@ -121,7 +127,8 @@ std::vector<platform::Descriptor> descriptorList(const QJsonValue& value, const 
 std::vector<uint8_t> pack(int64_t value, size_t length) {
     std::vector<uint8_t> bytes(length, 0);
     const uint64_t v = static_cast<uint64_t>(value);
-    for (size_t i = 0; i < length && i < 8; ++i) bytes[i] = static_cast<uint8_t>(v >> (8 * i));
+    for (size_t i = 0; i < length && i < 8; ++i)
+        bytes[i] = static_cast<uint8_t>(v >> (8 * i));
     return bytes;
 }
 
@@ -212,7 +219,8 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
     c.vendorID_ = static_cast<uint16_t>(toRanged(o.value("vendorID"), "vendorID", 0, 0xFFFF));
     c.productID_ = static_cast<uint16_t>(toRanged(o.value("productID"), "productID", 0, 0xFFFF));
     if (o.contains("locationID"))
-        c.locationID_ = static_cast<uint32_t>(toRanged(o.value("locationID"), "locationID", 0, 0xFFFFFFFFll));
+        c.locationID_ =
+            static_cast<uint32_t>(toRanged(o.value("locationID"), "locationID", 0, 0xFFFFFFFFll));
     c.productString_ = o.value("productString").toString();
     c.displayName_ = o.value("displayName").toString();
     if (c.displayName_.isEmpty())
@@ -221,12 +229,13 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
                              : QStringLiteral("UVC Camera (%1:%2)")
                                    .arg(c.vendorID_, 4, 16, QLatin1Char('0'))
                                    .arg(c.productID_, 4, 16, QLatin1Char('0'));
-    c.vcInterfaceNumber_ = static_cast<uint8_t>(
-        toRanged(o.value("vcInterfaceNumber").isUndefined() ? QJsonValue(0) : o.value("vcInterfaceNumber"),
-                 "vcInterfaceNumber", 0, 255));
-    const uint8_t vsNumber = static_cast<uint8_t>(toRanged(
-        o.contains("vsInterfaceNumber") ? o.value("vsInterfaceNumber") : QJsonValue(c.vcInterfaceNumber_ + 1),
-        "vsInterfaceNumber", 0, 255));
+    c.vcInterfaceNumber_ = static_cast<uint8_t>(toRanged(
+        o.value("vcInterfaceNumber").isUndefined() ? QJsonValue(0) : o.value("vcInterfaceNumber"),
+        "vcInterfaceNumber", 0, 255));
+    const uint8_t vsNumber = static_cast<uint8_t>(
+        toRanged(o.contains("vsInterfaceNumber") ? o.value("vsInterfaceNumber")
+                                                 : QJsonValue(c.vcInterfaceNumber_ + 1),
+                 "vsInterfaceNumber", 0, 255));
 
     std::vector<platform::Descriptor> vc = descriptorList(o.value("vc"), "vc");
     std::vector<platform::Descriptor> vs = descriptorList(o.value("vs"), "vs");
@@ -238,9 +247,12 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
             const QString key = QStringLiteral("interfaces[%1]").arg(i++);
             const QJsonObject io = item.toObject();
             InterfaceDefinition def;
-            def.interfaceClass = static_cast<uint8_t>(toRanged(io.value("class"), key + ".class", 0, 255));
-            def.subClass = static_cast<uint8_t>(toRanged(io.value("subclass"), key + ".subclass", 0, 255));
-            def.number = static_cast<uint8_t>(toRanged(io.value("number"), key + ".number", 0, 255));
+            def.interfaceClass =
+                static_cast<uint8_t>(toRanged(io.value("class"), key + ".class", 0, 255));
+            def.subClass =
+                static_cast<uint8_t>(toRanged(io.value("subclass"), key + ".subclass", 0, 255));
+            def.number =
+                static_cast<uint8_t>(toRanged(io.value("number"), key + ".number", 0, 255));
             if (def.number == c.vcInterfaceNumber_) def.descriptors = vc;
             if (def.number == vsNumber) def.descriptors = vs;
             c.interfaces_.push_back(std::move(def));
@@ -265,7 +277,8 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
         if (i.interfaceClass == 0x0E && i.subClass == 2)
             c.streaming_.try_emplace(i.number, i.descriptors, bcdUVC, clock);
 
-    c.clampOutOfRange_ = o.value("outOfRange").toString(QStringLiteral("clamp")) != QLatin1String("stall");
+    c.clampOutOfRange_ =
+        o.value("outOfRange").toString(QStringLiteral("clamp")) != QLatin1String("stall");
     c.suspended_ = o.value("suspended").toBool(false);
     parseUnits(c);
     parseControls(c, o);
@@ -299,7 +312,8 @@ void VirtualCamera::Private::parseUnits(VirtualCamera& c) {
             for (uint8_t bit = 0; bit < 8; ++bit) {
                 if (!(d[sizeAt + 1 + byte] & (1u << bit))) continue;
                 const auto info = controlForBit(type, static_cast<uint8_t>(byte * 8 + bit));
-                if (info && !c.find(d[3], info->selector)) c.controls_.push_back(plausible(*info, d[3]));
+                if (info && !c.find(d[3], info->selector))
+                    c.controls_.push_back(plausible(*info, d[3]));
             }
         }
     }
@@ -307,9 +321,11 @@ void VirtualCamera::Private::parseUnits(VirtualCamera& c) {
 
 void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& o) {
     auto applyAnswers = [](DeviceControl& control, const QJsonObject& answers, const QString& key) {
-        const std::pair<const char*, std::vector<uint8_t>*> fields[] = {
-            {"min", &control.min}, {"max", &control.max}, {"res", &control.res},
-            {"def", &control.def}, {"cur", &control.cur}};
+        const std::pair<const char*, std::vector<uint8_t>*> fields[] = {{"min", &control.min},
+                                                                        {"max", &control.max},
+                                                                        {"res", &control.res},
+                                                                        {"def", &control.def},
+                                                                        {"cur", &control.cur}};
         bool curGiven = false;
         for (const auto& [name, target] : fields) {
             if (!answers.contains(QLatin1String(name))) continue;
@@ -319,7 +335,8 @@ void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& 
         }
         if (!curGiven && answers.contains("def")) control.cur = control.def;
         if (answers.contains("info"))
-            control.info = static_cast<uint8_t>(toRanged(answers.value("info"), key + ".info", 0, 255));
+            control.info =
+                static_cast<uint8_t>(toRanged(answers.value("info"), key + ".info", 0, 255));
         if (answers.contains("answerLength"))
             control.answerLength = static_cast<uint16_t>(
                 toRanged(answers.value("answerLength"), key + ".answerLength", 0, 0xFFFF));
@@ -331,8 +348,10 @@ void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& 
         const auto named = controlNamed(it.key().toStdString());
         if (!named) fail(QStringLiteral("%1: unknown control").arg(key));
         const QJsonObject answers = it.value().toObject();
-        uint8_t unit = named->first == UnitType::CameraTerminal ? c.cameraTerminalID_ : c.processingUnitID_;
-        if (answers.contains("unit")) unit = static_cast<uint8_t>(toRanged(answers.value("unit"), key + ".unit", 0, 255));
+        uint8_t unit =
+            named->first == UnitType::CameraTerminal ? c.cameraTerminalID_ : c.processingUnitID_;
+        if (answers.contains("unit"))
+            unit = static_cast<uint8_t>(toRanged(answers.value("unit"), key + ".unit", 0, 255));
         DeviceControl* control = c.find(unit, named->second.selector);
         if (!control) {
             // Described but not declared: the device still answers it.
@@ -349,8 +368,10 @@ void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& 
         DeviceControl control;
         control.name = "xu";
         control.unit = static_cast<uint8_t>(toRanged(answers.value("unit"), key + ".unit", 0, 255));
-        control.selector = static_cast<uint8_t>(toRanged(answers.value("selector"), key + ".selector", 0, 255));
-        control.length = static_cast<uint8_t>(toRanged(answers.value("length"), key + ".length", 1, 64));
+        control.selector =
+            static_cast<uint8_t>(toRanged(answers.value("selector"), key + ".selector", 0, 255));
+        control.length =
+            static_cast<uint8_t>(toRanged(answers.value("length"), key + ".length", 1, 64));
         control.kind = answers.value("signed").toBool(false) ? ValueKind::Signed : ValueKind::Raw;
         if (answers.contains("min") && answers.contains("max") && control.kind == ValueKind::Raw &&
             control.length <= 8)
@@ -359,7 +380,10 @@ void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& 
             field->assign(control.length, 0);
         applyAnswers(control, answers, key);
         if (c.find(control.unit, control.selector))
-            fail(QStringLiteral("%1: unit %2 selector %3 defined twice").arg(key).arg(control.unit).arg(control.selector));
+            fail(QStringLiteral("%1: unit %2 selector %3 defined twice")
+                     .arg(key)
+                     .arg(control.unit)
+                     .arg(control.selector));
         c.controls_.push_back(std::move(control));
     }
 }
@@ -377,20 +401,23 @@ void VirtualCamera::Private::parseStrings(VirtualCamera& c, const QJsonObject& o
     };
     c.strings_[0] = {4, 3, 0x09, 0x04};  // supported languages: US English
     if (o.contains("productStringIndex"))
-        c.productStringIndex_ = static_cast<uint8_t>(toRanged(o.value("productStringIndex"), "productStringIndex", 0, 255));
+        c.productStringIndex_ = static_cast<uint8_t>(
+            toRanged(o.value("productStringIndex"), "productStringIndex", 0, 255));
     else if (c.productString_.isEmpty())
         c.productStringIndex_ = 0;
     if (c.productStringIndex_ && !c.productString_.isEmpty())
         c.strings_[c.productStringIndex_] = utf16(c.productString_);
     const QJsonObject strings = o.value("strings").toObject();
     for (auto it = strings.begin(); it != strings.end(); ++it) {
-        const auto index = static_cast<uint8_t>(toRanged(QJsonValue(it.key()), "strings." + it.key(), 1, 255));
+        const auto index =
+            static_cast<uint8_t>(toRanged(QJsonValue(it.key()), "strings." + it.key(), 1, 255));
         c.strings_[index] = utf16(it.value().toString());
     }
     // Raw string descriptors, for malformed ones: exactly these bytes are answered.
     const QJsonObject raw = o.value("rawStrings").toObject();
     for (auto it = raw.begin(); it != raw.end(); ++it) {
-        const auto index = static_cast<uint8_t>(toRanged(QJsonValue(it.key()), "rawStrings." + it.key(), 0, 255));
+        const auto index =
+            static_cast<uint8_t>(toRanged(QJsonValue(it.key()), "rawStrings." + it.key(), 0, 255));
         c.strings_[index] = fromHex(it.value().toString(), "rawStrings." + it.key());
     }
 }
@@ -422,9 +449,11 @@ void VirtualCamera::Private::parseFaults(VirtualCamera& c, const QJsonObject& o)
         c.failCount_ = 1;
     }
     if (faults.contains("vanishOnRequest"))
-        c.vanishCountdown_ = static_cast<int>(toRanged(faults.value("vanishOnRequest"), "faults.vanishOnRequest", 1, 1 << 30));
+        c.vanishCountdown_ = static_cast<int>(
+            toRanged(faults.value("vanishOnRequest"), "faults.vanishOnRequest", 1, 1 << 30));
     if (faults.contains("plugIn"))
-        c.plugInStatus_ = static_cast<IOReturn>(toRanged(faults.value("plugIn"), "faults.plugIn", 0, 0xFFFFFFFFll));
+        c.plugInStatus_ = static_cast<IOReturn>(
+            toRanged(faults.value("plugIn"), "faults.plugIn", 0, 0xFFFFFFFFll));
 }
 
 std::shared_ptr<VirtualCamera> VirtualCamera::fromJson(const QByteArray& json, QString* error,
@@ -436,7 +465,9 @@ std::shared_ptr<VirtualCamera> VirtualCamera::fromJson(const QByteArray& json, Q
         if (error)
             *error = parseError.error != QJsonParseError::NoError
                          ? QStringLiteral("%1: invalid JSON at offset %2: %3")
-                               .arg(where).arg(parseError.offset).arg(parseError.errorString())
+                               .arg(where)
+                               .arg(parseError.offset)
+                               .arg(parseError.errorString())
                          : QStringLiteral("%1: expected a JSON object").arg(where);
         return nullptr;
     }
@@ -557,8 +588,8 @@ IOReturn VirtualCamera::controlRequest(uint8_t interfaceNumber, platform::Contro
     } else {
         status = kIOUSBPipeStalled;
     }
-    record(RecordedRequest::Kind::Control, request, hostToDevice ? std::move(sent) : std::move(answered),
-           status);
+    record(RecordedRequest::Kind::Control, request,
+           hostToDevice ? std::move(sent) : std::move(answered), status);
     return status;
 }
 
@@ -654,15 +685,27 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
     if (request.bmRequestType != 0xA1) return stall(kInvalidRequest);
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
-        case kGetCur: bytes = control->cur; break;
-        case kGetMin: bytes = control->min; break;
-        case kGetMax: bytes = control->max; break;
-        case kGetRes: bytes = control->res; break;
-        case kGetDef: bytes = control->def; break;
-        case kGetLen: bytes = pack(control->length, 2); break;
+        case kGetCur:
+            bytes = control->cur;
+            break;
+        case kGetMin:
+            bytes = control->min;
+            break;
+        case kGetMax:
+            bytes = control->max;
+            break;
+        case kGetRes:
+            bytes = control->res;
+            break;
+        case kGetDef:
+            bytes = control->def;
+            break;
+        case kGetLen:
+            bytes = pack(control->length, 2);
+            break;
         case kGetInfo:
-            bytes = {static_cast<uint8_t>(control->info |
-                                          (governedByAutoMode(*control) ? kInfoDisabledByAutoMode : 0))};
+            bytes = {static_cast<uint8_t>(
+                control->info | (governedByAutoMode(*control) ? kInfoDisabledByAutoMode : 0))};
             break;
         default:
             return stall(kInvalidRequest);
@@ -685,13 +728,15 @@ IOReturn VirtualCamera::deviceRequest(platform::DeviceRequestTO& request) {
         status = kIOReturnNoDevice;
     } else if (suspended_) {
         status = kIOReturnNotResponding;
-    } else if (request.bmRequestType == 0x80 && request.bRequest == 6 && (request.wValue >> 8) == 3) {
+    } else if (request.bmRequestType == 0x80 && request.bRequest == 6 &&
+               (request.wValue >> 8) == 3) {
         const auto it = strings_.find(static_cast<uint8_t>(request.wValue & 0xFF));
         if (it != strings_.end()) {
             const size_t count = std::min<size_t>(it->second.size(), request.wLength);
             if (count && request.pData) std::memcpy(request.pData, it->second.data(), count);
             request.wLenDone = static_cast<uint32_t>(request.pData ? count : 0);
-            answered.assign(it->second.begin(), it->second.begin() + static_cast<std::ptrdiff_t>(request.wLenDone));
+            answered.assign(it->second.begin(),
+                            it->second.begin() + static_cast<std::ptrdiff_t>(request.wLenDone));
             status = kIOReturnSuccess;
         }
     }

@@ -43,13 +43,13 @@ struct RecordedRequest {
 enum class ValueKind { Unsigned, Signed, Bitmap, PanTilt, Raw };
 
 struct DeviceControl {
-    std::string name;       // UVC name ("Brightness", ...) or "xu" for extension-unit controls
+    std::string name;  // UVC name ("Brightness", ...) or "xu" for extension-unit controls
     uint8_t unit = 0;
     uint8_t selector = 0;
     uint8_t length = 0;
     ValueKind kind = ValueKind::Unsigned;
     std::vector<uint8_t> min, max, res, def, cur;
-    uint8_t info = 0x03;    // GET_INFO without the automatic-mode bit, which is computed
+    uint8_t info = 0x03;  // GET_INFO without the automatic-mode bit, which is computed
     std::optional<uint16_t> answerLength;  // fault: answer at most this many bytes
 };
 
@@ -61,7 +61,7 @@ struct InterfaceDefinition {
 };
 
 class VirtualCamera {
-public:
+  public:
     // Parses a definition; on failure returns null and sets *error to a one-line reason.
     static std::shared_ptr<VirtualCamera> fromJson(const QByteArray& json, QString* error,
                                                    const QString& origin = QString());
@@ -134,7 +134,7 @@ public:
 
     struct Private;  // parsing helpers
 
-private:
+  private:
     VirtualCamera() = default;
 
     IOReturn answer(platform::ControlRequest& request, std::vector<uint8_t>& data);

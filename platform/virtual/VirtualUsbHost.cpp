@@ -8,7 +8,7 @@ namespace {
 
 // One interface of a virtual camera; its calls reach the camera while it is present.
 class VirtualUsbInterface final : public platform::UsbInterface {
-public:
+  public:
     VirtualUsbInterface(std::shared_ptr<VirtualCamera> camera, InterfaceDefinition definition)
         : camera_(std::move(camera)), definition_(std::move(definition)) {}
 
@@ -45,13 +45,13 @@ public:
         return camera_->controlRequest(definition_.number, request);
     }
 
-private:
+  private:
     std::shared_ptr<VirtualCamera> camera_;
     InterfaceDefinition definition_;
 };
 
 class VirtualInterfaceService final : public platform::UsbInterfaceService {
-public:
+  public:
     explicit VirtualInterfaceService(std::shared_ptr<platform::UsbInterface> handle)
         : handle_(std::move(handle)) {}
     IOReturn createPlugIn(bool& gotPlugIn) override {
@@ -63,12 +63,12 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     std::shared_ptr<platform::UsbInterface> handle_;
 };
 
 class VirtualUsbDevice final : public platform::UsbDevice {
-public:
+  public:
     explicit VirtualUsbDevice(std::shared_ptr<VirtualCamera> camera) : camera_(std::move(camera)) {}
 
     IOReturn getLocationID(uint32_t& locationID) override {
@@ -110,12 +110,12 @@ public:
         return kIOReturnSuccess;
     }
 
-private:
+  private:
     std::shared_ptr<VirtualCamera> camera_;
 };
 
 class VirtualDeviceService final : public platform::UsbDeviceService {
-public:
+  public:
     VirtualDeviceService(std::shared_ptr<VirtualCamera> camera, IOReturn plugInStatus)
         : camera_(std::move(camera)), plugInStatus_(plugInStatus) {}
     uint16_t idVendor() const override { return camera_->vendorID(); }
@@ -130,7 +130,7 @@ public:
     }
     const std::shared_ptr<VirtualCamera>& camera() const { return camera_; }
 
-private:
+  private:
     std::shared_ptr<VirtualCamera> camera_;
     IOReturn plugInStatus_;
 };
@@ -141,7 +141,8 @@ void VirtualUsbHost::addCamera(std::shared_ptr<VirtualCamera> camera) {
     if (!camera) return;
     cameras_.push_back(camera);
     if (observer_)
-        observer_->usbDeviceAdded(std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+        observer_->usbDeviceAdded(
+            std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
 }
 
 void VirtualUsbHost::removeCamera(const std::shared_ptr<VirtualCamera>& camera) {
@@ -150,7 +151,8 @@ void VirtualUsbHost::removeCamera(const std::shared_ptr<VirtualCamera>& camera) 
     cameras_.erase(it);
     camera->vanish();
     if (observer_)
-        observer_->usbDeviceRemoved(std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+        observer_->usbDeviceRemoved(
+            std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
 }
 
 IOReturn VirtualUsbHost::getMatchingServices(
@@ -158,7 +160,8 @@ IOReturn VirtualUsbHost::getMatchingServices(
     services.clear();
     for (const auto& camera : cameras_)
         if (camera->present())
-            services.push_back(std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+            services.push_back(
+                std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
     return kIOReturnSuccess;
 }
 

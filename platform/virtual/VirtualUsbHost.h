@@ -10,7 +10,7 @@
 namespace orvella::virtualcam {
 
 class VirtualUsbHost final : public platform::UsbHost {
-public:
+  public:
     // Adds a camera (in registry order) and tells the matching observer.
     void addCamera(std::shared_ptr<VirtualCamera> camera);
     // Unplugs a camera: its handles answer kIOReturnNoDevice from now on.
@@ -21,7 +21,7 @@ public:
         std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) override;
     using platform::UsbHost::getMatchingServices;
 
-private:
+  private:
     std::vector<std::shared_ptr<VirtualCamera>> cameras_;
 };
 

@@ -25,10 +25,14 @@ TEST(VirtualCameraDefinition, RefusesMalformedDefinitionsWithAReason) {
     EXPECT_TRUE(refusal("{").startsWith("cam.json: invalid JSON at offset"));
     EXPECT_EQ(refusal("[1]"), "cam.json: expected a JSON object");
     EXPECT_EQ(refusal(R"({"productID": 1})"), "cam.json: missing key \"vendorID\"");
-    EXPECT_EQ(refusal(R"({"vendorID": "0x1g", "productID": 1})"), "cam.json: vendorID: \"0x1g\" is not a number");
-    EXPECT_EQ(refusal(R"({"vendorID": 70000, "productID": 1})"), "cam.json: vendorID: 70000 is out of range 0..65535");
-    EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "vc": ["0d2"]})"), "cam.json: vc[0]: odd number of hex digits");
-    EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "vc": "0024"})"), "cam.json: vc: descriptor at byte 0 has bLength 0");
+    EXPECT_EQ(refusal(R"({"vendorID": "0x1g", "productID": 1})"),
+              "cam.json: vendorID: \"0x1g\" is not a number");
+    EXPECT_EQ(refusal(R"({"vendorID": 70000, "productID": 1})"),
+              "cam.json: vendorID: 70000 is out of range 0..65535");
+    EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "vc": ["0d2"]})"),
+              "cam.json: vc[0]: odd number of hex digits");
+    EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "vc": "0024"})"),
+              "cam.json: vc: descriptor at byte 0 has bLength 0");
     EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "controls": {"Brightnes": {}}})"),
               "cam.json: controls.Brightnes: unknown control");
     QString error;
@@ -63,7 +67,7 @@ constexpr const char* kDeclared = R"({
 })";
 
 class VirtualDevice : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         device = rig.add(cameraFromJson(kDeclared));
         camera = rig.open(*device);
@@ -86,8 +90,8 @@ TEST_F(VirtualDevice, DeclaredControlsAnswerPlausiblyAndDescribedOnesAsWritten) 
     EXPECT_EQ(get(0x84, 1, 0x02, 1), 0x09);  // auto-exposure: manual and aperture priority
     EXPECT_EQ(get(0x81, 1, 0x02, 1), 0x08);
     EXPECT_EQ(static_cast<int16_t>(get(0x82, 2, 0x02, 2)), -5);
-    EXPECT_EQ(get(0x81, 2, 0x02, 2), 1);     // current follows the default when not given
-    get(0x81, 2, 0x03, 2);                   // contrast is not declared
+    EXPECT_EQ(get(0x81, 2, 0x02, 2), 1);  // current follows the default when not given
+    get(0x81, 2, 0x03, 2);                // contrast is not declared
     EXPECT_EQ(status, kIOUSBPipeStalled);
     get(0x85, 2, 0x02, 2);
     EXPECT_EQ(status, kIOReturnSuccess);

@@ -18,7 +18,7 @@
 namespace orvella::testing {
 
 class FakeV4l2Device final : public linuxplatform::VideoIo {
-public:
+  public:
     struct Control {
         uint32_t type = V4L2_CTRL_TYPE_INTEGER;
         int64_t minimum = 0, maximum = 0, step = 1, defaultValue = 0, value = 0;
@@ -34,15 +34,17 @@ public:
     };
 
     std::map<uint32_t, Control> controls;
-    std::map<std::pair<uint8_t, uint8_t>, std::vector<uint8_t>> xuControls;  // (unit, selector) -> bytes
+    std::map<std::pair<uint8_t, uint8_t>, std::vector<uint8_t>>
+        xuControls;  // (unit, selector) -> bytes
     std::vector<Call> calls;
-    std::deque<int> failures;   // errno values for the next ioctls, in order (0: answer normally)
-    int inactiveWriteErrno = 0; // what writing an inactive control gives (0: accepted)
-    int shortXuAnswer = 0;      // bytes of a short extension-unit answer (0: full)
+    std::deque<int> failures;    // errno values for the next ioctls, in order (0: answer normally)
+    int inactiveWriteErrno = 0;  // what writing an inactive control gives (0: accepted)
+    int shortXuAnswer = 0;       // bytes of a short extension-unit answer (0: full)
     bool unplugged = false;
     uint32_t deviceCaps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
 
-    Control& add(uint32_t id, int64_t min, int64_t max, int64_t step, int64_t def, uint32_t type = V4L2_CTRL_TYPE_INTEGER) {
+    Control& add(uint32_t id, int64_t min, int64_t max, int64_t step, int64_t def,
+                 uint32_t type = V4L2_CTRL_TYPE_INTEGER) {
         Control c;
         c.type = type;
         c.minimum = min;
@@ -68,7 +70,8 @@ public:
             call.ids.push_back(static_cast<v4l2_querymenu*>(argument)->id);
         } else if (request == UVCIOC_CTRL_QUERY) {
             call.xu = *static_cast<uvc_xu_control_query*>(argument);
-            if (call.xu.query == 0x01 && call.xu.data) call.xuData.assign(call.xu.data, call.xu.data + call.xu.size);
+            if (call.xu.query == 0x01 && call.xu.data)
+                call.xuData.assign(call.xu.data, call.xu.data + call.xu.size);
         }
         calls.push_back(call);
         if (unplugged) return -ENODEV;
@@ -82,24 +85,31 @@ public:
                 auto* caps = static_cast<v4l2_capability*>(argument);
                 std::memset(caps, 0, sizeof *caps);
                 std::strcpy(reinterpret_cast<char*>(caps->driver), "uvcvideo");
-                caps->capabilities = V4L2_CAP_DEVICE_CAPS | V4L2_CAP_STREAMING | V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_META_CAPTURE;
+                caps->capabilities = V4L2_CAP_DEVICE_CAPS | V4L2_CAP_STREAMING |
+                                     V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_META_CAPTURE;
                 caps->device_caps = deviceCaps;
                 return 0;
             }
-            case VIDIOC_QUERY_EXT_CTRL: return query(*static_cast<v4l2_query_ext_ctrl*>(argument));
-            case VIDIOC_QUERYMENU: return menu(*static_cast<v4l2_querymenu*>(argument));
-            case VIDIOC_G_EXT_CTRLS: return get(*static_cast<v4l2_ext_controls*>(argument));
-            case VIDIOC_S_EXT_CTRLS: return set(*static_cast<v4l2_ext_controls*>(argument));
+            case VIDIOC_QUERY_EXT_CTRL:
+                return query(*static_cast<v4l2_query_ext_ctrl*>(argument));
+            case VIDIOC_QUERYMENU:
+                return menu(*static_cast<v4l2_querymenu*>(argument));
+            case VIDIOC_G_EXT_CTRLS:
+                return get(*static_cast<v4l2_ext_controls*>(argument));
+            case VIDIOC_S_EXT_CTRLS:
+                return set(*static_cast<v4l2_ext_controls*>(argument));
             case VIDIOC_TRY_EXT_CTRLS:
                 return set(*static_cast<v4l2_ext_controls*>(argument), false);
-            case UVCIOC_CTRL_QUERY: return xu(*static_cast<uvc_xu_control_query*>(argument));
-            default: return -ENOTTY;
+            case UVCIOC_CTRL_QUERY:
+                return xu(*static_cast<uvc_xu_control_query*>(argument));
+            default:
+                return -ENOTTY;
         }
     }
 
     int64_t value(uint32_t id) const { return controls.at(id).value; }
 
-private:
+  private:
     // Slave -> (master, the master's manual value).
     bool inactive(uint32_t id) const {
         static const std::map<uint32_t, std::pair<uint32_t, int64_t>> masters{
@@ -132,7 +142,9 @@ private:
     int menu(v4l2_querymenu& m) {
         const auto it = controls.find(m.id);
         if (it == controls.end() || it->second.type != V4L2_CTRL_TYPE_MENU) return -EINVAL;
-        if (static_cast<int64_t>(m.index) > it->second.maximum || !(it->second.menuMask & (1ull << m.index))) return -EINVAL;
+        if (static_cast<int64_t>(m.index) > it->second.maximum ||
+            !(it->second.menuMask & (1ull << m.index)))
+            return -EINVAL;
         return 0;
     }
 
@@ -174,7 +186,8 @@ private:
         if (!commit) return 0;
         for (uint32_t i = 0; i < list.count; ++i)
             if (inactiveWriteErrno && inactive(list.controls[i].id)) return -inactiveWriteErrno;
-        for (uint32_t i = 0; i < list.count; ++i) controls[list.controls[i].id].value = accepted[i];
+        for (uint32_t i = 0; i < list.count; ++i)
+            controls[list.controls[i].id].value = accepted[i];
         return 0;
     }
 
@@ -204,7 +217,7 @@ private:
 
 // Opens FakeV4l2Devices by path; each open gets a handle on the same device.
 class FakeVideoOpener final : public linuxplatform::VideoIoOpener {
-public:
+  public:
     std::map<std::string, FakeV4l2Device*> devices;
     std::map<std::string, int> openErrors;  // path -> errno
     int opens = 0;
@@ -223,10 +236,12 @@ public:
         return std::make_unique<Handle>(*it->second);
     }
 
-private:
+  private:
     struct Handle final : linuxplatform::VideoIo {
         explicit Handle(FakeV4l2Device& device) : device(device) {}
-        int ioctl(unsigned long request, void* argument) override { return device.ioctl(request, argument); }
+        int ioctl(unsigned long request, void* argument) override {
+            return device.ioctl(request, argument);
+        }
         FakeV4l2Device& device;
     };
 };

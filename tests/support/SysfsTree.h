@@ -15,17 +15,21 @@
 namespace orvella::testing {
 
 class SysfsTree {
-public:
+  public:
     SysfsTree() { std::filesystem::create_directories(root() / "bus/usb/drivers/uvcvideo"); }
 
-    std::filesystem::path root() const { return std::filesystem::path(dir_.path().toStdString()) / "sys"; }
+    std::filesystem::path root() const {
+        return std::filesystem::path(dir_.path().toStdString()) / "sys";
+    }
     std::string rootString() const { return root().string(); }
-    std::string devRoot() const { return (std::filesystem::path(dir_.path().toStdString()) / "dev").string(); }
+    std::string devRoot() const {
+        return (std::filesystem::path(dir_.path().toStdString()) / "dev").string();
+    }
 
     struct Options {
         bool boundToUvcvideo = true;
         bool suspended = false;
-        int firstVideoNode = 0;      // capture node videoN, metadata node videoN+1
+        int firstVideoNode = 0;  // capture node videoN, metadata node videoN+1
     };
 
     // Adds the camera; returns its device directory name ("1-2").
@@ -49,17 +53,20 @@ public:
         write(device / "devpath", path);
         write(device / "bConfigurationValue", "1");
         write(device / "power/runtime_status", options.suspended ? "suspended" : "active");
-        if (!camera.productString().isEmpty()) write(device / "product", camera.productString().toStdString());
+        if (!camera.productString().isEmpty())
+            write(device / "product", camera.productString().toStdString());
         const std::vector<uint8_t> blob = virtualcam::UsbDeviceDescriptors(camera).sysfsBlob();
         std::ofstream(device / "descriptors", std::ios::binary)
-            .write(reinterpret_cast<const char*>(blob.data()), static_cast<std::streamsize>(blob.size()));
+            .write(reinterpret_cast<const char*>(blob.data()),
+                   static_cast<std::streamsize>(blob.size()));
         fs::create_directories(root() / "bus/usb/devices");
         fs::create_symlink(device, root() / "bus/usb/devices" / name);
 
         for (const auto& interface : camera.interfaces()) {
             const fs::path dir = device / (name + ":1." + std::to_string(interface.number));
             fs::create_directories(dir);
-            if (interface.number != camera.vcInterfaceNumber() || !options.boundToUvcvideo) continue;
+            if (interface.number != camera.vcInterfaceNumber() || !options.boundToUvcvideo)
+                continue;
             fs::create_symlink(root() / "bus/usb/drivers/uvcvideo", dir / "driver");
             for (int i = 0; i < 2; ++i) {
                 const std::string node = "video" + std::to_string(options.firstVideoNode + i);
@@ -77,19 +84,22 @@ public:
 
     void remove(const std::string& name) {
         namespace fs = std::filesystem;
-        for (const auto& bus : fs::directory_iterator(root() / "devices")) fs::remove_all(bus.path() / name);
+        for (const auto& bus : fs::directory_iterator(root() / "devices"))
+            fs::remove_all(bus.path() / name);
         fs::remove(root() / "bus/usb/devices" / name);
         for (const auto& node : fs::directory_iterator(root() / "class/video4linux"))
             if (!fs::exists(node.path())) fs::remove(node.path());
     }
 
-private:
+  private:
     static std::string hex4(unsigned value) {
         char text[8];
         std::snprintf(text, sizeof text, "%04x", value & 0xFFFF);
         return text;
     }
-    static void write(const std::filesystem::path& file, const std::string& text) { std::ofstream(file) << text << "\n"; }
+    static void write(const std::filesystem::path& file, const std::string& text) {
+        std::ofstream(file) << text << "\n";
+    }
 
     QTemporaryDir dir_;
     unsigned addresses_ = 0;

@@ -20,7 +20,8 @@ inline std::string fixturePath(const std::string& name) {
 
 inline std::shared_ptr<virtualcam::VirtualCamera> loadFixture(const std::string& name) {
     QString error;
-    auto camera = virtualcam::VirtualCamera::fromFile(QString::fromStdString(fixturePath(name)), &error);
+    auto camera =
+        virtualcam::VirtualCamera::fromFile(QString::fromStdString(fixturePath(name)), &error);
     EXPECT_TRUE(camera) << error.toStdString();
     return camera;
 }
@@ -37,7 +38,8 @@ struct VirtualRig {
     platform::RecordingClock clock;
     platform::Platform platform{&usb, nullptr, &clock};
 
-    std::shared_ptr<virtualcam::VirtualCamera> add(std::shared_ptr<virtualcam::VirtualCamera> camera) {
+    std::shared_ptr<virtualcam::VirtualCamera> add(
+        std::shared_ptr<virtualcam::VirtualCamera> camera) {
         usb.addCamera(camera);
         return camera;
     }

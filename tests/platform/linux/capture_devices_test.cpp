@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "camera/QTCamera.h"
 #include <libusb.h>
+#include "camera/QTCamera.h"
 
 #include "platform/libusb/LibusbHost.h"
 #include "platform/linux/LinuxPlatform.h"
@@ -30,11 +30,12 @@ struct Recorder final : platform::CaptureDeviceObserver {
 };
 
 class CaptureNodes : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         c270 = testing::loadFixture("logitech-c270.json");
         generic = testing::loadFixture("generic.json");
-        opener.devices[tree.devRoot() + "/video0"] = &metadataFirst;  // node 0 is not always capture
+        opener.devices[tree.devRoot() + "/video0"] =
+            &metadataFirst;  // node 0 is not always capture
         opener.devices[tree.devRoot() + "/video1"] = &capture;
         metadataFirst.deviceCaps = V4L2_CAP_META_CAPTURE | V4L2_CAP_STREAMING;
         opener.devices[tree.devRoot() + "/video2"] = &second;
@@ -59,7 +60,8 @@ TEST_F(CaptureNodes, OneCaptureDevicePerCameraWithItsIdentity) {
     EXPECT_EQ(devices[0]->uniqueID(), "0x1a200000046d0825");
     EXPECT_EQ(devices[0]->modelUniqueID(), "UVC Camera VendorID_1133 ProductID_2085");
     EXPECT_EQ(devices[0]->localizedDisplayName(), "C270 HD WEBCAM");
-    EXPECT_EQ(devices[0]->devicePath(), tree.devRoot() + "/video1");  // told apart by its capabilities
+    EXPECT_EQ(devices[0]->devicePath(),
+              tree.devRoot() + "/video1");  // told apart by its capabilities
     EXPECT_EQ(devices[1]->devicePath(), tree.devRoot() + "/video2");
     EXPECT_EQ(system.inputDevicesWithMediaType(platform::MediaType::Sound).size(), 0u);
 }
@@ -89,7 +91,8 @@ TEST_F(CaptureNodes, RescansReportEachCameraOnceAndOnlyWhenUsable) {
 
     tree.remove(name);
     system.rescan(&pending);
-    EXPECT_EQ(recorder.events, (std::vector<std::string>{"+0x1a200000046d0825", "-0x1a200000046d0825"}));
+    EXPECT_EQ(recorder.events,
+              (std::vector<std::string>{"+0x1a200000046d0825", "-0x1a200000046d0825"}));
 }
 
 TEST_F(CaptureNodes, AccessProblemsSayWhatToDo) {
@@ -107,8 +110,12 @@ TEST_F(CaptureNodes, AccessProblemsSayWhatToDo) {
 TEST_F(CaptureNodes, UsbHostRescansReportDevicesThatComeAndGo) {
     struct UsbRecorder final : platform::UsbMatchingObserver {
         int added = 0, removed = 0;
-        void usbDeviceAdded(const std::shared_ptr<platform::UsbDeviceService>&) override { ++added; }
-        void usbDeviceRemoved(const std::shared_ptr<platform::UsbDeviceService>&) override { ++removed; }
+        void usbDeviceAdded(const std::shared_ptr<platform::UsbDeviceService>&) override {
+            ++added;
+        }
+        void usbDeviceRemoved(const std::shared_ptr<platform::UsbDeviceService>&) override {
+            ++removed;
+        }
     } recorder;
     LinuxUsbHost host(tree.rootString(), tree.devRoot(), &opener);
     host.setMatchingObserver(&recorder);

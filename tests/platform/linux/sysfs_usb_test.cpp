@@ -22,7 +22,7 @@ TEST(LocationID, BusAndPortPathAsMacOSBuildsIt) {
     EXPECT_EQ(locationIDFor(1, "2"), 0x01200000u);
     EXPECT_EQ(locationIDFor(26, "2"), 0x1a200000u);
     EXPECT_EQ(locationIDFor(3, "1.4.2"), 0x03142000u);
-    EXPECT_EQ(locationIDFor(2, "0"), 0x02000000u);     // the root hub
+    EXPECT_EQ(locationIDFor(2, "0"), 0x02000000u);  // the root hub
     EXPECT_EQ(locationIDFor(1, "1.2.3.4.5.6.7"), 0x01123456u);
     EXPECT_EQ(locationIDFor(1, "1.x"), 0x01100000u);
 }
@@ -37,7 +37,8 @@ TEST(UsbDescriptorBlob, MalformedBlobsEndTheWalkWithAWarning) {
     EXPECT_EQ(whole.interfaces[1].classSpecific.size(), camera->interfaces()[1].descriptors.size());
 
     for (size_t cut : {size_t{5}, size_t{30}, blob.size() - 3}) {
-        const std::vector<uint8_t> truncated(blob.begin(), blob.begin() + static_cast<std::ptrdiff_t>(cut));
+        const std::vector<uint8_t> truncated(blob.begin(),
+                                             blob.begin() + static_cast<std::ptrdiff_t>(cut));
         const UsbDeviceInfo info = parseUsbDescriptors(truncated);
         EXPECT_FALSE(info.warnings.empty()) << cut;
     }
@@ -46,7 +47,7 @@ TEST(UsbDescriptorBlob, MalformedBlobsEndTheWalkWithAWarning) {
 }
 
 class SysfsCamera : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         device = testing::loadFixture("logitech-c270.json");
         name = tree.addCamera(*device, {});
@@ -58,7 +59,8 @@ protected:
     }
     std::unique_ptr<QTCamera> open() {
         auto camera = std::make_unique<QTCamera>(platform);
-        camera->getControlInferace(&camera->controlInterface, &camera->streamInterface, device->locationID());
+        camera->getControlInferace(&camera->controlInterface, &camera->streamInterface,
+                                   device->locationID());
         return camera;
     }
 
@@ -83,8 +85,10 @@ TEST_F(SysfsCamera, EnumeratesWithIdentityLocationAndDescriptors) {
     auto camera = open();
     ASSERT_TRUE(camera->controlInterface);
     ASSERT_TRUE(camera->streamInterface);
-    EXPECT_EQ(camera->controlInterface->classSpecificDescriptors(), device->interfaces()[0].descriptors);
-    EXPECT_EQ(camera->streamInterface->classSpecificDescriptors(), device->interfaces()[1].descriptors);
+    EXPECT_EQ(camera->controlInterface->classSpecificDescriptors(),
+              device->interfaces()[0].descriptors);
+    EXPECT_EQ(camera->streamInterface->classSpecificDescriptors(),
+              device->interfaces()[1].descriptors);
     QTCamera finder(platform);
     EXPECT_EQ(finder.findUSBDeviceWithVID(0x046D, 0x0825), 0x1a200000u);
 
@@ -92,7 +96,8 @@ TEST_F(SysfsCamera, EnumeratesWithIdentityLocationAndDescriptors) {
     ASSERT_EQ(camera->devCamera->usbGetProductStringIndex(index), kIOReturnSuccess);
     char text[256];
     log::ScopedCapture log;
-    ASSERT_EQ(GetStringDescriptor(camera->devCamera.get(), index, text, sizeof text, 0x0409), kIOReturnSuccess);
+    ASSERT_EQ(GetStringDescriptor(camera->devCamera.get(), index, text, sizeof text, 0x0409),
+              kIOReturnSuccess);
     EXPECT_STREQ(text, "C270 HD WEBCAM");
 }
 
@@ -118,7 +123,8 @@ TEST_F(SysfsCamera, SuspendStateComesFromRuntimeStatus) {
     LinuxUsbHost suspendedHost(suspendedTree.rootString(), suspendedTree.devRoot(), &opener);
     platform::Platform p{&suspendedHost, nullptr, &clock};
     QTCamera camera(p);
-    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface, device->locationID());
+    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface,
+                              device->locationID());
     ASSERT_TRUE(camera.devCamera);
     uint32_t info = 0;
     EXPECT_EQ(camera.devCamera->getUSBDeviceInformation(info), kIOReturnSuccess);
@@ -150,14 +156,16 @@ TEST_F(SysfsCamera, PermissionProblemsSayWhatToDo) {
     EXPECT_EQ(camera->getDataFor(0x81, 2, 0x02, 2, &value), kIOUSBPipeStalled);
     bool explained = false;
     for (const std::string& line : log.lines())
-        explained |= line.find("Permission denied") != std::string::npos && line.find("'video' group") != std::string::npos;
+        explained |= line.find("Permission denied") != std::string::npos &&
+                     line.find("'video' group") != std::string::npos;
     EXPECT_TRUE(explained);
 }
 
 TEST(SysfsUnbound, InterfaceWithoutADriverNeedsTheRawTransport) {
     struct Raw final : RawUsbTransport {
         int calls = 0;
-        IOReturn controlRequest(unsigned bus, unsigned address, platform::ControlRequest& request, uint32_t) override {
+        IOReturn controlRequest(unsigned bus, unsigned address, platform::ControlRequest& request,
+                                uint32_t) override {
             ++calls;
             EXPECT_EQ(bus, 26u);
             EXPECT_EQ(address, 1u);
@@ -174,7 +182,8 @@ TEST(SysfsUnbound, InterfaceWithoutADriverNeedsTheRawTransport) {
     LinuxUsbHost withRaw(tree.rootString(), tree.devRoot(), &opener, &raw);
     platform::Platform p{&withRaw, nullptr, nullptr};
     QTCamera camera(p);
-    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface, device->locationID());
+    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface,
+                              device->locationID());
     ASSERT_TRUE(camera.controlInterface);
     EXPECT_EQ(camera.setData(1, 2, 0x02, 2), kIOReturnSuccess);
     EXPECT_EQ(raw.calls, 1);

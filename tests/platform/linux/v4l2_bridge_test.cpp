@@ -18,7 +18,7 @@ constexpr uint8_t kTerminal = 1;
 constexpr uint8_t kProcessing = 2;
 
 class Bridge : public ::testing::Test {
-protected:
+  protected:
     void SetUp() override {
         auto& ae = v4l2.add(V4L2_CID_EXPOSURE_AUTO, 0, 3, 1, 3, V4L2_CTRL_TYPE_MENU);
         ae.menuMask = 0b1010;  // manual and aperture priority
@@ -55,15 +55,25 @@ protected:
 
     IOReturn get(uint8_t request, uint8_t unit, uint8_t selector, uint16_t length, Bytes& out) {
         out.assign(length, 0xEE);
-        platform::ControlRequest r{0xA1, request, static_cast<uint16_t>(selector << 8),
-                                   static_cast<uint16_t>(unit << 8), length, out.data(), 0};
+        platform::ControlRequest r{0xA1,
+                                   request,
+                                   static_cast<uint16_t>(selector << 8),
+                                   static_cast<uint16_t>(unit << 8),
+                                   length,
+                                   out.data(),
+                                   0};
         const IOReturn status = bridge().controlRequest(r);
         out.resize(r.wLenDone);
         return status;
     }
     IOReturn set(uint8_t unit, uint8_t selector, Bytes data) {
-        platform::ControlRequest r{0x21, 0x01, static_cast<uint16_t>(selector << 8),
-                                   static_cast<uint16_t>(unit << 8), static_cast<uint16_t>(data.size()), data.data(), 0};
+        platform::ControlRequest r{0x21,
+                                   0x01,
+                                   static_cast<uint16_t>(selector << 8),
+                                   static_cast<uint16_t>(unit << 8),
+                                   static_cast<uint16_t>(data.size()),
+                                   data.data(),
+                                   0};
         return bridge().controlRequest(r);
     }
     UvcV4l2Bridge& bridge() {
@@ -78,8 +88,8 @@ protected:
 
 struct Case {
     uint8_t unit, selector;
-    Bytes bytes;                    // the UVC payload
-    std::vector<uint32_t> ids;      // the V4L2 controls it becomes
+    Bytes bytes;                // the UVC payload
+    std::vector<uint32_t> ids;  // the V4L2 controls it becomes
     std::vector<int64_t> values;
 };
 
@@ -92,7 +102,11 @@ TEST_F(Bridge, EveryMappedControlTranslatesBothWays) {
         {kTerminal, 0x06, {40, 0}, {V4L2_CID_FOCUS_ABSOLUTE}, {40}},
         {kTerminal, 0x0A, {0xFF}, {V4L2_CID_IRIS_RELATIVE}, {-1}},
         {kTerminal, 0x0B, {150, 0}, {V4L2_CID_ZOOM_ABSOLUTE}, {150}},
-        {kTerminal, 0x0D, {0x10, 0x0E, 0, 0, 0xE0, 0xE3, 0xFF, 0xFF}, {V4L2_CID_PAN_ABSOLUTE, V4L2_CID_TILT_ABSOLUTE}, {3600, -7200}},
+        {kTerminal,
+         0x0D,
+         {0x10, 0x0E, 0, 0, 0xE0, 0xE3, 0xFF, 0xFF},
+         {V4L2_CID_PAN_ABSOLUTE, V4L2_CID_TILT_ABSOLUTE},
+         {3600, -7200}},
         {kTerminal, 0x0E, {0x01, 5, 0xFF, 1}, {V4L2_CID_PAN_SPEED, V4L2_CID_TILT_SPEED}, {5, -1}},
         {kProcessing, 0x01, {2, 0}, {V4L2_CID_BACKLIGHT_COMPENSATION}, {2}},
         {kProcessing, 0x02, {0xF6, 0xFF}, {V4L2_CID_BRIGHTNESS}, {-10}},
@@ -107,7 +121,8 @@ TEST_F(Bridge, EveryMappedControlTranslatesBothWays) {
         {kProcessing, 0x0A, {0x88, 0x13}, {V4L2_CID_WHITE_BALANCE_TEMPERATURE}, {5000}},
     };
     for (const Case& c : cases) {
-        SCOPED_TRACE(::testing::Message() << "unit " << int(c.unit) << " selector " << int(c.selector));
+        SCOPED_TRACE(::testing::Message()
+                     << "unit " << int(c.unit) << " selector " << int(c.selector));
         v4l2.calls.clear();
         ASSERT_EQ(set(c.unit, c.selector, c.bytes), kIOReturnSuccess);
         // One S_EXT_CTRLS carrying every control of the selector, so the driver sends one SET_CUR
@@ -119,10 +134,12 @@ TEST_F(Bridge, EveryMappedControlTranslatesBothWays) {
                           [](const auto& call) { return call.request == VIDIOC_S_EXT_CTRLS; }),
             1);
         EXPECT_EQ(v4l2.calls.back().ids, c.ids);
-        for (size_t i = 0; i < c.ids.size(); ++i) EXPECT_EQ(v4l2.value(c.ids[i]), c.values[i]);
+        for (size_t i = 0; i < c.ids.size(); ++i)
+            EXPECT_EQ(v4l2.value(c.ids[i]), c.values[i]);
 
         Bytes read;
-        ASSERT_EQ(get(0x81, c.unit, c.selector, static_cast<uint16_t>(c.bytes.size()), read), kIOReturnSuccess);
+        ASSERT_EQ(get(0x81, c.unit, c.selector, static_cast<uint16_t>(c.bytes.size()), read),
+                  kIOReturnSuccess);
         EXPECT_EQ(read, c.bytes);
     }
 }
@@ -243,13 +260,15 @@ TEST_F(Bridge, ExtensionUnitRequestsReachTheDriverUnchanged) {
 
 TEST_F(Bridge, ErrnoClassesBecomeTheStatusesTheCoreKnows) {
     const std::vector<std::pair<int, IOReturn>> classes{
-        {ENODEV, kIOReturnNoDevice},      {ESHUTDOWN, kIOReturnNoDevice}, {EPROTO, kIOReturnNoDevice},
-        {ETIMEDOUT, kIOReturnNotResponding}, {EBUSY, kIOReturnNotResponding},
-        {EPIPE, kIOUSBPipeStalled},       {EILSEQ, kIOUSBPipeStalled},    {EACCES, kIOUSBPipeStalled},
-        {ERANGE, kIOUSBPipeStalled},      {EINVAL, kIOUSBPipeStalled},    {EIO, kIOUSBPipeStalled},
-        {EREMOTE, kIOUSBPipeStalled},     {ENOENT, kIOUSBPipeStalled},    {EBADRQC, kIOUSBPipeStalled},
-        {ENOBUFS, kIOUSBPipeStalled},     {ENOMEM, kIOReturnNoMemory},    {EOVERFLOW, kIOReturnOverrun},
-        {EXDEV, kIOReturnError},
+        {ENODEV, kIOReturnNoDevice},     {ESHUTDOWN, kIOReturnNoDevice},
+        {EPROTO, kIOReturnNoDevice},     {ETIMEDOUT, kIOReturnNotResponding},
+        {EBUSY, kIOReturnNotResponding}, {EPIPE, kIOUSBPipeStalled},
+        {EILSEQ, kIOUSBPipeStalled},     {EACCES, kIOUSBPipeStalled},
+        {ERANGE, kIOUSBPipeStalled},     {EINVAL, kIOUSBPipeStalled},
+        {EIO, kIOUSBPipeStalled},        {EREMOTE, kIOUSBPipeStalled},
+        {ENOENT, kIOUSBPipeStalled},     {EBADRQC, kIOUSBPipeStalled},
+        {ENOBUFS, kIOUSBPipeStalled},    {ENOMEM, kIOReturnNoMemory},
+        {EOVERFLOW, kIOReturnOverrun},   {EXDEV, kIOReturnError},
     };
     for (const auto& [error, status] : classes) {
         SCOPED_TRACE(error);
@@ -278,11 +297,11 @@ TEST_F(Bridge, MalformedRequestsAreRefused) {
 
 TEST(UvcUnits, ComeFromTheDescriptorsAndSurviveShortOnes) {
     const std::vector<platform::Descriptor> descriptors{
-        {0x0d, 0x24, 0x01, 0x00, 0x01},                                      // header, cut short
+        {0x0d, 0x24, 0x01, 0x00, 0x01},  // header, cut short
         {0x12, 0x24, 0x02, 0x04, 0x01, 0x02, 0, 0, 0, 0, 0, 0, 0, 0, 0x03, 0x0E, 0x00, 0x02},
-        {0x0b, 0x24, 0x05, 0x05, 0x04, 0, 0, 0x02, 0x5B},                    // bmControls cut short
-        {0x1b, 0x24, 0x06, 0x07},                                            // extension unit
-        {0x09, 0x24, 0x02, 0x08, 0x01, 0x01},                                // not a camera
+        {0x0b, 0x24, 0x05, 0x05, 0x04, 0, 0, 0x02, 0x5B},  // bmControls cut short
+        {0x1b, 0x24, 0x06, 0x07},                          // extension unit
+        {0x09, 0x24, 0x02, 0x08, 0x01, 0x01},              // not a camera
         {0x24},
     };
     const UvcUnits units = UvcUnits::fromDescriptors(descriptors);
