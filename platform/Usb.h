@@ -64,6 +64,25 @@ class UsbInterfaceService {
     virtual IOReturn queryInterface(std::shared_ptr<UsbInterface>& handle) = 0;
 };
 
+// An interface service whose handle already exists, as backends that enumerate interfaces
+// themselves deliver them: the plug-in and the query always succeed.
+class ReadyInterfaceService final : public UsbInterfaceService {
+  public:
+    explicit ReadyInterfaceService(std::shared_ptr<UsbInterface> handle)
+        : handle_(std::move(handle)) {}
+    IOReturn createPlugIn(bool& gotPlugIn) override {
+        gotPlugIn = true;
+        return kIOReturnSuccess;
+    }
+    IOReturn queryInterface(std::shared_ptr<UsbInterface>& handle) override {
+        handle = handle_;
+        return kIOReturnSuccess;
+    }
+
+  private:
+    std::shared_ptr<UsbInterface> handle_;
+};
+
 class UsbDevice {
   public:
     virtual ~UsbDevice() = default;

@@ -119,23 +119,6 @@ class LibusbInterface final : public platform::UsbInterface {
     std::vector<platform::Descriptor> descriptors_;
 };
 
-class LibusbInterfaceService final : public platform::UsbInterfaceService {
-  public:
-    explicit LibusbInterfaceService(std::shared_ptr<platform::UsbInterface> h)
-        : handle_(std::move(h)) {}
-    IOReturn createPlugIn(bool& got) override {
-        got = true;
-        return kIOReturnSuccess;
-    }
-    IOReturn queryInterface(std::shared_ptr<platform::UsbInterface>& h) override {
-        h = handle_;
-        return kIOReturnSuccess;
-    }
-
-  private:
-    std::shared_ptr<platform::UsbInterface> handle_;
-};
-
 class LibusbDevice final : public platform::UsbDevice {
   public:
     explicit LibusbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
@@ -174,7 +157,7 @@ class LibusbDevice final : public platform::UsbDevice {
         for (int i = 0; i < config->bNumInterfaces; ++i) {
             const libusb_interface& interface = config->interface[i];
             if (interface.num_altsetting < 1) continue;
-            out.push_back(std::make_shared<LibusbInterfaceService>(
+            out.push_back(std::make_shared<platform::ReadyInterfaceService>(
                 std::make_shared<LibusbInterface>(state_, interface.altsetting[0])));
         }
         libusb_free_config_descriptor(config);

@@ -162,23 +162,6 @@ class LinuxUsbInterface final : public platform::UsbInterface {
     bool reported_ = false;
 };
 
-class LinuxInterfaceService final : public platform::UsbInterfaceService {
-  public:
-    explicit LinuxInterfaceService(std::shared_ptr<platform::UsbInterface> handle)
-        : handle_(std::move(handle)) {}
-    IOReturn createPlugIn(bool& gotPlugIn) override {
-        gotPlugIn = true;
-        return kIOReturnSuccess;
-    }
-    IOReturn queryInterface(std::shared_ptr<platform::UsbInterface>& handle) override {
-        handle = handle_;
-        return kIOReturnSuccess;
-    }
-
-  private:
-    std::shared_ptr<platform::UsbInterface> handle_;
-};
-
 class LinuxUsbDevice final : public platform::UsbDevice {
   public:
     explicit LinuxUsbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
@@ -260,7 +243,7 @@ class LinuxUsbDevice final : public platform::UsbDevice {
         if (!state_->present()) return kIOReturnNoDevice;
         interfaces.clear();
         for (const UsbInterfaceInfo& info : state_->info.interfaces)
-            interfaces.push_back(std::make_shared<LinuxInterfaceService>(
+            interfaces.push_back(std::make_shared<platform::ReadyInterfaceService>(
                 std::make_shared<LinuxUsbInterface>(state_, info)));
         return kIOReturnSuccess;
     }

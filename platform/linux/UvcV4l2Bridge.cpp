@@ -10,19 +10,11 @@
 #include <optional>
 
 #include "platform/Log.h"
+#include "platform/UvcProtocol.h"
 
 namespace orvella::linuxplatform {
 
 namespace {
-
-constexpr uint8_t kSetCur = 0x01;
-constexpr uint8_t kGetCur = 0x81;
-constexpr uint8_t kGetMin = 0x82;
-constexpr uint8_t kGetMax = 0x83;
-constexpr uint8_t kGetRes = 0x84;
-constexpr uint8_t kGetLen = 0x85;
-constexpr uint8_t kGetInfo = 0x86;
-constexpr uint8_t kGetDef = 0x87;
 
 // How a UVC payload and its V4L2 controls relate.
 enum class Codec : uint8_t {
@@ -246,16 +238,16 @@ class Translator {
 
     IOReturn get(platform::ControlRequest& request) {
         switch (request.bRequest) {
-            case kGetCur:
+            case uvc::GET_CUR:
                 return current(request);
-            case kGetMin:
-            case kGetMax:
-            case kGetRes:
-            case kGetDef:
+            case uvc::GET_MIN:
+            case uvc::GET_MAX:
+            case uvc::GET_RES:
+            case uvc::GET_DEF:
                 return range(request);
-            case kGetInfo:
+            case uvc::GET_INFO:
                 return info(request);
-            case kGetLen: {
+            case uvc::GET_LEN: {
                 const uint8_t length[2] = {m_.length, 0};
                 return answer(request, length, 2);
             }
@@ -265,7 +257,7 @@ class Translator {
     }
 
     IOReturn set(platform::ControlRequest& request) {
-        if (request.bRequest != kSetCur || request.wLength < m_.length || !request.pData)
+        if (request.bRequest != uvc::SET_CUR || request.wLength < m_.length || !request.pData)
             return kIOUSBPipeStalled;
         Payload p{};
         std::memcpy(p.data(), request.pData, m_.length);
@@ -333,21 +325,21 @@ class Translator {
         std::array<int64_t, 2> values{};
         if (m_.codec == Codec::AeMode) {
             // The device answers only RES (the offered modes) and DEF for this control.
-            if (request.bRequest == kGetRes) return offeredAeModes(request);
-            if (request.bRequest != kGetDef) return kIOUSBPipeStalled;
+            if (request.bRequest == uvc::GET_RES) return offeredAeModes(request);
+            if (request.bRequest != uvc::GET_DEF) return kIOUSBPipeStalled;
         }
         for (size_t i = 0; i < controlCount(m_); ++i) {
             v4l2_query_ext_ctrl q;
             if (const IOReturn status = query(m_.ids[i], q); status != kIOReturnSuccess)
                 return status;
             switch (request.bRequest) {
-                case kGetMin:
+                case uvc::GET_MIN:
                     values[i] = q.minimum;
                     break;
-                case kGetMax:
+                case uvc::GET_MAX:
                     values[i] = q.maximum;
                     break;
-                case kGetRes:
+                case uvc::GET_RES:
                     values[i] = static_cast<int64_t>(q.step);
                     break;
                 default:

@@ -3,17 +3,11 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/UvcProtocol.h"
+
 namespace orvella::virtualcam {
 
 namespace {
-
-constexpr uint8_t kSetCur = 0x01;
-constexpr uint8_t kGetCur = 0x81;
-constexpr uint8_t kGetMin = 0x82;
-constexpr uint8_t kGetMax = 0x83;
-constexpr uint8_t kGetLen = 0x85;
-constexpr uint8_t kGetInfo = 0x86;
-constexpr uint8_t kGetDef = 0x87;
 
 // Probe/commit layout (byte offsets).
 constexpr size_t kFormatIndexAt = 2;
@@ -153,7 +147,8 @@ IOReturn StreamingNegotiation::request(platform::ControlRequest& request,
     std::vector<uint8_t>& control = selector == kProbeControl ? probe_ : commit_;
 
     if (request.bmRequestType == 0x21) {
-        if (request.bRequest != kSetCur || request.wLength < kShortestControl || !request.pData)
+        if (request.bRequest != uvc::SET_CUR || request.wLength < kShortestControl ||
+            !request.pData)
             return kIOUSBPipeStalled;
         const auto* sent = static_cast<const uint8_t*>(request.pData);
         control =
@@ -164,20 +159,20 @@ IOReturn StreamingNegotiation::request(platform::ControlRequest& request,
     if (request.bmRequestType != 0xA1) return kIOUSBPipeStalled;
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
-        case kGetCur:
+        case uvc::GET_CUR:
             bytes = control;
             break;
-        case kGetMin:
-        case kGetMax:
-        case kGetDef:
+        case uvc::GET_MIN:
+        case uvc::GET_MAX:
+        case uvc::GET_DEF:
             // Only the probe control has a range; the camera offers one set of defaults.
             if (selector != kProbeControl) return kIOUSBPipeStalled;
             bytes = default_;
             break;
-        case kGetLen:
+        case uvc::GET_LEN:
             bytes = {static_cast<uint8_t>(length_), 0};
             break;
-        case kGetInfo:
+        case uvc::GET_INFO:
             bytes = {0x03};
             break;
         default:

@@ -8,22 +8,12 @@
 #include <cstring>
 #include <limits>
 
+#include "platform/UvcProtocol.h"
 #include "platform/virtual/UvcDeviceTable.h"
 
 namespace orvella::virtualcam {
 
 namespace {
-
-constexpr uint8_t kSetCur = 0x01;
-constexpr uint8_t kGetCur = 0x81;
-constexpr uint8_t kGetMin = 0x82;
-constexpr uint8_t kGetMax = 0x83;
-constexpr uint8_t kGetRes = 0x84;
-constexpr uint8_t kGetLen = 0x85;
-constexpr uint8_t kGetInfo = 0x86;
-constexpr uint8_t kGetDef = 0x87;
-constexpr uint8_t kInfoSetSupported = 0x02;
-constexpr uint8_t kInfoDisabledByAutoMode = 0x04;
 
 // The request error code control of the VideoControl interface (unit 0) and its codes.
 constexpr uint8_t kRequestErrorCodeControl = 0x02;
@@ -600,8 +590,8 @@ IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<ui
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
     if (unit == 0 && selector == kRequestErrorCodeControl && (request.wValue & 0xFF) == 0 &&
         request.bmRequestType == 0xA1 &&
-        (request.bRequest == kGetCur || request.bRequest == kGetInfo)) {
-        const uint8_t byte = request.bRequest == kGetCur ? requestErrorCode_ : 0x01;
+        (request.bRequest == uvc::GET_CUR || request.bRequest == uvc::GET_INFO)) {
+        const uint8_t byte = request.bRequest == uvc::GET_CUR ? requestErrorCode_ : 0x01;
         if (request.wLength == 0) return kIOReturnSuccess;
         if (!request.pData) return kIOReturnBadArgument;
         *static_cast<uint8_t*>(request.pData) = byte;
@@ -637,8 +627,8 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
     }
 
     if (request.bmRequestType == 0x21) {
-        if (request.bRequest != kSetCur) return stall(kInvalidRequest);
-        if (!(control->info & kInfoSetSupported)) return stall(kInvalidRequest);
+        if (request.bRequest != uvc::SET_CUR) return stall(kInvalidRequest);
+        if (!(control->info & uvc::kInfoSetSupported)) return stall(kInvalidRequest);
         if (request.wLength < control->length || !request.pData) return stall(kInvalidRequest);
         if (governedByAutoMode(*control)) return stall(kWrongState);
         std::vector<uint8_t> value(static_cast<const uint8_t*>(request.pData),
@@ -685,27 +675,27 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
     if (request.bmRequestType != 0xA1) return stall(kInvalidRequest);
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
-        case kGetCur:
+        case uvc::GET_CUR:
             bytes = control->cur;
             break;
-        case kGetMin:
+        case uvc::GET_MIN:
             bytes = control->min;
             break;
-        case kGetMax:
+        case uvc::GET_MAX:
             bytes = control->max;
             break;
-        case kGetRes:
+        case uvc::GET_RES:
             bytes = control->res;
             break;
-        case kGetDef:
+        case uvc::GET_DEF:
             bytes = control->def;
             break;
-        case kGetLen:
+        case uvc::GET_LEN:
             bytes = pack(control->length, 2);
             break;
-        case kGetInfo:
+        case uvc::GET_INFO:
             bytes = {static_cast<uint8_t>(
-                control->info | (governedByAutoMode(*control) ? kInfoDisabledByAutoMode : 0))};
+                control->info | (governedByAutoMode(*control) ? uvc::kInfoDisabledByAutoMode : 0))};
             break;
         default:
             return stall(kInvalidRequest);

@@ -50,23 +50,6 @@ class VirtualUsbInterface final : public platform::UsbInterface {
     InterfaceDefinition definition_;
 };
 
-class VirtualInterfaceService final : public platform::UsbInterfaceService {
-  public:
-    explicit VirtualInterfaceService(std::shared_ptr<platform::UsbInterface> handle)
-        : handle_(std::move(handle)) {}
-    IOReturn createPlugIn(bool& gotPlugIn) override {
-        gotPlugIn = true;
-        return kIOReturnSuccess;
-    }
-    IOReturn queryInterface(std::shared_ptr<platform::UsbInterface>& handle) override {
-        handle = handle_;
-        return kIOReturnSuccess;
-    }
-
-  private:
-    std::shared_ptr<platform::UsbInterface> handle_;
-};
-
 class VirtualUsbDevice final : public platform::UsbDevice {
   public:
     explicit VirtualUsbDevice(std::shared_ptr<VirtualCamera> camera) : camera_(std::move(camera)) {}
@@ -105,7 +88,7 @@ class VirtualUsbDevice final : public platform::UsbDevice {
         if (!camera_->present()) return kIOReturnNoDevice;
         interfaces.clear();
         for (const InterfaceDefinition& definition : camera_->interfaces())
-            interfaces.push_back(std::make_shared<VirtualInterfaceService>(
+            interfaces.push_back(std::make_shared<platform::ReadyInterfaceService>(
                 std::make_shared<VirtualUsbInterface>(camera_, definition)));
         return kIOReturnSuccess;
     }
