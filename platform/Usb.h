@@ -64,6 +64,15 @@ class UsbInterfaceService {
     virtual IOReturn queryInterface(std::shared_ptr<UsbInterface>& handle) = 0;
 };
 
+// The answer to a property read on a handle: the value while the device is there, else "no
+// device" with `out` left alone.
+template <class T, class V>
+IOReturn propertyOfPresentDevice(bool present, T& out, V value) {
+    if (!present) return kIOReturnNoDevice;
+    out = static_cast<T>(value);
+    return kIOReturnSuccess;
+}
+
 // An interface service whose handle already exists, as backends that enumerate interfaces
 // themselves deliver them: the plug-in and the query always succeed.
 class ReadyInterfaceService final : public UsbInterfaceService {

@@ -93,13 +93,21 @@ class LibusbInterface final : public platform::UsbInterface {
         }
     }
 
-    IOReturn getDeviceVendor(uint16_t& v) override { return value(v, state_->descriptor.idVendor); }
-    IOReturn getDeviceProduct(uint16_t& v) override {
-        return value(v, state_->descriptor.idProduct);
+    IOReturn getDeviceVendor(uint16_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v, state_->descriptor.idVendor);
     }
-    IOReturn getInterfaceClass(uint8_t& v) override { return value(v, class_); }
-    IOReturn getInterfaceSubClass(uint8_t& v) override { return value(v, subClass_); }
-    IOReturn getInterfaceNumber(uint8_t& v) override { return value(v, number_); }
+    IOReturn getDeviceProduct(uint16_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v, state_->descriptor.idProduct);
+    }
+    IOReturn getInterfaceClass(uint8_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v, class_);
+    }
+    IOReturn getInterfaceSubClass(uint8_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v, subClass_);
+    }
+    IOReturn getInterfaceNumber(uint8_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v, number_);
+    }
     std::vector<platform::Descriptor> classSpecificDescriptors() override { return descriptors_; }
     IOReturn controlRequest(uint8_t pipe, platform::ControlRequest& request) override {
         if (pipe != 0) return kIOReturnBadArgument;
@@ -107,13 +115,6 @@ class LibusbInterface final : public platform::UsbInterface {
     }
 
   private:
-    template <class T>
-    IOReturn value(T& out, T v) const {
-        if (state_->gone) return kIOReturnNoDevice;
-        out = v;
-        return kIOReturnSuccess;
-    }
-
     std::shared_ptr<DeviceState> state_;
     uint8_t class_, subClass_, number_;
     std::vector<platform::Descriptor> descriptors_;
@@ -124,17 +125,22 @@ class LibusbDevice final : public platform::UsbDevice {
     explicit LibusbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
 
     IOReturn getLocationID(uint32_t& v) override {
-        return value(v, locationOf(state_->device.get()));
+        return platform::propertyOfPresentDevice(!state_->gone, v,
+                                                 locationOf(state_->device.get()));
     }
-    IOReturn getDeviceVendor(uint16_t& v) override { return value(v, state_->descriptor.idVendor); }
+    IOReturn getDeviceVendor(uint16_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v, state_->descriptor.idVendor);
+    }
     IOReturn getDeviceProduct(uint16_t& v) override {
-        return value(v, state_->descriptor.idProduct);
+        return platform::propertyOfPresentDevice(!state_->gone, v, state_->descriptor.idProduct);
     }
     IOReturn usbGetProductStringIndex(uint8_t& v) override {
-        return value(v, state_->descriptor.iProduct);
+        return platform::propertyOfPresentDevice(!state_->gone, v, state_->descriptor.iProduct);
     }
     // libusb has no suspend state to read; the kernel resumes a device that is used.
-    IOReturn getUSBDeviceInformation(uint32_t& v) override { return value(v, 0u); }
+    IOReturn getUSBDeviceInformation(uint32_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v, 0u);
+    }
     IOReturn usbDeviceOpen() override {
         return state_->gone ? kIOReturnNoDevice : kIOReturnSuccess;
     }
@@ -165,12 +171,6 @@ class LibusbDevice final : public platform::UsbDevice {
     }
 
   private:
-    template <class T>
-    IOReturn value(T& out, T v) const {
-        if (state_->gone) return kIOReturnNoDevice;
-        out = v;
-        return kIOReturnSuccess;
-    }
     std::shared_ptr<DeviceState> state_;
 };
 

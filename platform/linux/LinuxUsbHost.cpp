@@ -80,20 +80,21 @@ class LinuxUsbInterface final : public platform::UsbInterface {
         : device_(std::move(device)), info_(std::move(info)) {}
 
     IOReturn getDeviceVendor(uint16_t& vendor) override {
-        if (!device_->present()) return kIOReturnNoDevice;
-        vendor = device_->info.vendor;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(device_->present(), vendor, device_->info.vendor);
     }
     IOReturn getDeviceProduct(uint16_t& product) override {
-        if (!device_->present()) return kIOReturnNoDevice;
-        product = device_->info.product;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(device_->present(), product,
+                                                 device_->info.product);
     }
     IOReturn getInterfaceClass(uint8_t& value) override {
-        return field(value, info_.interfaceClass);
+        return platform::propertyOfPresentDevice(device_->present(), value, info_.interfaceClass);
     }
-    IOReturn getInterfaceSubClass(uint8_t& value) override { return field(value, info_.subClass); }
-    IOReturn getInterfaceNumber(uint8_t& value) override { return field(value, info_.number); }
+    IOReturn getInterfaceSubClass(uint8_t& value) override {
+        return platform::propertyOfPresentDevice(device_->present(), value, info_.subClass);
+    }
+    IOReturn getInterfaceNumber(uint8_t& value) override {
+        return platform::propertyOfPresentDevice(device_->present(), value, info_.number);
+    }
     std::vector<platform::Descriptor> classSpecificDescriptors() override {
         return info_.classSpecific;
     }
@@ -120,12 +121,6 @@ class LinuxUsbInterface final : public platform::UsbInterface {
     }
 
   private:
-    IOReturn field(uint8_t& out, uint8_t value) const {
-        if (!device_->present()) return kIOReturnNoDevice;
-        out = value;
-        return kIOReturnSuccess;
-    }
-
     IOReturn throughDriver(const fs::path& interfaceDirectory, platform::ControlRequest& request) {
         if (!bridge_) {
             VideoIoOpener& opener =
@@ -167,24 +162,16 @@ class LinuxUsbDevice final : public platform::UsbDevice {
     explicit LinuxUsbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
 
     IOReturn getLocationID(uint32_t& locationID) override {
-        if (!state_->present()) return kIOReturnNoDevice;
-        locationID = state_->locationID;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(state_->present(), locationID, state_->locationID);
     }
     IOReturn getDeviceVendor(uint16_t& vendor) override {
-        if (!state_->present()) return kIOReturnNoDevice;
-        vendor = state_->info.vendor;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(state_->present(), vendor, state_->info.vendor);
     }
     IOReturn getDeviceProduct(uint16_t& product) override {
-        if (!state_->present()) return kIOReturnNoDevice;
-        product = state_->info.product;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(state_->present(), product, state_->info.product);
     }
     IOReturn usbGetProductStringIndex(uint8_t& index) override {
-        if (!state_->present()) return kIOReturnNoDevice;
-        index = state_->info.iProduct;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(state_->present(), index, state_->info.iProduct);
     }
     IOReturn getUSBDeviceInformation(uint32_t& info) override {
         if (!state_->present()) return kIOReturnNoDevice;

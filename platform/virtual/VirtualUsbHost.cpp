@@ -13,29 +13,21 @@ class VirtualUsbInterface final : public platform::UsbInterface {
         : camera_(std::move(camera)), definition_(std::move(definition)) {}
 
     IOReturn getDeviceVendor(uint16_t& vendor) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        vendor = camera_->vendorID();
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), vendor, camera_->vendorID());
     }
     IOReturn getDeviceProduct(uint16_t& product) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        product = camera_->productID();
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), product, camera_->productID());
     }
     IOReturn getInterfaceClass(uint8_t& interfaceClass) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        interfaceClass = definition_.interfaceClass;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), interfaceClass,
+                                                 definition_.interfaceClass);
     }
     IOReturn getInterfaceSubClass(uint8_t& subClass) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        subClass = definition_.subClass;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), subClass,
+                                                 definition_.subClass);
     }
     IOReturn getInterfaceNumber(uint8_t& number) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        number = definition_.number;
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), number, definition_.number);
     }
     std::vector<platform::Descriptor> classSpecificDescriptors() override {
         return definition_.descriptors;
@@ -55,24 +47,18 @@ class VirtualUsbDevice final : public platform::UsbDevice {
     explicit VirtualUsbDevice(std::shared_ptr<VirtualCamera> camera) : camera_(std::move(camera)) {}
 
     IOReturn getLocationID(uint32_t& locationID) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        locationID = camera_->locationID();
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), locationID,
+                                                 camera_->locationID());
     }
     IOReturn getDeviceVendor(uint16_t& vendor) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        vendor = camera_->vendorID();
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), vendor, camera_->vendorID());
     }
     IOReturn getDeviceProduct(uint16_t& product) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        product = camera_->productID();
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), product, camera_->productID());
     }
     IOReturn usbGetProductStringIndex(uint8_t& index) override {
-        if (!camera_->present()) return kIOReturnNoDevice;
-        index = camera_->productStringIndex();
-        return kIOReturnSuccess;
+        return platform::propertyOfPresentDevice(camera_->present(), index,
+                                                 camera_->productStringIndex());
     }
     IOReturn getUSBDeviceInformation(uint32_t& info) override {
         return camera_->deviceInformation(info);
