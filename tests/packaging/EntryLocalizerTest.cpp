@@ -1,0 +1,88 @@
+#include "packaging/l10n/EntryLocalizer.h"
+
+#include <gtest/gtest.h>
+
+using orvella::packaging::EntryFormat;
+using orvella::packaging::EntryTexts;
+using orvella::packaging::localizeEntry;
+
+namespace {
+
+EntryTexts sampleTexts() {
+    EntryTexts texts;
+    texts.defaults = {
+        {"CFBundleName", "Orvella"}, {"Comment", "Adjust webcams"}, {"VERSION", "1.2"}};
+    texts.localized["pt_BR"] = {{"Comment", "Ajustar webcams"}};
+    texts.localized["de"] = {{"CFBundleName", "Orvella"}, {"Comment", "Webcams einstellen"}};
+    return texts;
+}
+
+QString localize(const QString& input, EntryFormat format, const EntryTexts& texts) {
+    QString output, error;
+    EXPECT_TRUE(localizeEntry(input, format, texts, output, error)) << qPrintable(error);
+    return output;
+}
+
+TEST(EntryLocalizer, DesktopEntryGetsOneLinePerTranslatingLocaleAfterTheDefault) {
+    const QString output =
+        localize("[Desktop Entry]\nName=@CFBundleName@\nComment=@Comment@\nIcon=x\n",
+                 EntryFormat::Desktop, sampleTexts());
+    EXPECT_EQ(
+        output,
+        "[Desktop Entry]\n"
+        "Name=Orvella\nName[de]=Orvella\n"
+        "Comment=Adjust webcams\nComment[de]=Webcams einstellen\nComment[pt_BR]=Ajustar webcams\n"
+        "Icon=x\n");
+}
+
+TEST(EntryLocalizer, DesktopValuesAreEscaped) {
+    EntryTexts texts;
+    texts.defaults = {{"Comment", " two\nlines\\ and\ttab"}};
+    texts.localized["de"] = {{"Comment", "a\rb"}};
+    EXPECT_EQ(localize("Comment=@Comment@", EntryFormat::Desktop, texts),
+              "Comment=\\stwo\\nlines\\\\ and\\ttab\nComment[de]=a\\rb");
+}
+
+TEST(EntryLocalizer, MetainfoLinesGetXmlLangAndEscapedTexts) {
+    EntryTexts texts = sampleTexts();
+    texts.localized["fr"] = {{"Comment", "Réglages & <webcam>"}};
+    const QString output = localize(
+        "<component>\n  <name>@CFBundleName@</name>\n  <summary>@Comment@</summary>\n"
+        "  <release version=\"@VERSION@\"/>\n</component>",
+        EntryFormat::Metainfo, texts);
+    EXPECT_EQ(output,
+              "<component>\n"
+              "  <name>Orvella</name>\n  <name xml:lang=\"de\">Orvella</name>\n"
+              "  <summary>Adjust webcams</summary>\n"
+              "  <summary xml:lang=\"de\">Webcams einstellen</summary>\n"
+              "  <summary xml:lang=\"fr\">Réglages &amp; &lt;webcam&gt;</summary>\n"
+              "  <summary xml:lang=\"pt_BR\">Ajustar webcams</summary>\n"
+              "  <release version=\"1.2\"/>\n</component>");
+}
+
+TEST(EntryLocalizer, MixedLinesFallBackToTheDefaultForUntranslatedKeys) {
+    EXPECT_EQ(localize("Comment=@CFBundleName@: @Comment@", EntryFormat::Desktop, sampleTexts()),
+              "Comment=Orvella: Adjust webcams\nComment[de]=Orvella: Webcams einstellen\n"
+              "Comment[pt_BR]=Orvella: Ajustar webcams");
+}
+
+TEST(EntryLocalizer, TemplatesItCannotFillAreErrors) {
+    QString output, error;
+    EXPECT_FALSE(
+        localizeEntry("a\nName=@Nmae@", EntryFormat::Desktop, sampleTexts(), output, error));
+    EXPECT_EQ(error, "line 2: no text for @Nmae@");
+
+    EXPECT_FALSE(localizeEntry("text @Comment@ outside an element", EntryFormat::Metainfo,
+                               sampleTexts(), output, error));
+    EXPECT_TRUE(error.startsWith("line 1:")) << qPrintable(error);
+
+    EXPECT_FALSE(
+        localizeEntry("Name[de]=@Comment@", EntryFormat::Desktop, sampleTexts(), output, error));
+
+    // Addresses and other at-signs are not placeholders.
+    EXPECT_TRUE(localizeEntry("<email>dev@orvella.org</email>", EntryFormat::Metainfo,
+                              sampleTexts(), output, error));
+    EXPECT_EQ(output, "<email>dev@orvella.org</email>");
+}
+
+}  // namespace
