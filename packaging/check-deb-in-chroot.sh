@@ -95,13 +95,15 @@ pass() { echo "PASS $*"; }
 fail() { echo "FAIL $*"; failures=$((failures + 1)); }
 note() { echo "NOTE $*"; }
 
-# check NAME COMMAND...: the command must succeed; its output is shown.
+# check [--lines N] NAME COMMAND...: the command must succeed; the start of its output is shown.
 check() {
+    local lines=40
+    if [ "$1" = --lines ]; then lines=$2; shift 2; fi
     local name=$1; shift
     local output status=0
     output=$(in_root timeout 60 "$@" 2>&1) || status=$?
     if [ "$status" -eq 0 ]; then pass "$name"; else fail "$name (exit status $status)"; fi
-    [ -z "$output" ] || printf '%s\n' "$output" | sed 's/^/    /' | head -n 40
+    [ -z "$output" ] || printf '%s\n' "$output" | sed 's/^/    /' | head -n "$lines"
     return 0
 }
 
@@ -117,12 +119,13 @@ else
 fi
 in_root dpkg-query -W -f='    Depends: ${Depends}\n    Recommends: ${Recommends}\n' orvella
 
-check "orvellactl --help" orvellactl --help
+check --lines 3 "orvellactl --help" orvellactl --help
 check "orvellactl list" orvellactl list
 check "orvellactl --demo list" orvellactl --demo list
 if in_root test -x /usr/bin/orvella; then
-    check "orvella --help" orvella --help
+    check --lines 10 "orvella --help" orvella --help
     check "orvella --version" orvella --version
+    if in_root test -f /usr/share/man/man1/orvella.1.gz; then pass "installed orvella(1)"; else fail "missing orvella(1)"; fi
 else
     note "the package holds no orvella: the tray application joins the build from app/"
 fi
@@ -137,7 +140,7 @@ for path in /usr/bin/orvellactl /usr/share/applications/org.orvella.Orvella.desk
             /usr/share/metainfo/org.orvella.Orvella.metainfo.xml \
             /usr/share/icons/hicolor/scalable/apps/org.orvella.Orvella.svg \
             /usr/share/icons/hicolor/48x48/apps/org.orvella.Orvella.png \
-            /usr/share/man/man1/orvella.1.gz /usr/share/man/man1/orvellactl.1.gz \
+            /usr/share/man/man1/orvellactl.1.gz \
             /usr/lib/udev/rules.d/70-orvella-uvc.rules /usr/lib/systemd/user/orvella-restore.service \
             /usr/share/doc/orvella/copyright /usr/share/doc/orvella/changelog.Debian.gz; do
     if in_root test -f "$path"; then pass "installed $path"; else fail "missing $path"; fi
