@@ -38,7 +38,7 @@ if [ "$(id -u)" -ne 0 ]; then
             bash "$0" "${arguments[@]}"
     fi
     echo "SKIP: installing into a Debian 12 chroot needs root (debootstrap, chroot, mount)" \
-         "and sudo asks for a password; run 'sudo ./run package' to include this check" >&2
+         "and there is no password-less sudo; run 'sudo ./run package' to include this check" >&2
     exit 77
 fi
 for tool in debootstrap chroot tar; do
