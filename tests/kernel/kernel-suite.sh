@@ -88,6 +88,21 @@ if [ ! -x "$BBDIR/bin/busybox" ]; then
 fi
 BUSYBOX=$BBDIR/bin/busybox
 
+# udev, for the test of the package's udev rule: udevadm, which is also the daemon, and the rule
+# that imports the USB properties. Optional: without it that one test says so and fails.
+UDEV_DEB=$(ls "$CACHE"/udev_*.deb 2>/dev/null | sort -V | tail -n 1)
+if [ -z "$UDEV_DEB" ]; then
+    (cd "$CACHE" && apt-get download udev >"$CACHE/download.log" 2>&1) &&
+        UDEV_DEB=$(ls "$CACHE"/udev_*.deb 2>/dev/null | sort -V | tail -n 1)
+fi
+UDEVDIR=
+if [ -n "$UDEV_DEB" ]; then
+    UDEVDIR=$CACHE/$(basename "$UDEV_DEB" .deb)
+    if [ ! -x "$UDEVDIR/bin/udevadm" ]; then
+        mkdir -p "$UDEVDIR" && dpkg-deb -x "$UDEV_DEB" "$UDEVDIR" || UDEVDIR=
+    fi
+fi
+
 # The modules in load order: each after the modules its "depends=" field names.
 declare -A MODULE LOADED
 ORDER=()
@@ -113,6 +128,7 @@ fi
 cmake --build "$GUEST" --target orvellactl orvella-usbip-camera uvcreq >>"$WORK/guest-build.log" 2>&1 ||
     { tail -n 40 "$WORK/guest-build.log"; die "cannot build the guest programs"; }
 PROGRAMS=("$GUEST/tools/orvellactl" "$GUEST/tools/usbip-camera/orvella-usbip-camera" "$GUEST/tests/kernel/uvcreq")
+[ -n "$UDEVDIR" ] && PROGRAMS+=("$UDEVDIR/bin/udevadm")
 
 # ---- The initramfs ----
 ROOT=$WORK/rootfs
@@ -135,6 +151,9 @@ for program in "${PROGRAMS[@]}"; do
 done
 cp "$SOURCE"/tests/fixtures/cameras/*.json "$SOURCE"/tests/kernel/cameras/*.json "$ROOT/orvella/cameras/"
 cp "$SOURCE"/tests/kernel/guest/*.sh "$ROOT/orvella/tests/"
+mkdir -p "$ROOT/orvella/udev"
+cp "$SOURCE"/packaging/udev/*.rules "$ROOT/orvella/udev/"
+[ -n "$UDEVDIR" ] && cp "$UDEVDIR/lib/udev/rules.d/50-udev-default.rules" "$ROOT/orvella/udev/"
 [ -n "$ONLY" ] && echo "$ONLY" > "$ROOT/orvella/only"
 (cd "$ROOT" && find . | "$BUSYBOX" cpio -o -H newc 2>/dev/null) > "$WORK/initramfs.cpio" ||
     die "cannot pack the initramfs"
