@@ -193,6 +193,7 @@ DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
     }
     NSLog("Preferences: %s cannot be read (%s); moved it aside to %s", qPrintable(path_),
           qPrintable(why), qPrintable(aside));
+    setAside_ = aside;
     return ReadResult::SetAside;
 }
 

@@ -71,6 +71,8 @@ class DefaultsStore {
     const QVariantMap& persistentDomain() const { return values_; }
     // True while changes wait for synchronize.
     bool hasPendingChanges() const { return !pending_.empty(); }
+    // Where this store last moved a file that did not parse, empty when it never did.
+    const QString& setAsidePath() const { return setAside_; }
 
   private:
     enum class ReadResult { Read, Missing, SetAside, Failed };
@@ -82,6 +84,7 @@ class DefaultsStore {
     QVariantMap registered_;
     QVariantMap values_;  // the file's content with pending laid over
     std::map<QString, std::optional<QVariant>> pending_;  // nullopt: removed
+    QString setAside_;
 };
 
 }  // namespace orvella::settings

@@ -5,6 +5,7 @@
 
 #include "platform/Clock.h"
 #include "settings/DefaultsKeys.h"
+#include "settings/DefaultsStore.h"
 #include "settings/ProfileStore.h"
 
 namespace orvella::tools {
@@ -130,6 +131,15 @@ std::optional<CtlFailure> show(ProfileStore& profiles, const Target& target, boo
     return std::nullopt;
 }
 
+// The core's log is quiet without --verbose, but a preferences file that had to be set aside is
+// something the user must hear about.
+void noteSetAside(const settings::DefaultsStore& store, std::ostream& err) {
+    if (!store.setAsidePath().isEmpty())
+        err << "orvellactl: note: " << store.path().toStdString()
+            << " could not be read; it was moved aside to " << store.setAsidePath().toStdString()
+            << " and the preferences start empty\n";
+}
+
 void applyLast(ProfileStore& profiles, QTCamera& camera) {
     const auto outcome = profiles.loadAppDefault(camera, &camera);
     if (!outcome.steppedZoomTarget) return;
@@ -140,9 +150,10 @@ void applyLast(ProfileStore& profiles, QTCamera& camera) {
 
 }  // namespace
 
-std::optional<CtlFailure> runProfileCommand(settings::DefaultsStore& store,
-                                            const CtlCameras& cameras, const QStringList& arguments,
-                                            bool json, std::ostream& out) {
+std::optional<CtlFailure> runProfileCommand(const CtlCameras& cameras, const QStringList& arguments,
+                                            bool json, std::ostream& out, std::ostream& err) {
+    settings::DefaultsStore store;
+    noteSetAside(store, err);
     ProfileStore profiles(store);
     const QString sub = arguments.value(0);
     const QStringList rest = arguments.mid(1);
@@ -177,9 +188,11 @@ std::optional<CtlFailure> runProfileCommand(settings::DefaultsStore& store,
         kExitUsage};
 }
 
-std::optional<CtlFailure> runApplyLastCommand(settings::DefaultsStore& store,
-                                              const CtlCameras& cameras,
-                                              const QStringList& arguments, bool all) {
+std::optional<CtlFailure> runApplyLastCommand(const CtlCameras& cameras,
+                                              const QStringList& arguments, bool all,
+                                              std::ostream& err) {
+    settings::DefaultsStore store;
+    noteSetAside(store, err);
     ProfileStore profiles(store);
     if (all) {
         if (!arguments.isEmpty())

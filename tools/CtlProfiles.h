@@ -14,10 +14,6 @@
 #include "camera/QTCamera.h"
 #include "tools/OrvellaCtl.h"
 
-namespace orvella::settings {
-class DefaultsStore;
-}
-
 namespace orvella::tools {
 
 // A failed command: one line for standard error and the exit status.
@@ -33,14 +29,14 @@ struct CtlCameras {
     std::function<std::variant<QTCamera*, CtlFailure>(const std::optional<QString>&)> find;
 };
 
-// `profile SUBCOMMAND [CAMERA] [NAME]` (the arguments after "profile").
-std::optional<CtlFailure> runProfileCommand(settings::DefaultsStore& store,
-                                            const CtlCameras& cameras, const QStringList& arguments,
-                                            bool json, std::ostream& out);
+// `profile SUBCOMMAND [CAMERA] [NAME]` (the arguments after "profile"), on the preferences file
+// of this user. A note about a preferences file that had to be set aside goes to `err`.
+std::optional<CtlFailure> runProfileCommand(const CtlCameras& cameras, const QStringList& arguments,
+                                            bool json, std::ostream& out, std::ostream& err);
 
 // `apply-last [CAMERA]` and `apply-last --all`.
-std::optional<CtlFailure> runApplyLastCommand(settings::DefaultsStore& store,
-                                              const CtlCameras& cameras,
-                                              const QStringList& arguments, bool all);
+std::optional<CtlFailure> runApplyLastCommand(const CtlCameras& cameras,
+                                              const QStringList& arguments, bool all,
+                                              std::ostream& err);
 
 }  // namespace orvella::tools

@@ -13,7 +13,6 @@
 #include "platform/Log.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/virtual/VirtualPlatform.h"
-#include "settings/DefaultsStore.h"
 #include "tools/CameraReport.h"
 #include "tools/CtlControls.h"
 #include "tools/CtlProfiles.h"
@@ -423,17 +422,15 @@ CtlCameras ctlCameras(Session& session) {
 
 std::optional<Failure> commandProfile(Session& session, const Options& options,
                                       const Arguments& args) {
-    settings::DefaultsStore store;
-    if (auto failure =
-            runProfileCommand(store, ctlCameras(session), args, options.json, session.out()))
+    if (auto failure = runProfileCommand(ctlCameras(session), args, options.json, session.out(),
+                                         session.err()))
         return Failure{failure->message, failure->status};
     return std::nullopt;
 }
 
 std::optional<Failure> commandApplyLast(Session& session, const Options& options,
                                         const Arguments& args) {
-    settings::DefaultsStore store;
-    if (auto failure = runApplyLastCommand(store, ctlCameras(session), args, options.all))
+    if (auto failure = runApplyLastCommand(ctlCameras(session), args, options.all, session.err()))
         return Failure{failure->message, failure->status};
     return std::nullopt;
 }
