@@ -7,6 +7,8 @@
 #include <QLockFile>
 #include <QSaveFile>
 
+#include <sys/stat.h>
+
 #include "platform/Log.h"
 #include "settings/PlistCodec.h"
 
@@ -129,6 +131,11 @@ bool DefaultsStore::modify(const std::function<void()>& change) {
 }
 
 bool DefaultsStore::lockedSync(const std::function<void()>& change) {
+    if (locked_) {
+        // Called from within a change: the lock is held and the write follows.
+        if (change) change();
+        return true;
+    }
     const QString directory = QFileInfo(path_).absolutePath();
     if (!QDir().mkpath(directory)) {
         NSLog("Preferences: cannot create %s; changes are kept until it can be written",
@@ -141,6 +148,12 @@ bool DefaultsStore::lockedSync(const std::function<void()>& change) {
               qPrintable(path_));
         return false;
     }
+
+    locked_ = true;
+    const struct Unlock {
+        bool& flag;
+        ~Unlock() { flag = false; }
+    } unlock{locked_};
 
     QVariantMap onDisk;
     bool mustWrite = false;
@@ -169,7 +182,23 @@ bool DefaultsStore::lockedSync(const std::function<void()>& change) {
     return true;
 }
 
+std::optional<DefaultsStore::Stamp> DefaultsStore::currentStamp() const {
+    struct stat info {};
+    if (::stat(QFile::encodeName(path_).constData(), &info) != 0) return std::nullopt;
+    return Stamp{static_cast<unsigned long long>(info.st_dev),
+                 static_cast<unsigned long long>(info.st_ino), static_cast<long long>(info.st_size),
+                 static_cast<long long>(info.st_mtim.tv_sec),
+                 static_cast<long long>(info.st_mtim.tv_nsec)};
+}
+
 DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
+    // Every write replaces the file (a new inode), so an unchanged stamp is unchanged content.
+    const std::optional<Stamp> stamp = currentStamp();
+    if (stamp && stamp == stamp_) {
+        *content = lastRead_;
+        return ReadResult::Read;
+    }
+    stamp_.reset();
     QFile file(path_);
     if (!file.exists()) return ReadResult::Missing;
     if (!file.open(QIODevice::ReadOnly)) {
@@ -181,6 +210,8 @@ DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
     QString why;
     if (auto parsed = plist::parseDictionary(bytes, &why)) {
         *content = std::move(*parsed);
+        lastRead_ = *content;
+        stamp_ = stamp;
         return ReadResult::Read;
     }
     const QString aside = corruptName(path_);
@@ -210,6 +241,8 @@ bool DefaultsStore::writeFile(const QVariantMap& content) {
               qPrintable(file.errorString()));
         return false;
     }
+    lastRead_ = content;
+    stamp_ = currentStamp();
     return true;
 }
 

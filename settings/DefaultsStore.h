@@ -64,7 +64,8 @@ class DefaultsStore {
 
     // Runs `change` (which reads and sets keys on this store) on the file's current content with
     // the lock held, then writes. False as for synchronize; `change` has not run when the lock
-    // could not be had.
+    // could not be had. Inside `change`, synchronize and modify do not take the lock again:
+    // synchronize does nothing and modify runs its change at once.
     bool modify(const std::function<void()>& change);
 
     // The persistent domain as this process sees it (the file's content and pending changes).
@@ -85,6 +86,16 @@ class DefaultsStore {
     QVariantMap values_;  // the file's content with pending laid over
     std::map<QString, std::optional<QVariant>> pending_;  // nullopt: removed
     QString setAside_;
+    // The file as this process last read or wrote it, so an unchanged file is not parsed again.
+    struct Stamp {
+        unsigned long long device = 0, inode = 0;
+        long long size = 0, seconds = 0, nanoseconds = 0;
+        bool operator==(const Stamp&) const = default;
+    };
+    std::optional<Stamp> stamp_;
+    QVariantMap lastRead_;
+    std::optional<Stamp> currentStamp() const;
+    bool locked_ = false;  // a synchronize or modify is under way
 };
 
 }  // namespace orvella::settings

@@ -35,7 +35,10 @@ int ProfileListModel::showModel(const QString& model, bool loadAtStartApplied) {
     startRow_ = store_.loadAtStart(model);
     menuStarsDefault_ = false;
     modified_ = false;
-    currentRow_ = loadAtStartApplied || startRow_ >= rowCount() ? -1 : startRow_;
+    // The separator is never in force; neither is a start row the list does not reach.
+    currentRow_ = loadAtStartApplied || startRow_ == kSeparatorRow || startRow_ >= rowCount()
+                      ? -1
+                      : startRow_;
     endResetModel();
     emit currentRowChanged(currentRow_);
     return currentRow_;

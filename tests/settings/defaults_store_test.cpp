@@ -150,6 +150,15 @@ TEST(DefaultsStore, TwoStoresOnOneFileKeepEachOthersKeys) {
     ASSERT_TRUE(append(tool, 2));
     ASSERT_TRUE(append(app, 3));
     EXPECT_EQ(DefaultsStore(prefs.file()).arrayForKey("List"), QVariantList({1, 2, 3}));
+
+    // A change that synchronizes or modifies again does not wait for its own lock.
+    ASSERT_TRUE(app.modify([&] {
+        app.setInteger(7, "Nested");
+        EXPECT_TRUE(app.synchronize());
+        EXPECT_TRUE(append(app, 4));
+    }));
+    EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("Nested"), 7);
+    EXPECT_EQ(DefaultsStore(prefs.file()).arrayForKey("List"), QVariantList({1, 2, 3, 4}));
 }
 
 TEST(DefaultsStore, CorruptFilesAreSetAsideAndNothingGoodIsLost) {
