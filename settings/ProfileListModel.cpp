@@ -20,6 +20,14 @@ ProfileListModel::ProfileListModel(ProfileStore& store, QObject* parent)
     connect(&store_, &ProfileStore::loadAtStartChanged, this, [this](const QString& model) {
         if (model == model_) refreshStars();
     });
+    // A profile just saved or overwritten is the one in force; after a delete none is.
+    const auto select = [this](const QString& model, int row) {
+        if (model == model_) setCurrentRow(row);
+    };
+    connect(&store_, &ProfileStore::profileSaved, this, select);
+    connect(&store_, &ProfileStore::profileUpdated, this, select);
+    connect(&store_, &ProfileStore::profileDeleted, this,
+            [select](const QString& model, int) { select(model, -1); });
 }
 
 void ProfileListModel::setCameraDefaultTitle(const QString& title) {

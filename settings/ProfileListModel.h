@@ -7,7 +7,8 @@
 // Roles: the title (DisplayRole), the load-at-start star (StarRole, image name "Star"/"NoStar" in
 // StarImageRole, TagRole 1 or 0), the profile in force as Qt::CheckStateRole (checked; partially
 // checked after a manual control change), and the record. The menu stars its camera-default item
-// by its own rule (MenuStarRole). The rows follow the profile store's signals.
+// by its own rule (MenuStarRole). The rows follow the profile store's signals: a profile saved or
+// updated becomes the one in force, a delete leaves none in force.
 
 #include <QAbstractListModel>
 #include <QString>

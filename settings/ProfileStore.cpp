@@ -176,6 +176,7 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
         outcome.listIndex = -1;
     } else if (outcome.result == SaveResult::Saved) {
         emit profilesChanged(model);
+        emit profileSaved(model, outcome.listIndex);
     }
     return outcome;
 }
@@ -228,8 +229,12 @@ ProfileStore::AppDefaultOutcome ProfileStore::loadAppDefault(QTCamera& camera,
 }
 
 void ProfileStore::zoomMSLifeCamStudio(QTCamera& camera, long target) {
+    // The zoom is a two-byte value; within the camera's own range when it reports one.
+    constexpr long kZoomLimit = 0xFFFF;
     const SupportedControl& controls = *camera.supportedControl();
-    if (controls.maxZoomAbsolute > 0) target = std::min(target, controls.maxZoomAbsolute);
+    target = std::min(target, controls.bZoomAbsolute && controls.maxZoomAbsolute > 0
+                                  ? controls.maxZoomAbsolute
+                                  : kZoomLimit);
     for (long zoom = 0; zoom < target; ++zoom)
         camera.setZoomAbsolute(zoom);
     camera.setZoomAbsolute(target);
@@ -248,6 +253,7 @@ bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* curr
     if (listIndex < kFirstProfileIndex) return false;
     const QString model = camera.modelUniqueID();
     bool updated = false;
+    int updatedIndex = -1;
     const bool written = defaults_.modify([&] {
         const QVariant stored = defaults_.objectForKey(keys::kSettings);
         if (stored.typeId() != QMetaType::QVariantMap) return;
@@ -261,15 +267,21 @@ bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* curr
         array[position] = record;
         settings.insert(model, array);
         defaults_.setObject(settings, keys::kSettings);
+        updatedIndex =
+            static_cast<int>(profilePositions(array).indexOf(position)) + kFirstProfileIndex;
         updated = true;
     });
-    if (written && updated) emit profilesChanged(model);
+    if (written && updated) {
+        emit profilesChanged(model);
+        emit profileUpdated(model, updatedIndex);
+    }
     return written && updated;
 }
 
 bool ProfileStore::deleteSettings(const QString& model, int listIndex,
                                   const SettingsRecord* shown) {
     bool deleted = false;
+    int deletedIndex = -1;
     bool forgotStart = false;
     const bool written = defaults_.modify([&] {
         const QVariant stored = defaults_.objectForKey(keys::kSettings);
@@ -279,6 +291,8 @@ bool ProfileStore::deleteSettings(const QString& model, int listIndex,
             QVariantList array = arrayOf(settings, model);
             const qsizetype position = positionOf(array, listIndex, shown);
             if (position >= 0) {
+                deletedIndex = static_cast<int>(profilePositions(array).indexOf(position)) +
+                               kFirstProfileIndex;
                 array.removeAt(position);
                 settings.insert(model, array);
                 defaults_.setObject(settings, keys::kSettings);
@@ -294,7 +308,10 @@ bool ProfileStore::deleteSettings(const QString& model, int listIndex,
             defaults_.setObject(copy, keys::kLoadAtStart);
         }
     });
-    if (written && deleted) emit profilesChanged(model);
+    if (written && deleted) {
+        emit profilesChanged(model);
+        emit profileDeleted(model, deletedIndex);
+    }
     if (written && forgotStart) emit loadAtStartChanged(model);
     return written && deleted;
 }

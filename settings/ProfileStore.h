@@ -84,7 +84,7 @@ class ProfileStore : public QObject {
                                      platform::Clock* clock = nullptr);
 
     // Sends 0, 1, ... up to the target and then the target itself with setZoomAbsolute (the
-    // target is limited to the camera's zoom range).
+    // target is limited to the camera's zoom range, or to two bytes when it reports none).
     static void zoomMSLifeCamStudio(QTCamera& camera, long target);
 
     // Applies the profile at a list index to the camera (the data part of choosing a profile; the
@@ -119,6 +119,11 @@ class ProfileStore : public QObject {
     void profilesChanged(const QString& model);
     // A model's load-at-start mark changed.
     void loadAtStartChanged(const QString& model);
+    // Sent after profilesChanged: a profile was saved, or overwritten with the camera's state, and
+    // is the profile in force at that list index; or one was deleted and none is in force.
+    void profileSaved(const QString& model, int listIndex);
+    void profileUpdated(const QString& model, int listIndex);
+    void profileDeleted(const QString& model, int listIndex);
 
   private:
     DefaultsStore& defaults_;

@@ -211,17 +211,29 @@ TEST(ProfileListModel, RowsStarsAndTheProfileInForce) {
     // The load-at-start profile is applied once per camera.
     EXPECT_EQ(list.showModel(rig.model(), true), -1);
 
-    // The rows follow the store; the profile in force keeps its mark where it moves.
-    list.setCurrentRow(3);
+    // The rows follow the store: a saved profile is the one in force, an updated one is no
+    // longer modified, a delete leaves none in force.
     rig.profiles.saveNewProfile("P3", cam, &cam);
     EXPECT_EQ(list.rowCount(), 5);
     EXPECT_EQ(at(4, Qt::DisplayRole), QVariant("P3"));
-    rig.profiles.deleteSettings(rig.model(), 2);
+    EXPECT_EQ(list.currentRow(), 4);
+    list.setCurrentRow(3);
+    list.markModified();
+    rig.profiles.updateProfile(3, cam, &cam);
+    EXPECT_EQ(at(3, Qt::CheckStateRole), QVariant(Qt::Checked));
+    // Another process's change moves the profile in force; its mark moves with it.
+    {
+        DefaultsStore otherDefaults(rig.prefs.file());
+        ProfileStore(otherDefaults).deleteSettings(rig.model(), 2);
+    }
+    rig.profiles.reload();
     EXPECT_EQ(list.rowCount(), 4);
     EXPECT_EQ(list.currentRow(), 2);
     EXPECT_EQ(at(2, Qt::DisplayRole), QVariant("P2"));
+    rig.profiles.deleteSettings(rig.model(), 3);
+    EXPECT_EQ(list.currentRow(), -1);
     EXPECT_EQ(list.startRow(), -1);  // deleting forgot the mark
-    EXPECT_EQ(at(3, ProfileListModel::StarRole), QVariant(false));
+    EXPECT_EQ(at(2, ProfileListModel::StarRole), QVariant(false));
 
     // The camera default as the start: both lists star it when it is chosen, but a list built
     // with it stars it in the pop-up only.
