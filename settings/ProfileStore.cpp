@@ -346,7 +346,10 @@ bool ProfileStore::cleanDefaults() {
                     continue;
                 }
                 const QString name = nameOf(record);
-                kept.removeIf([&name](const QVariant& earlier) { return nameOf(earlier) == name; });
+                if (kept.removeIf(
+                        [&name](const QVariant& earlier) { return nameOf(earlier) == name; }) > 0)
+                    NSLog("Settings: %s has several profiles named \"%s\"; the last one is kept",
+                          qPrintable(it.key()), qPrintable(name));
                 kept.append(record);
             }
             if (!kept.isEmpty()) cleaned.insert(it.key(), kept);

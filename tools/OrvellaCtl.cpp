@@ -31,6 +31,7 @@ Options (anywhere on the line):
                    --virtual=FILE works too)
   --demo           add the bundled demo camera
   --json           with show and profile show: print JSON instead of text
+  --all            with apply-last: every connected camera
   --request-log FILE
                    append every request each virtual camera sees to FILE, one line each,
                    in the format of orvella-usbip-camera --log
@@ -490,7 +491,7 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
         return fail(err, {QStringLiteral("--json goes with show only"), kExitUsage});
     if (options.all && command->run != commandApplyLast)
         return fail(err, {QStringLiteral("--all goes with apply-last only"), kExitUsage});
-    usbip::RequestLog requestLog(options.requestLog.toStdString());
+    usbip::RequestLog requestLog(options.requestLog.toLocal8Bit().toStdString());
     if (!options.requestLog.isEmpty() && !requestLog.isOpen())
         return fail(err,
                     {QStringLiteral("cannot open %1 for the request log").arg(options.requestLog)});
@@ -499,8 +500,8 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
     ScopedSink sink(options.verbose ? static_cast<log::Sink&>(verbose) : quiet);
 
     Session session(out, err);
-    if (const auto failure = session.load(options)) return fail(err, *failure);
-    const auto failure = command->run(session, options, options.positional);
+    auto failure = session.load(options);
+    if (!failure) failure = command->run(session, options, options.positional);
     appendRequests(requestLog, session.virtualCameras());
     return failure ? fail(err, *failure) : kExitSuccess;
 }
