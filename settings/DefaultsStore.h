@@ -72,6 +72,9 @@ class DefaultsStore {
     const QVariantMap& persistentDomain() const { return values_; }
     // True while changes wait for synchronize.
     bool hasPendingChanges() const { return !pending_.empty(); }
+    // True when the file is no longer the one this store last read or wrote: another process
+    // wrote it (or removed it) since.
+    bool changedOnDisk() const { return currentStamp() != stamp_; }
     // Where this store last moved a file that did not parse, empty when it never did.
     const QString& setAsidePath() const { return setAside_; }
 

@@ -1,5 +1,7 @@
 #include "settings/ProfileStore.h"
 
+#include <QDir>
+#include <QFileInfo>
 #include <algorithm>
 
 #include "platform/Log.h"
@@ -359,6 +361,18 @@ bool ProfileStore::cleanDefaults() {
     });
     if (written && changed) emit profilesChanged(QString());
     return written;
+}
+
+void ProfileStore::watchForOtherProcesses() {
+    if (watcher_) return;
+    // Writers replace the file, so its folder is watched: the file itself would be lost at the
+    // first replacement.
+    const QString folder = QFileInfo(defaults_.path()).absolutePath();
+    QDir().mkpath(folder);
+    watcher_ = new QFileSystemWatcher(QStringList{folder}, this);
+    connect(watcher_, &QFileSystemWatcher::directoryChanged, this, [this] {
+        if (defaults_.changedOnDisk()) reload();
+    });
 }
 
 void ProfileStore::reload() {

@@ -11,6 +11,7 @@
 // store works on data only; the application's controller drives it and the lists follow its
 // signals.
 
+#include <QFileSystemWatcher>
 #include <QObject>
 #include <QString>
 #include <QStringList>
@@ -113,6 +114,9 @@ class ProfileStore : public QObject {
 
     // Takes in what other processes wrote and tells the lists.
     void reload();
+    // Watches the preferences file (with the event loop running) and reloads whenever another
+    // process, orvellactl for one, has written it.
+    void watchForOtherProcesses();
 
   signals:
     // A model's list of profiles changed; an empty model means any model.
@@ -127,6 +131,7 @@ class ProfileStore : public QObject {
 
   private:
     DefaultsStore& defaults_;
+    QFileSystemWatcher* watcher_ = nullptr;
 };
 
 }  // namespace orvella::settings

@@ -4,11 +4,15 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+#include <QEventLoop>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
+#include <QTimer>
 
 #include "settings/DefaultsStore.h"
+#include "settings/ProfileListModel.h"
 #include "settings/ProfileStore.h"
 #include "settings/SettingsRecord.h"
 #include "tests/settings/SettingsRig.h"
@@ -115,6 +119,32 @@ TEST(OrvellaCtlProfiles, AProfileSavedOnOneSideIsListedAndAppliedOnTheOther) {
     EXPECT_EQ(app.listIndexOf(cam.camera->modelUniqueID(), "Night"), 2);
     run = ctl(QStringList{"--demo", "profile", "list"});  // every model
     EXPECT_EQ(run.out, "UVC Camera VendorID_7531 ProductID_258\tNight\n");
+}
+
+TEST(OrvellaCtlProfiles, ARunningApplicationSeesWhatOrvellactlSaves) {
+    int argc = 1;
+    char name[] = "orvella_tests";
+    char* argv[] = {name, nullptr};
+    QCoreApplication application(argc, argv);
+    Ctl ctl;
+    DefaultsStore appDefaults(ctl.prefsFile());
+    ProfileStore app(appDefaults);
+    settings::ProfileListModel list(app);
+    list.showModel("UVC Camera VendorID_7531 ProductID_258", true);
+    app.watchForOtherProcesses();
+
+    QProcess process;
+    process.setProcessEnvironment(ctl.environment());
+    process.start(ORVELLA_ORVELLACTL, {"--demo", "profile", "save", "From the shell"});
+    QEventLoop loop;
+    QObject::connect(&list, &QAbstractItemModel::modelReset, &loop, [&] {
+        if (list.rowCount() == 3) loop.quit();
+    });
+    QTimer::singleShot(30000, &loop, &QEventLoop::quit);
+    loop.exec();
+    ASSERT_EQ(list.rowCount(), 3);
+    EXPECT_EQ(list.data(list.index(2)), QVariant("From the shell"));
+    process.waitForFinished();
 }
 
 TEST(OrvellaCtlProfiles, TwoProcessesSavingAtOnceKeepEveryProfile) {
