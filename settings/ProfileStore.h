@@ -88,7 +88,7 @@ class ProfileStore : public QObject {
     // target is limited to the camera's zoom range, or to two bytes when it reports none).
     static void zoomMSLifeCamStudio(QTCamera& camera, long target);
 
-    // Applies the profile at a list index to the camera (the data part of choosing a profile; the
+    // Applies the profile at a list index to the camera (choosing a profile, on the data side; the
     // caller then refreshes the last state with updateSettings(0)). False for an index with no
     // profile.
     bool applyProfile(const QString& model, int listIndex, QTCamera& camera,

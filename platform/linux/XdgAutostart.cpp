@@ -12,7 +12,7 @@ namespace orvella::linuxplatform {
 
 namespace {
 
-// An argument of an Exec line, quoted when the desktop entry specification asks for it.
+// An argument of an Exec line, quoted as the freedesktop desktop-entry format asks.
 QString quoted(const QString& argument) {
     static const QString kReserved = QStringLiteral(" \t\n\"'\\><~|&;$*?#()`");
     const bool plain =
