@@ -46,8 +46,9 @@ struct Rig {
                 record.insert("SettingsName", QStringLiteral("Profile %1").arg(i));
                 profiles << record;
             }
-            store.insert(model == 0 ? camera->modelUniqueID()
-                                    : QStringLiteral("UVC Camera VendorID_%1 ProductID_1").arg(model),
+            store.insert(model == 0
+                             ? camera->modelUniqueID()
+                             : QStringLiteral("UVC Camera VendorID_%1 ProductID_1").arg(model),
                          profiles);
         }
         settings::DefaultsStore defaults(path);
