@@ -148,11 +148,11 @@ std::optional<Failure> parseOptions(const std::vector<std::string>& arguments, O
             options.virtualFiles << file;
         } else if (argument == QLatin1String("--request-log") ||
                    argument.startsWith(QLatin1String("--request-log="))) {
-            const bool inline_ = argument.contains(QLatin1Char('='));
+            const bool inline_ = argument.startsWith(QLatin1String("--request-log="));
             if (!inline_ && i + 1 >= arguments.size())
                 return Failure{QStringLiteral("--request-log needs a FILE"), kExitUsage};
-            options.requestLog = inline_ ? argument.section(QLatin1Char('='), 1)
-                                         : QString::fromLocal8Bit(arguments[++i]);
+            options.requestLog =
+                inline_ ? argument.mid(14) : QString::fromLocal8Bit(arguments[++i]);
             if (options.requestLog.isEmpty())
                 return Failure{QStringLiteral("--request-log needs a FILE"), kExitUsage};
         } else if (argument == QLatin1String("--all")) {
