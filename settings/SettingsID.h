@@ -26,7 +26,7 @@ enum SettingsID : int32_t {
     kFocusAuto = 15,
     kFocusAbsolute = 16,
     kZoomAbsolute = 17,
-    kPanAbsolute = 18,   // pan and tilt share one entry: both identifiers write the same keys
+    kPanAbsolute = 18,  // pan and tilt share one entry: both identifiers write the same keys
     kTiltAbsolute = 19,
     kAperture = 20,
     kNoiseReduction = 21,

@@ -15,6 +15,8 @@
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/CameraReport.h"
 #include "tools/CtlControls.h"
+#include "tools/CtlProfiles.h"
+#include "tools/CtlRequestLog.h"
 
 namespace orvella::tools {
 
@@ -28,7 +30,11 @@ Options (anywhere on the line):
   --virtual FILE   add the virtual camera defined by the JSON file FILE (repeatable;
                    --virtual=FILE works too)
   --demo           add the bundled demo camera
-  --json           with show: print JSON instead of text
+  --json           with show and profile show: print JSON instead of text
+  --all            with apply-last: every connected camera
+  --request-log FILE
+                   append every request each virtual camera sees to FILE, one line each,
+                   in the format of orvella-usbip-camera --log
   --verbose, -v    write the core's trace (control requests, probing) to standard error
   --help, -h       print this help
   --               end of options (for a VALUE that begins with "-", though plain
@@ -42,6 +48,16 @@ Commands:
   get CAMERA CONTROL          print the control's current value, read from the camera
   set CAMERA CONTROL VALUE    write the value, then print the value the camera holds
   defaults CAMERA             write every supported control's default value
+  profile list [CAMERA]       the camera model's profiles, one name a line (the one loaded at
+                              start marked); without CAMERA every model's, model first
+  profile save CAMERA NAME    save the camera's settings as a new profile of its model
+  profile apply CAMERA NAME   apply a profile; the model's last state follows it
+  profile delete CAMERA NAME  delete a profile (and the model's load-at-start choice)
+  profile show CAMERA NAME [--json]
+                              the profile's entries ("AppDefault" shows the last state)
+  apply-last CAMERA           apply the model's last state, as the application does when the
+                              camera appears (recorded first if the model has none)
+  apply-last --all            the same for every connected camera
 
 CAMERA is the camera's number in list (from 1), its uniqueID, or a part of its display name
 that no other camera's name contains (case is ignored). With one camera it may be left out.
@@ -61,6 +77,10 @@ Without --virtual or --demo, orvellactl works on the cameras plugged into this m
 V4L2 capture nodes of the uvcvideo driver (/dev/videoN; your user needs access to them, usually
 through the 'video' group) and, for cameras no driver holds, raw USB through libusb.
 
+Profiles live in the application's preferences,
+$XDG_CONFIG_HOME/orvella/org.orvella.Orvella.plist (~/.config when unset), shared by every
+camera of a model (modelUniqueID). NAME is trimmed of blanks as the application trims it.
+
 Exit status: 0 success, 1 a camera, file or control operation failed, 2 a usage error.
 Errors are one line on standard error. JSON output is described in docs/orvellactl.md.
 )";
@@ -77,6 +97,8 @@ struct Options {
     bool json = false;
     bool verbose = false;
     bool help = false;
+    bool all = false;
+    QString requestLog;
     QStringList positional;
 };
 
@@ -124,6 +146,17 @@ std::optional<Failure> parseOptions(const std::vector<std::string>& arguments, O
             if (file.isEmpty())
                 return Failure{QStringLiteral("--virtual needs a FILE"), kExitUsage};
             options.virtualFiles << file;
+        } else if (argument == QLatin1String("--request-log") ||
+                   argument.startsWith(QLatin1String("--request-log="))) {
+            const bool inline_ = argument.startsWith(QLatin1String("--request-log="));
+            if (!inline_ && i + 1 >= arguments.size())
+                return Failure{QStringLiteral("--request-log needs a FILE"), kExitUsage};
+            options.requestLog =
+                inline_ ? argument.mid(14) : QString::fromLocal8Bit(arguments[++i]);
+            if (options.requestLog.isEmpty())
+                return Failure{QStringLiteral("--request-log needs a FILE"), kExitUsage};
+        } else if (argument == QLatin1String("--all")) {
+            options.all = true;
         } else if (argument == QLatin1String("--demo")) {
             options.demo = true;
         } else if (argument == QLatin1String("--json")) {
@@ -215,6 +248,14 @@ class Session {
 
     std::ostream& out() { return out_; }
     std::ostream& err() { return err_; }
+
+    // The virtual cameras of the run, in the order they were given.
+    std::vector<std::shared_ptr<virtualcam::VirtualCamera>> virtualCameras() {
+        std::vector<std::shared_ptr<virtualcam::VirtualCamera>> out;
+        for (const auto& device : platform_.capture().devices())
+            out.push_back(device->camera());
+        return out;
+    }
 
   private:
     // The cameras of this machine. One whose node cannot be opened is left out with the reason;
@@ -366,6 +407,35 @@ std::optional<Failure> commandDefaults(Session& session, const Options&, const A
     return std::nullopt;
 }
 
+CtlCameras ctlCameras(Session& session) {
+    CtlCameras cameras;
+    for (const auto& camera : session.cameras())
+        cameras.all.push_back(camera.get());
+    cameras.find =
+        [&session](const std::optional<QString>& wanted) -> std::variant<QTCamera*, CtlFailure> {
+        auto found = session.find(wanted);
+        if (const auto* failure = std::get_if<Failure>(&found))
+            return CtlFailure{failure->message, failure->status};
+        return std::get<QTCamera*>(found);
+    };
+    return cameras;
+}
+
+std::optional<Failure> commandProfile(Session& session, const Options& options,
+                                      const Arguments& args) {
+    if (auto failure = runProfileCommand(ctlCameras(session), args, options.json, session.out(),
+                                         session.err()))
+        return Failure{failure->message, failure->status};
+    return std::nullopt;
+}
+
+std::optional<Failure> commandApplyLast(Session& session, const Options& options,
+                                        const Arguments& args) {
+    if (auto failure = runApplyLastCommand(ctlCameras(session), args, options.all, session.err()))
+        return Failure{failure->message, failure->status};
+    return std::nullopt;
+}
+
 struct Command {
     const char* name;
     int minArguments;
@@ -380,6 +450,8 @@ constexpr Command kCommands[] = {
     {"get", 1, 2, commandGet, "get CAMERA CONTROL"},
     {"set", 2, 3, commandSet, "set CAMERA CONTROL VALUE"},
     {"defaults", 0, 1, commandDefaults, "defaults CAMERA"},
+    {"profile", 1, 3, commandProfile, "profile list|save|apply|delete|show [CAMERA] [NAME]"},
+    {"apply-last", 0, 1, commandApplyLast, "apply-last CAMERA | apply-last --all"},
 };
 
 int fail(std::ostream& err, const Failure& failure) {
@@ -415,17 +487,23 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
     if (count < command->minArguments || count > command->maxArguments)
         return fail(err, {QStringLiteral("usage: orvellactl %1").arg(QLatin1String(command->usage)),
                           kExitUsage});
-    if (options.json && command->run != commandShow)
+    if (options.json && command->run != commandShow && command->run != commandProfile)
         return fail(err, {QStringLiteral("--json goes with show only"), kExitUsage});
+    if (options.all && command->run != commandApplyLast)
+        return fail(err, {QStringLiteral("--all goes with apply-last only"), kExitUsage});
+    usbip::RequestLog requestLog(options.requestLog.toLocal8Bit().toStdString());
+    if (!options.requestLog.isEmpty() && !requestLog.isOpen())
+        return fail(err,
+                    {QStringLiteral("cannot open %1 for the request log").arg(options.requestLog)});
     log::NullSink quiet;
     StreamSink verbose(err);
     ScopedSink sink(options.verbose ? static_cast<log::Sink&>(verbose) : quiet);
 
     Session session(out, err);
-    if (const auto failure = session.load(options)) return fail(err, *failure);
-    if (const auto failure = command->run(session, options, options.positional))
-        return fail(err, *failure);
-    return kExitSuccess;
+    auto failure = session.load(options);
+    if (!failure) failure = command->run(session, options, options.positional);
+    appendRequests(requestLog, session.virtualCameras());
+    return failure ? fail(err, *failure) : kExitSuccess;
 }
 
 }  // namespace orvella::tools

@@ -1,0 +1,27 @@
+#pragma once
+// The keys of the application's user defaults and of the bookkeeping entries of a profile.
+
+#include <QLatin1StringView>
+
+namespace orvella::settings::keys {
+
+// The profile store.
+inline constexpr QLatin1StringView kSettings{"Settings"};
+inline constexpr QLatin1StringView kLoadAtStart{"Load at Start"};
+// Bookkeeping entries of a record in "Settings".
+inline constexpr QLatin1StringView kSettingsName{"SettingsName"};
+inline constexpr QLatin1StringView kAppDefault{"AppDefault"};
+// The name of the last-state record.
+inline constexpr QLatin1StringView kAppDefaultName{"AppDefault"};
+
+// The application's own preferences.
+inline constexpr QLatin1StringView kBlackAndWhiteMenuIcon{"Black and White Menu Icon"};
+inline constexpr QLatin1StringView kShowHideControlPanel{"Show/Hide Control Panel"};
+inline constexpr QLatin1StringView kLaunchAtLogin{"Launch at Login"};
+inline constexpr QLatin1StringView kDisablePopup{"Disable Popup"};
+inline constexpr QLatin1StringView kDisplayValue{"Display Value"};
+inline constexpr QLatin1StringView kUpdateSlider{"UpdateSlider"};
+inline constexpr QLatin1StringView kReconfigureWebcam{"ReconfigureWebcam"};
+inline constexpr QLatin1StringView kHideMenuBarIcon{"Hide Menu Bar Icon"};
+
+}  // namespace orvella::settings::keys

@@ -1,0 +1,225 @@
+#include "settings/PlistCodec.h"
+
+#include <plist/plist.h>
+
+#include <QDateTime>
+#include <cmath>
+#include <limits>
+#include <memory>
+
+namespace orvella::settings::plist {
+
+namespace {
+
+// Property-list dates count seconds from 2001-01-01 00:00:00 UTC.
+constexpr qint64 kPlistEpochOffset = 978307200;
+
+struct PlistFree {
+    void operator()(void* node) const { plist_free(static_cast<plist_t>(node)); }
+};
+using Owned = std::unique_ptr<void, PlistFree>;
+
+// libplist hands out malloc'ed strings.
+QString takeString(char* text) {
+    QString value = text ? QString::fromUtf8(text) : QString();
+    std::free(text);
+    return value;
+}
+
+QVariant fromNode(plist_t node) {
+    switch (plist_get_node_type(node)) {
+        case PLIST_DICT: {
+            QVariantMap map;
+            plist_dict_iter iter = nullptr;
+            plist_dict_new_iter(node, &iter);
+            for (;;) {
+                char* key = nullptr;
+                plist_t item = nullptr;
+                plist_dict_next_item(node, iter, &key, &item);
+                if (!item) {
+                    std::free(key);
+                    break;
+                }
+                const QString name = takeString(key);
+                const QVariant value = fromNode(item);
+                if (value.isValid()) map.insert(name, value);
+            }
+            std::free(iter);
+            return map;
+        }
+        case PLIST_ARRAY: {
+            QVariantList list;
+            const uint32_t size = plist_array_get_size(node);
+            for (uint32_t i = 0; i < size; ++i) {
+                const QVariant value = fromNode(plist_array_get_item(node, i));
+                if (value.isValid()) list.append(value);
+            }
+            return list;
+        }
+        case PLIST_BOOLEAN: {
+            uint8_t value = 0;
+            plist_get_bool_val(node, &value);
+            return value != 0;
+        }
+        case PLIST_UINT: {
+            // Negative integers are kept as their two's complement; larger unsigned values than
+            // a signed 64-bit integer holds do not occur in preferences.
+            uint64_t value = 0;
+            plist_get_uint_val(node, &value);
+            return static_cast<qint64>(value);
+        }
+        case PLIST_UID: {
+            uint64_t value = 0;
+            plist_get_uid_val(node, &value);
+            return static_cast<qint64>(value);
+        }
+        case PLIST_REAL: {
+            double value = 0;
+            plist_get_real_val(node, &value);
+            return value;
+        }
+        case PLIST_STRING: {
+            char* value = nullptr;
+            plist_get_string_val(node, &value);
+            return takeString(value);
+        }
+        case PLIST_DATA: {
+            char* bytes = nullptr;
+            uint64_t length = 0;
+            plist_get_data_val(node, &bytes, &length);
+            QByteArray value(bytes, static_cast<qsizetype>(length));
+            std::free(bytes);
+            return value;
+        }
+        case PLIST_DATE: {
+            int32_t seconds = 0, microseconds = 0;
+            plist_get_date_val(node, &seconds, &microseconds);
+            return QDateTime::fromSecsSinceEpoch(kPlistEpochOffset + seconds, Qt::UTC);
+        }
+        default:
+            return {};
+    }
+}
+
+plist_t toNode(const QVariant& value) {
+    switch (value.typeId()) {
+        case QMetaType::QVariantMap: {
+            plist_t dict = plist_new_dict();
+            const QVariantMap map = value.toMap();
+            for (auto it = map.cbegin(); it != map.cend(); ++it)
+                if (plist_t item = toNode(it.value()))
+                    plist_dict_set_item(dict, it.key().toUtf8().constData(), item);
+            return dict;
+        }
+        case QMetaType::QVariantList: {
+            plist_t array = plist_new_array();
+            for (const QVariant& element : value.toList())
+                if (plist_t item = toNode(element)) plist_array_append_item(array, item);
+            return array;
+        }
+        case QMetaType::Bool:
+            return plist_new_bool(value.toBool());
+        case QMetaType::LongLong:
+            return plist_new_uint(static_cast<uint64_t>(value.toLongLong()));
+        case QMetaType::Double:
+            return plist_new_real(value.toDouble());
+        case QMetaType::QString:
+            return plist_new_string(value.toString().toUtf8().constData());
+        case QMetaType::QByteArray: {
+            const QByteArray bytes = value.toByteArray();
+            return plist_new_data(bytes.constData(), static_cast<uint64_t>(bytes.size()));
+        }
+        case QMetaType::QDateTime: {
+            const qint64 seconds = value.toDateTime().toSecsSinceEpoch() - kPlistEpochOffset;
+            if (seconds < std::numeric_limits<int32_t>::min() ||
+                seconds > std::numeric_limits<int32_t>::max())
+                return nullptr;
+            return plist_new_date(static_cast<int32_t>(seconds), 0);
+        }
+        default: {
+            const QVariant plain = normalized(value);
+            return plain.isValid() && plain.typeId() != value.typeId() ? toNode(plain) : nullptr;
+        }
+    }
+}
+
+}  // namespace
+
+QVariant normalized(const QVariant& value) {
+    switch (value.typeId()) {
+        case QMetaType::QVariantMap:
+        case QMetaType::QVariantHash: {
+            QVariantMap map;
+            const QVariantMap source = value.toMap();
+            for (auto it = source.cbegin(); it != source.cend(); ++it) {
+                const QVariant item = normalized(it.value());
+                if (item.isValid()) map.insert(it.key(), item);
+            }
+            return map;
+        }
+        case QMetaType::QVariantList:
+        case QMetaType::QStringList: {
+            QVariantList list;
+            for (const QVariant& element : value.toList()) {
+                const QVariant item = normalized(element);
+                if (item.isValid()) list.append(item);
+            }
+            return list;
+        }
+        case QMetaType::Bool:
+            return value.toBool();
+        case QMetaType::Char:
+        case QMetaType::SChar:
+        case QMetaType::UChar:
+        case QMetaType::Short:
+        case QMetaType::UShort:
+        case QMetaType::Int:
+        case QMetaType::UInt:
+        case QMetaType::Long:
+        case QMetaType::ULong:
+        case QMetaType::LongLong:
+        case QMetaType::ULongLong:
+            return value.toLongLong();
+        case QMetaType::Float:
+        case QMetaType::Double:
+            return value.toDouble();
+        case QMetaType::QString:
+        case QMetaType::QByteArray:
+            return value;
+        case QMetaType::QDateTime: {
+            // Property-list dates hold whole seconds.
+            const QDateTime time = value.toDateTime();
+            if (!time.isValid()) return {};
+            return QDateTime::fromSecsSinceEpoch(time.toSecsSinceEpoch(), Qt::UTC);
+        }
+        default:
+            return {};
+    }
+}
+
+std::optional<QVariantMap> parseDictionary(const QByteArray& bytes, QString* why) {
+    auto fail = [why](const char* reason) -> std::optional<QVariantMap> {
+        if (why) *why = QString::fromLatin1(reason);
+        return std::nullopt;
+    };
+    if (bytes.isEmpty()) return fail("the file is empty");
+    if (bytes.size() > std::numeric_limits<int32_t>::max()) return fail("the file is too large");
+    plist_t root = nullptr;
+    plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
+    const Owned owner(root);
+    if (!root) return fail("it is not a property list");
+    if (plist_get_node_type(root) != PLIST_DICT) return fail("its root is not a dictionary");
+    return fromNode(root).toMap();
+}
+
+QByteArray toXml(const QVariantMap& root) {
+    const Owned node(toNode(QVariant(root)));
+    char* xml = nullptr;
+    uint32_t length = 0;
+    plist_to_xml(static_cast<plist_t>(node.get()), &xml, &length);
+    QByteArray bytes(xml, static_cast<qsizetype>(length));
+    plist_to_xml_free(xml);
+    return bytes;
+}
+
+}  // namespace orvella::settings::plist

@@ -1,0 +1,128 @@
+#include "settings/Preferences.h"
+
+#include "settings/DefaultsKeys.h"
+#include "settings/ProfileStore.h"
+
+namespace orvella::settings {
+
+namespace {
+
+// An interval tag as stored; anything that is not one of the pop-ups' tags reads as off.
+int intervalTag(qint64 stored) {
+    for (const IntervalChoice& choice : kIntervalChoices)
+        if (choice.tag == stored) return choice.tag;
+    return 0;
+}
+
+}  // namespace
+
+Preferences::Preferences(DefaultsStore& defaults, platform::LoginItem* loginItem)
+    : defaults_(defaults), loginItem_(loginItem) {}
+
+QVariantMap Preferences::registeredDefaults() {
+    return {
+        {keys::kBlackAndWhiteMenuIcon, qint64{0}},
+        {keys::kShowHideControlPanel, true},
+        {keys::kLaunchAtLogin, false},
+        {keys::kDisablePopup, false},
+        {keys::kSettings, QVariantMap()},
+        {keys::kDisplayValue, QVariantMap()},
+        {keys::kUpdateSlider, qint64{0}},
+        {keys::kReconfigureWebcam, qint64{0}},
+        {keys::kHideMenuBarIcon, qint64{0}},
+    };
+}
+
+void Preferences::startUp(ProfileStore& profiles) {
+    initDefaults();
+    profiles.cleanDefaults();
+    readDefaults();
+    writeDefaults();
+}
+
+void Preferences::initDefaults() {
+    defaults_.registerDefaults(registeredDefaults());
+    defaults_.synchronize();
+}
+
+void Preferences::readDefaults() {
+    _bwMenuIcon = defaults_.integerForKey(keys::kBlackAndWhiteMenuIcon);
+    _panelOn = defaults_.boolForKey(keys::kShowHideControlPanel);
+    _launchAtLogin = defaults_.boolForKey(keys::kLaunchAtLogin);
+    _updateSlider = intervalTag(defaults_.integerForKey(keys::kUpdateSlider));
+    _reconfigureWebcam = intervalTag(defaults_.integerForKey(keys::kReconfigureWebcam));
+    _hideMenuBarIcon = defaults_.integerForKey(keys::kHideMenuBarIcon);
+    // The menu-bar icon is always black and white; a stored colour choice ends here.
+    _bwMenuIcon = 1;
+}
+
+bool Preferences::writeDefaults() {
+    defaults_.setValue(_bwMenuIcon, keys::kBlackAndWhiteMenuIcon);
+    defaults_.setValue(_panelOn, keys::kShowHideControlPanel);
+    defaults_.setValue(_launchAtLogin, keys::kLaunchAtLogin);
+    defaults_.setValue(_hideMenuBarIcon, keys::kHideMenuBarIcon);
+    return defaults_.synchronize();
+}
+
+void Preferences::clickLaunchAtLogin(bool on) {
+    _launchAtLogin = on;
+    setLaunchAtLoginBundle(on);
+    writeDefaults();
+}
+
+bool Preferences::setLaunchAtLoginBundle(bool on) {
+    return loginItem_ ? loginItem_->setEnabled(on) : true;
+}
+
+void Preferences::setMenuIcon(bool blackAndWhite) {
+    _bwMenuIcon = blackAndWhite ? 1 : 0;
+    writeDefaults();
+}
+
+void Preferences::clickHideMenuBarIcon(bool hidden) {
+    _hideMenuBarIcon = hidden ? 1 : 0;
+    writeDefaults();
+}
+
+void Preferences::setPanelOn(bool on) {
+    _panelOn = on;
+    writeDefaults();
+}
+
+void Preferences::selectUpdateSlider(int tag) {
+    _updateSlider = intervalTag(tag);
+    defaults_.setInteger(_updateSlider, keys::kUpdateSlider);
+    defaults_.synchronize();
+}
+
+void Preferences::selectReconfigureWebcam(int tag) {
+    _reconfigureWebcam = intervalTag(tag);
+    defaults_.setInteger(_reconfigureWebcam, keys::kReconfigureWebcam);
+    defaults_.synchronize();
+}
+
+bool Preferences::disablePopup() const {
+    return defaults_.boolForKey(keys::kDisablePopup);
+}
+
+void Preferences::setDisablePopup(bool disabled) {
+    defaults_.setBool(disabled, keys::kDisablePopup);
+    defaults_.synchronize();
+}
+
+bool Preferences::displayValue(int32_t settingsID) const {
+    const QVariant on =
+        defaults_.dictionaryForKey(keys::kDisplayValue).value(QString::number(settingsID));
+    return on.typeId() == QMetaType::Bool ? on.toBool()
+                                          : on.typeId() == QMetaType::LongLong && on.toLongLong();
+}
+
+void Preferences::setDisplayValue(int32_t settingsID, bool on) {
+    defaults_.modify([&] {
+        QVariantMap values = defaults_.dictionaryForKey(keys::kDisplayValue);
+        values.insert(QString::number(settingsID), on);
+        defaults_.setObject(values, keys::kDisplayValue);
+    });
+}
+
+}  // namespace orvella::settings

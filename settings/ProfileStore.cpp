@@ -1,0 +1,383 @@
+#include "settings/ProfileStore.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <algorithm>
+
+#include "platform/Log.h"
+#include "settings/DefaultsKeys.h"
+
+namespace orvella::settings {
+
+namespace {
+
+// The Microsoft LifeCam Studio, whose zoom is stepped up to a stored value.
+constexpr uint16_t kLifeCamStudioVendor = 0x045E;
+constexpr uint16_t kLifeCamStudioProduct = 0x0772;
+
+bool isAppDefault(const QVariant& record) {
+    const QVariant flag = record.toMap().value(keys::kAppDefault);
+    switch (flag.typeId()) {
+        case QMetaType::Bool:
+            return flag.toBool();
+        case QMetaType::LongLong:
+            return flag.toLongLong() != 0;
+        default:
+            return false;
+    }
+}
+
+bool isRecord(const QVariant& value) {
+    return value.typeId() == QMetaType::QVariantMap;
+}
+
+QString nameOf(const QVariant& record) {
+    return record.toMap().value(keys::kSettingsName).toString();
+}
+
+// The array positions of the named profiles, in list order.
+QList<qsizetype> profilePositions(const QVariantList& array) {
+    QList<qsizetype> positions;
+    for (qsizetype i = 0; i < array.size(); ++i)
+        if (isRecord(array[i]) && !isAppDefault(array[i])) positions << i;
+    return positions;
+}
+
+// The array position of the profile at a list index, -1 when there is none. With `shown`, the
+// record at that position must equal it, or else the first named record that does is taken.
+qsizetype positionOf(const QVariantList& array, int listIndex, const SettingsRecord* shown) {
+    const QList<qsizetype> positions = profilePositions(array);
+    const qsizetype at = listIndex - kFirstProfileIndex;
+    if (at >= 0 && at < positions.size()) {
+        const qsizetype position = positions[at];
+        if (!shown || array[position].toMap() == *shown) return position;
+    }
+    if (!shown) return -1;
+    for (qsizetype position : positions)
+        if (array[position].toMap() == *shown) return position;
+    return -1;
+}
+
+QVariantList arrayOf(const QVariantMap& settings, const QString& model) {
+    const QVariant value = settings.value(model);
+    return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
+}
+
+}  // namespace
+
+ProfileStore::ProfileStore(DefaultsStore& defaults, QObject* parent)
+    : QObject(parent), defaults_(defaults) {}
+
+QString ProfileStore::trimmedName(const QString& typed) {
+    return typed.trimmed();
+}
+
+QList<SettingsRecord> ProfileStore::records(const QString& model) const {
+    QList<SettingsRecord> out;
+    for (const QVariant& record : arrayOf(defaults_.dictionaryForKey(keys::kSettings), model))
+        if (isRecord(record)) out << record.toMap();
+    return out;
+}
+
+QList<SettingsRecord> ProfileStore::profiles(const QString& model) const {
+    QList<SettingsRecord> out;
+    for (const QVariant& record : arrayOf(defaults_.dictionaryForKey(keys::kSettings), model))
+        if (isRecord(record) && !isAppDefault(record)) out << record.toMap();
+    return out;
+}
+
+std::optional<SettingsRecord> ProfileStore::profileAt(const QString& model, int listIndex) const {
+    const QList<SettingsRecord> named = profiles(model);
+    const qsizetype at = listIndex - kFirstProfileIndex;
+    if (at < 0 || at >= named.size()) return std::nullopt;
+    return named[at];
+}
+
+int ProfileStore::listIndexOf(const QString& model, const QString& name) const {
+    const QList<SettingsRecord> named = profiles(model);
+    for (qsizetype i = 0; i < named.size(); ++i)
+        if (nameOf(named[i]) == name) return static_cast<int>(i) + kFirstProfileIndex;
+    return -1;
+}
+
+std::optional<SettingsRecord> ProfileStore::appDefaultRecord(const QString& model) const {
+    for (const SettingsRecord& record : records(model))
+        if (isAppDefault(record)) return record;
+    return std::nullopt;
+}
+
+bool ProfileStore::hasRecordNamed(const QString& model, const QString& name) const {
+    const QList<SettingsRecord> all = records(model);
+    return std::any_of(all.cbegin(), all.cend(),
+                       [&name](const SettingsRecord& record) { return nameOf(record) == name; });
+}
+
+int ProfileStore::loadAtStart(const QString& model) const {
+    const QVariantMap marks = defaults_.dictionaryForKey(keys::kLoadAtStart);
+    const QVariant index = marks.value(model);
+    if (index.typeId() != QMetaType::LongLong && index.typeId() != QMetaType::Double) return -1;
+    const double value = index.toDouble();
+    return value >= -1 && value < 1 << 20 ? static_cast<int>(value) : -1;
+}
+
+QStringList ProfileStore::models() const {
+    QStringList out;
+    const QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
+    for (auto it = settings.cbegin(); it != settings.cend(); ++it)
+        if (it.value().typeId() == QMetaType::QVariantList) out << it.key();
+    return out;
+}
+
+bool ProfileStore::saveSettings(const QString& name, bool isAppDefaultRecord, QTCamera& camera,
+                                QTCamera* currentCamera) {
+    SettingsRecord record{{keys::kSettingsName, name}};
+    allSettingsDict(record, camera, currentCamera);
+    if (isAppDefaultRecord) record.insert(keys::kAppDefault, true);
+    const QString model = camera.modelUniqueID();
+    const bool written = defaults_.modify([&] {
+        QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
+        QVariantList array = arrayOf(settings, model);
+        array.append(record);
+        settings.insert(model, array);
+        defaults_.setObject(settings, keys::kSettings);
+    });
+    if (written && !isAppDefaultRecord) emit profilesChanged(model);
+    return written;
+}
+
+ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName, QTCamera& camera,
+                                                       QTCamera* currentCamera) {
+    SaveOutcome outcome;
+    outcome.name = trimmedName(typedName);
+    if (outcome.name.isEmpty()) {
+        outcome.result = SaveResult::BlankName;
+        return outcome;
+    }
+    SettingsRecord record{{keys::kSettingsName, outcome.name}};
+    allSettingsDict(record, camera, currentCamera);
+    const QString model = camera.modelUniqueID();
+    // The clash is decided on the file's current content, under the lock.
+    const bool written = defaults_.modify([&] {
+        QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
+        QVariantList array = arrayOf(settings, model);
+        if (std::any_of(array.cbegin(), array.cend(), [&](const QVariant& existing) {
+                return isRecord(existing) && nameOf(existing) == outcome.name;
+            })) {
+            outcome.result = SaveResult::NameTaken;
+            return;
+        }
+        array.append(record);
+        settings.insert(model, array);
+        defaults_.setObject(settings, keys::kSettings);
+        outcome.result = SaveResult::Saved;
+        outcome.listIndex =
+            static_cast<int>(profilePositions(array).size()) - 1 + kFirstProfileIndex;
+    });
+    if (!written) {
+        outcome.result = SaveResult::NotWritten;
+        outcome.listIndex = -1;
+    } else if (outcome.result == SaveResult::Saved) {
+        emit profilesChanged(model);
+        emit profileSaved(model, outcome.listIndex);
+    }
+    return outcome;
+}
+
+bool ProfileStore::updateSettings(int32_t settingsID, QTCamera* currentCamera) {
+    if (!currentCamera) return false;
+    QTCamera& camera = *currentCamera;
+    const QString model = camera.modelUniqueID();
+    return defaults_.modify([&] {
+        QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
+        QVariantList array = arrayOf(settings, model);
+        const auto found = std::find_if(array.begin(), array.end(), isAppDefault);
+        if (found == array.end()) {
+            SettingsRecord record{{keys::kSettingsName, QString(keys::kAppDefaultName)}};
+            allSettingsDict(record, camera, currentCamera);
+            record.insert(keys::kAppDefault, true);
+            array.append(record);
+        } else {
+            SettingsRecord record = found->toMap();
+            if (settingsID != kAllSettings)
+                settingsDict(record, settingsID, camera, currentCamera);
+            else
+                allSettingsDict(record, camera, currentCamera);
+            *found = record;
+        }
+        settings.insert(model, array);
+        defaults_.setObject(settings, keys::kSettings);
+    });
+}
+
+ProfileStore::AppDefaultOutcome ProfileStore::loadAppDefault(QTCamera& camera,
+                                                             QTCamera* currentCamera,
+                                                             platform::Clock* clock) {
+    AppDefaultOutcome outcome;
+    bool found = false;
+    for (const SettingsRecord& record : records(camera.modelUniqueID())) {
+        if (!isAppDefault(record)) continue;
+        found = true;
+        loadSettings(record, camera, clock);
+        const QVariant zoom = record.value(QStringLiteral("ZoomAbsolute"));
+        if (camera.vendorID() == kLifeCamStudioVendor &&
+            camera.productID() == kLifeCamStudioProduct && zoom.typeId() == QMetaType::LongLong)
+            outcome.steppedZoomTarget = static_cast<long>(zoom.toLongLong());
+    }
+    if (!found) {
+        saveSettings(QString(keys::kAppDefaultName), true, camera, currentCamera);
+        outcome.created = true;
+    }
+    return outcome;
+}
+
+void ProfileStore::zoomMSLifeCamStudio(QTCamera& camera, long target) {
+    // The zoom is a two-byte value; within the camera's own range when it reports one.
+    constexpr long kZoomLimit = 0xFFFF;
+    const SupportedControl& controls = *camera.supportedControl();
+    target = std::min(target, controls.bZoomAbsolute && controls.maxZoomAbsolute > 0
+                                  ? controls.maxZoomAbsolute
+                                  : kZoomLimit);
+    for (long zoom = 0; zoom < target; ++zoom)
+        camera.setZoomAbsolute(zoom);
+    camera.setZoomAbsolute(target);
+}
+
+bool ProfileStore::applyProfile(const QString& model, int listIndex, QTCamera& camera,
+                                platform::Clock* clock) {
+    const auto record = profileAt(model, listIndex);
+    if (!record) return false;
+    loadSettings(*record, camera, clock);
+    return true;
+}
+
+bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* currentCamera,
+                                 const SettingsRecord* shown) {
+    if (listIndex < kFirstProfileIndex) return false;
+    const QString model = camera.modelUniqueID();
+    bool updated = false;
+    int updatedIndex = -1;
+    const bool written = defaults_.modify([&] {
+        const QVariant stored = defaults_.objectForKey(keys::kSettings);
+        if (stored.typeId() != QMetaType::QVariantMap) return;
+        QVariantMap settings = stored.toMap();
+        if (settings.value(model).typeId() != QMetaType::QVariantList) return;
+        QVariantList array = arrayOf(settings, model);
+        const qsizetype position = positionOf(array, listIndex, shown);
+        if (position < 0) return;
+        SettingsRecord record = array[position].toMap();
+        allSettingsDict(record, camera, currentCamera);
+        array[position] = record;
+        settings.insert(model, array);
+        defaults_.setObject(settings, keys::kSettings);
+        updatedIndex =
+            static_cast<int>(profilePositions(array).indexOf(position)) + kFirstProfileIndex;
+        updated = true;
+    });
+    if (written && updated) {
+        emit profilesChanged(model);
+        emit profileUpdated(model, updatedIndex);
+    }
+    return written && updated;
+}
+
+bool ProfileStore::deleteSettings(const QString& model, int listIndex,
+                                  const SettingsRecord* shown) {
+    bool deleted = false;
+    int deletedIndex = -1;
+    bool forgotStart = false;
+    const bool written = defaults_.modify([&] {
+        const QVariant stored = defaults_.objectForKey(keys::kSettings);
+        if (listIndex >= kFirstProfileIndex && stored.typeId() == QMetaType::QVariantMap &&
+            stored.toMap().value(model).typeId() == QMetaType::QVariantList) {
+            QVariantMap settings = stored.toMap();
+            QVariantList array = arrayOf(settings, model);
+            const qsizetype position = positionOf(array, listIndex, shown);
+            if (position >= 0) {
+                deletedIndex = static_cast<int>(profilePositions(array).indexOf(position)) +
+                               kFirstProfileIndex;
+                array.removeAt(position);
+                settings.insert(model, array);
+                defaults_.setObject(settings, keys::kSettings);
+                deleted = true;
+            }
+        }
+        // Deleting any profile forgets the model's load-at-start choice: list indices after the
+        // deleted one have moved.
+        const QVariant marks = defaults_.objectForKey(keys::kLoadAtStart);
+        if (marks.typeId() == QMetaType::QVariantMap) {
+            QVariantMap copy = marks.toMap();
+            forgotStart = copy.remove(model) > 0;
+            defaults_.setObject(copy, keys::kLoadAtStart);
+        }
+    });
+    if (written && deleted) {
+        emit profilesChanged(model);
+        emit profileDeleted(model, deletedIndex);
+    }
+    if (written && forgotStart) emit loadAtStartChanged(model);
+    return written && deleted;
+}
+
+bool ProfileStore::setLoadAtStart(const QString& model, int listIndex) {
+    const bool written = defaults_.modify([&] {
+        QVariantMap marks = defaults_.dictionaryForKey(keys::kLoadAtStart);
+        marks.insert(model, static_cast<qint64>(listIndex));
+        defaults_.setObject(marks, keys::kLoadAtStart);
+    });
+    if (written) emit loadAtStartChanged(model);
+    return written;
+}
+
+bool ProfileStore::cleanDefaults() {
+    bool changed = false;
+    const bool written = defaults_.modify([&] {
+        const QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
+        QVariantMap cleaned;
+        for (auto it = settings.cbegin(); it != settings.cend(); ++it) {
+            if (it.value().typeId() != QMetaType::QVariantList) {
+                NSLog("Settings: the entry of %s holds no list of profiles; it is left out",
+                      qPrintable(it.key()));
+                continue;
+            }
+            // One record per name; a later record of a name takes the place of the earlier.
+            QVariantList kept;
+            for (const QVariant& record : it.value().toList()) {
+                if (!isRecord(record)) {
+                    NSLog("Settings: a profile of %s is not a dictionary; it is left out",
+                          qPrintable(it.key()));
+                    continue;
+                }
+                const QString name = nameOf(record);
+                if (kept.removeIf(
+                        [&name](const QVariant& earlier) { return nameOf(earlier) == name; }) > 0)
+                    NSLog("Settings: %s has several profiles named \"%s\"; the last one is kept",
+                          qPrintable(it.key()), qPrintable(name));
+                kept.append(record);
+            }
+            if (!kept.isEmpty()) cleaned.insert(it.key(), kept);
+        }
+        changed = cleaned != settings;
+        defaults_.setObject(cleaned, keys::kSettings);
+    });
+    if (written && changed) emit profilesChanged(QString());
+    return written;
+}
+
+void ProfileStore::watchForOtherProcesses() {
+    if (watcher_) return;
+    // Writers replace the file, so its folder is watched: the file itself would be lost at the
+    // first replacement.
+    const QString folder = QFileInfo(defaults_.path()).absolutePath();
+    QDir().mkpath(folder);
+    watcher_ = new QFileSystemWatcher(QStringList{folder}, this);
+    connect(watcher_, &QFileSystemWatcher::directoryChanged, this, [this] {
+        if (defaults_.changedOnDisk()) reload();
+    });
+}
+
+void ProfileStore::reload() {
+    defaults_.synchronize();
+    emit profilesChanged(QString());
+}
+
+}  // namespace orvella::settings

@@ -1,0 +1,137 @@
+#pragma once
+// The profile store: per camera model (keyed by modelUniqueID, so every camera of a model shares
+// them) a list of named settings records and one last-state record named "AppDefault" that follows
+// every change, plus the index of the profile to load when a camera is first shown. It lives in
+// the user defaults under "Settings" and "Load at Start"; every change reads the dictionary,
+// copies it, changes the copy and stores it whole, with the defaults store's lock held so that
+// another process's changes are never lost.
+//
+// Profiles are addressed as the profile lists show them (ProfileListModel): index 0 is the
+// camera-default item, 1 a separator, 2 and on the model's named profiles in stored order. The
+// store works on data only; the application's controller drives it and the lists follow its
+// signals.
+
+#include <QFileSystemWatcher>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <optional>
+
+#include "camera/QTCamera.h"
+#include "settings/DefaultsStore.h"
+#include "settings/SettingsRecord.h"
+
+namespace orvella::settings {
+
+// The first list index that holds a profile.
+constexpr int kFirstProfileIndex = 2;
+
+class ProfileStore : public QObject {
+    Q_OBJECT
+  public:
+    explicit ProfileStore(DefaultsStore& defaults, QObject* parent = nullptr);
+
+    DefaultsStore& defaults() { return defaults_; }
+
+    // A typed name as it is stored: without white space and line ends around it.
+    static QString trimmedName(const QString& typed);
+
+    // ---- Reading ----
+    // The model's whole array (named profiles and last-state record), in stored order.
+    QList<SettingsRecord> records(const QString& model) const;
+    // The named profiles, in list order (list index = position + kFirstProfileIndex).
+    QList<SettingsRecord> profiles(const QString& model) const;
+    std::optional<SettingsRecord> profileAt(const QString& model, int listIndex) const;
+    // The list index of the profile with this exact name, -1 when there is none.
+    int listIndexOf(const QString& model, const QString& name) const;
+    // The model's first last-state record.
+    std::optional<SettingsRecord> appDefaultRecord(const QString& model) const;
+    // True when the model has a record of exactly this name ("AppDefault" included).
+    bool hasRecordNamed(const QString& model, const QString& name) const;
+    // The list index of the model's load-at-start profile, -1 when none is marked.
+    int loadAtStart(const QString& model) const;
+    // The models that have records, sorted.
+    QStringList models() const;
+
+    // ---- Changing ----
+    // Appends a record of the camera's state named `name` (a last-state record when
+    // `isAppDefault`), as it is given. False when the store cannot be written.
+    bool saveSettings(const QString& name, bool isAppDefault, QTCamera& camera,
+                      QTCamera* currentCamera);
+
+    // Saving a profile under a name the user typed: the name is trimmed; a blank name saves
+    // nothing; a name the model already has (its last-state record's "AppDefault" included) is
+    // refused, so the caller can say so and ask again.
+    enum class SaveResult { Saved, BlankName, NameTaken, NotWritten };
+    struct SaveOutcome {
+        SaveResult result = SaveResult::NotWritten;
+        QString name;        // the trimmed name
+        int listIndex = -1;  // where the new profile stands in the lists, when saved
+    };
+    SaveOutcome saveNewProfile(const QString& typedName, QTCamera& camera, QTCamera* currentCamera);
+
+    // Refreshes the current camera's last-state record: only the entries of `settingsID`, or all
+    // for 0; creates the record when the model has none. Nothing without a current camera.
+    bool updateSettings(int32_t settingsID, QTCamera* currentCamera);
+
+    // Applies the model's last-state records to the camera, or creates one when there is none.
+    struct AppDefaultOutcome {
+        bool created = false;
+        // A Microsoft LifeCam Studio cannot take a large zoom jump: the stored zoom to reach
+        // with zoomMSLifeCamStudio one second later.
+        std::optional<long> steppedZoomTarget;
+    };
+    AppDefaultOutcome loadAppDefault(QTCamera& camera, QTCamera* currentCamera,
+                                     platform::Clock* clock = nullptr);
+
+    // Sends 0, 1, ... up to the target and then the target itself with setZoomAbsolute (the
+    // target is limited to the camera's zoom range, or to two bytes when it reports none).
+    static void zoomMSLifeCamStudio(QTCamera& camera, long target);
+
+    // Applies the profile at a list index to the camera (choosing a profile, on the data side; the
+    // caller then refreshes the last state with updateSettings(0)). False for an index with no
+    // profile.
+    bool applyProfile(const QString& model, int listIndex, QTCamera& camera,
+                      platform::Clock* clock = nullptr);
+
+    // Overwrites the profile at a list index with the camera's state, keeping its name and flags.
+    // With `shown`, the record the caller's list shows there: when another process has moved the
+    // profiles meanwhile, the record equal to it is updated instead (none, when it is gone).
+    bool updateProfile(int listIndex, QTCamera& camera, QTCamera* currentCamera,
+                       const SettingsRecord* shown = nullptr);
+
+    // Deletes the profile at a list index (indices below 2 delete nothing). Whatever the index,
+    // the model's "Load at Start" entry is forgotten afterwards, whichever profile carried it.
+    bool deleteSettings(const QString& model, int listIndex, const SettingsRecord* shown = nullptr);
+
+    // Marks the profile at a list index (0, the camera default, too) to be loaded at start.
+    bool setLoadAtStart(const QString& model, int listIndex);
+
+    // Tidies "Settings" at start-up: models without records disappear, records that are not
+    // dictionaries are dropped, and several records of one name collapse into the last of them,
+    // which takes that last one's place.
+    bool cleanDefaults();
+
+    // Takes in what other processes wrote and tells the lists.
+    void reload();
+    // Watches the preferences file (with the event loop running) and reloads whenever another
+    // process, orvellactl for one, has written it.
+    void watchForOtherProcesses();
+
+  signals:
+    // A model's list of profiles changed; an empty model means any model.
+    void profilesChanged(const QString& model);
+    // A model's load-at-start mark changed.
+    void loadAtStartChanged(const QString& model);
+    // Sent after profilesChanged: a profile was saved, or overwritten with the camera's state, and
+    // is the profile in force at that list index; or one was deleted and none is in force.
+    void profileSaved(const QString& model, int listIndex);
+    void profileUpdated(const QString& model, int listIndex);
+    void profileDeleted(const QString& model, int listIndex);
+
+  private:
+    DefaultsStore& defaults_;
+    QFileSystemWatcher* watcher_ = nullptr;
+};
+
+}  // namespace orvella::settings

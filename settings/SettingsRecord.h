@@ -1,0 +1,40 @@
+#pragma once
+// The settings record: one snapshot of a camera's image controls as a flat dictionary, the shape
+// of every profile and of a model's last-state record. Value entries are qint64 in the camera's
+// own units, disabled entries ("BrightnessDisabled") bool, as PlistCodec.h describes; the profile
+// store adds its own "SettingsName" and "AppDefault".
+//
+// Which keys each setting identifier writes, from which fields of the camera's SupportedControl,
+// and how they are applied back is one table (SettingsRecord.cpp) read by one walker.
+
+#include <QVariantMap>
+#include <cstdint>
+
+#include "camera/QTCamera.h"
+#include "platform/Clock.h"
+#include "settings/SettingsID.h"
+
+namespace orvella::settings {
+
+using SettingsRecord = QVariantMap;
+
+// Writes the entries of one identifier (1 to 22; anything else writes nothing) from the camera's
+// record. A control whose disabled flag is set gets its disabled key set to true, a log line, and
+// keeps whatever value entry the record held. "Aperture" needs a relative iris query, which goes
+// to `currentCamera`, the application's current camera, or nowhere when there is none.
+void settingsDict(SettingsRecord& record, int32_t settingsID, QTCamera& camera,
+                  QTCamera* currentCamera);
+
+// Fills a whole record: identifiers 1 to 18, then 20, 21 and 22 (19 writes what 18 writes).
+void allSettingsDict(SettingsRecord& record, QTCamera& camera, QTCamera* currentCamera);
+
+// Applies a record to a camera in the fixed order of application: automatic modes before the
+// manual values they govern. Single failures are not reported. The pause before a stored focus
+// goes through `clock` (null: the camera's own clock).
+void loadSettings(const SettingsRecord& record, QTCamera& camera, platform::Clock* clock = nullptr);
+
+// The value keys a setting identifier writes (pan/tilt: "PanAbsolute", "TiltAbsolute"), for views
+// and tools that show a record; empty outside 1 to 22.
+QStringList valueKeys(int32_t settingsID);
+
+}  // namespace orvella::settings

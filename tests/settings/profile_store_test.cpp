@@ -1,0 +1,302 @@
+// The profile store on data: saving under typed names, the last-state record, two cameras of one
+// model, deleting and its load-at-start rule, updating the record a list shows, the start-up
+// clean-up; the list model both profile lists show; the preferences and the login item.
+
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include "platform/linux/XdgAutostart.h"
+#include "settings/DefaultsKeys.h"
+#include "settings/DefaultsStore.h"
+#include "settings/PlistCodec.h"
+#include "settings/Preferences.h"
+#include "settings/ProfileListModel.h"
+#include "settings/ProfileStore.h"
+#include "tests/settings/SettingsRig.h"
+
+namespace orvella {
+namespace {
+
+using settings::DefaultsStore;
+using settings::ProfileListModel;
+using settings::ProfileStore;
+using settings::SettingsRecord;
+using testing::FixtureCamera;
+using testing::ScratchPreferences;
+
+QStringList names(const QList<SettingsRecord>& records) {
+    QStringList out;
+    for (const SettingsRecord& record : records)
+        out << record.value("SettingsName").toString();
+    return out;
+}
+
+struct StoreRig {
+    ScratchPreferences prefs;
+    DefaultsStore defaults{prefs.file()};
+    ProfileStore profiles{defaults};
+    FixtureCamera cam{"generic.json"};
+    QString model() const { return cam.camera->modelUniqueID(); }
+};
+
+TEST(ProfileStore, SavesUnderTrimmedNamesAndRefusesClashes) {
+    StoreRig rig;
+    QStringList changed;
+    QObject::connect(&rig.profiles, &ProfileStore::profilesChanged,
+                     [&](const QString& model) { changed << model; });
+    QTCamera& cam = *rig.cam.camera;
+
+    auto saved = rig.profiles.saveNewProfile("  Evening \n", cam, &cam);
+    EXPECT_EQ(saved.result, ProfileStore::SaveResult::Saved);
+    EXPECT_EQ(saved.name, "Evening");
+    EXPECT_EQ(saved.listIndex, 2);
+    EXPECT_EQ(changed, QStringList{rig.model()});
+
+    EXPECT_EQ(rig.profiles.saveNewProfile(" \t\n ", cam, &cam).result,
+              ProfileStore::SaveResult::BlankName);
+    EXPECT_EQ(rig.profiles.saveNewProfile("Evening", cam, &cam).result,
+              ProfileStore::SaveResult::NameTaken);
+    // The last-state record's name is taken too, once the record exists.
+    ASSERT_TRUE(rig.profiles.updateSettings(settings::kAllSettings, &cam));
+    EXPECT_EQ(rig.profiles.saveNewProfile("AppDefault", cam, &cam).result,
+              ProfileStore::SaveResult::NameTaken);
+    // The last-state record stands between the profiles in the array but not in the lists.
+    saved = rig.profiles.saveNewProfile("Day", cam, &cam);
+    EXPECT_EQ(saved.listIndex, 3);
+    EXPECT_EQ(names(rig.profiles.records(rig.model())),
+              QStringList({"Evening", "AppDefault", "Day"}));
+    EXPECT_EQ(names(rig.profiles.profiles(rig.model())), QStringList({"Evening", "Day"}));
+    EXPECT_EQ(rig.profiles.listIndexOf(rig.model(), "Day"), 3);
+    EXPECT_EQ(changed.size(), 2);  // the last-state record changes no list
+    // Saved records are whole snapshots with their name.
+    const SettingsRecord day = *rig.profiles.profileAt(rig.model(), 3);
+    EXPECT_EQ(day.value("Brightness"), QVariant(qint64{rig.cam.controls().curBrightness}));
+    EXPECT_FALSE(day.contains("AppDefault"));
+}
+
+TEST(ProfileStore, TwoCamerasOfAModelShareTheLastStateAndTheProfiles) {
+    StoreRig rig;
+    FixtureCamera second("generic.json");
+    QTCamera& first = *rig.cam.camera;
+    ASSERT_EQ(second.camera->modelUniqueID(), rig.model());
+
+    EXPECT_TRUE(rig.profiles.loadAppDefault(first, &first).created);
+    first.setBrightness(10);
+    first.setContrast(20);
+    // Only the moved control's entries are refreshed.
+    ASSERT_TRUE(rig.profiles.updateSettings(settings::kBrightness, &first));
+    SettingsRecord last = *rig.profiles.appDefaultRecord(rig.model());
+    EXPECT_EQ(last.value("Brightness"), QVariant(qint64{10}));
+    EXPECT_NE(last.value("Contrast"), QVariant(qint64{20}));
+    EXPECT_EQ(last.value("AppDefault"), QVariant(true));
+
+    second.device->clearRequests();
+    EXPECT_FALSE(rig.profiles.loadAppDefault(*second.camera, &first).created);
+    EXPECT_EQ(second.controls().curBrightness, 10);
+    EXPECT_EQ(rig.profiles.records(rig.model()).size(), 1);
+
+    rig.profiles.saveNewProfile("Shared", first, &first);
+    second.camera->setBrightness(-3);
+    ASSERT_TRUE(rig.profiles.applyProfile(rig.model(), 2, *second.camera));
+    EXPECT_EQ(second.controls().curBrightness, 10);
+    EXPECT_FALSE(rig.profiles.applyProfile(rig.model(), 1, *second.camera));
+    EXPECT_FALSE(rig.profiles.applyProfile(rig.model(), 3, *second.camera));
+}
+
+TEST(ProfileStore, DeletingForgetsLoadAtStartAndUpdatingFindsTheShownRecord) {
+    StoreRig rig;
+    QTCamera& cam = *rig.cam.camera;
+    for (const char* name : {"P1", "P2", "P3"})
+        rig.profiles.saveNewProfile(name, cam, &cam);
+    rig.profiles.setLoadAtStart(rig.model(), 3);
+    EXPECT_EQ(rig.profiles.loadAtStart(rig.model()), 3);
+
+    // The camera-default item and the separator delete nothing, but the mark goes.
+    EXPECT_FALSE(rig.profiles.deleteSettings(rig.model(), 0));
+    EXPECT_FALSE(rig.profiles.deleteSettings(rig.model(), 1));
+    EXPECT_EQ(rig.profiles.profiles(rig.model()).size(), 3);
+    EXPECT_EQ(rig.profiles.loadAtStart(rig.model()), -1);
+
+    rig.profiles.setLoadAtStart(rig.model(), 2);
+    EXPECT_TRUE(rig.profiles.deleteSettings(rig.model(), 3));
+    EXPECT_EQ(names(rig.profiles.profiles(rig.model())), QStringList({"P1", "P3"}));
+    EXPECT_EQ(rig.profiles.loadAtStart(rig.model()), -1);
+
+    // Another process deletes P1 while this one's list still shows P3 at index 3.
+    const SettingsRecord shown = *rig.profiles.profileAt(rig.model(), 3);
+    {
+        DefaultsStore otherDefaults(rig.prefs.file());
+        ProfileStore other(otherDefaults);
+        ASSERT_TRUE(other.deleteSettings(rig.model(), 2));
+    }
+    cam.setBrightness(33);
+    EXPECT_TRUE(rig.profiles.updateProfile(3, cam, &cam, &shown));
+    const auto p3 = rig.profiles.profileAt(rig.model(), 2);
+    ASSERT_TRUE(p3);
+    EXPECT_EQ(p3->value("SettingsName"), QVariant("P3"));
+    EXPECT_EQ(p3->value("Brightness"), QVariant(qint64{33}));
+    EXPECT_EQ(rig.profiles.profiles(rig.model()).size(), 1);
+    // A shown record that is gone is not updated, nor is an index that holds no profile.
+    EXPECT_FALSE(rig.profiles.updateProfile(2, cam, &cam, &shown));
+    EXPECT_FALSE(rig.profiles.updateProfile(1, cam, &cam));
+}
+
+TEST(ProfileStore, CleanDefaultsCollapsesNamesAndDropsEmptyModels) {
+    StoreRig rig;
+    const QVariantMap a1{{"SettingsName", "A"}, {"Gain", 1}};
+    const QVariantMap b{{"SettingsName", "B"}, {"Gain", 2}};
+    const QVariantMap a2{{"SettingsName", "A"}, {"Gain", 3}};
+    rig.defaults.setObject(
+        QVariantMap{
+            {"M1", QVariantList{a1, b, a2, 5}}, {"M2", QVariantList()}, {"M3", "not a list"}},
+        "Settings");
+    ASSERT_TRUE(rig.defaults.synchronize());
+    ASSERT_TRUE(rig.profiles.cleanDefaults());
+    EXPECT_EQ(DefaultsStore(rig.prefs.file()).dictionaryForKey("Settings"),
+              QVariantMap({{"M1", QVariantList{settings::plist::normalized(b),
+                                               settings::plist::normalized(a2)}}}));
+}
+
+TEST(ProfileStore, TheLifeCamStudioZoomIsStepped) {
+    ScratchPreferences prefs;
+    DefaultsStore defaults(prefs.file());
+    ProfileStore profiles(defaults);
+    FixtureCamera cam("exposure-knob.json");
+    defaults.setObject(QVariantMap{{cam.camera->modelUniqueID(),
+                                    QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
+                                                             {"AppDefault", true},
+                                                             {"ZoomAbsolute", 3}}}}},
+                       "Settings");
+    const auto outcome = profiles.loadAppDefault(*cam.camera, cam.camera.get());
+    ASSERT_EQ(outcome.steppedZoomTarget, 3);
+    cam.device->clearRequests();
+    ProfileStore::zoomMSLifeCamStudio(*cam.camera, *outcome.steppedZoomTarget);
+    std::vector<int> zooms;
+    for (const auto& set : testing::setCurs(*cam.device))
+        if (set.selector == 0x0B) zooms.push_back(set.data.at(0));
+    EXPECT_EQ(zooms, std::vector<int>({0, 1, 2, 3}));
+
+    FixtureCamera other("generic.json");
+    EXPECT_FALSE(profiles.loadAppDefault(*other.camera, nullptr).steppedZoomTarget);
+}
+
+TEST(ProfileListModel, RowsStarsAndTheProfileInForce) {
+    StoreRig rig;
+    QTCamera& cam = *rig.cam.camera;
+    for (const char* name : {"P1", "P2"})
+        rig.profiles.saveNewProfile(name, cam, &cam);
+    rig.profiles.setLoadAtStart(rig.model(), 3);
+    ProfileListModel list(rig.profiles);
+    auto at = [&](int row, int role) { return list.data(list.index(row), role); };
+
+    EXPECT_EQ(list.showModel(rig.model(), false), 3);
+    ASSERT_EQ(list.rowCount(), 4);
+    EXPECT_EQ(at(0, Qt::DisplayRole), QVariant("CameraDefault"));
+    EXPECT_EQ(at(1, Qt::AccessibleDescriptionRole), QVariant("separator"));
+    EXPECT_EQ(list.flags(list.index(1)), Qt::NoItemFlags);
+    EXPECT_EQ(at(2, Qt::DisplayRole), QVariant("P1"));
+    EXPECT_EQ(at(3, ProfileListModel::StarImageRole), QVariant("Star"));
+    EXPECT_EQ(at(3, ProfileListModel::TagRole), QVariant(1));
+    EXPECT_EQ(at(2, ProfileListModel::StarImageRole), QVariant("NoStar"));
+    EXPECT_EQ(at(3, Qt::CheckStateRole), QVariant(Qt::Checked));
+    EXPECT_EQ(at(2, Qt::CheckStateRole), QVariant(Qt::Unchecked));
+
+    list.markModified();
+    EXPECT_EQ(at(3, Qt::CheckStateRole), QVariant(Qt::PartiallyChecked));
+    list.setCurrentRow(2);
+    EXPECT_EQ(at(2, Qt::CheckStateRole), QVariant(Qt::Checked));
+    EXPECT_EQ(at(3, Qt::CheckStateRole), QVariant(Qt::Unchecked));
+
+    // The load-at-start profile is applied once per camera.
+    EXPECT_EQ(list.showModel(rig.model(), true), -1);
+
+    // The rows follow the store: a saved profile is the one in force, an updated one is no
+    // longer modified, a delete leaves none in force.
+    rig.profiles.saveNewProfile("P3", cam, &cam);
+    EXPECT_EQ(list.rowCount(), 5);
+    EXPECT_EQ(at(4, Qt::DisplayRole), QVariant("P3"));
+    EXPECT_EQ(list.currentRow(), 4);
+    list.setCurrentRow(3);
+    list.markModified();
+    rig.profiles.updateProfile(3, cam, &cam);
+    EXPECT_EQ(at(3, Qt::CheckStateRole), QVariant(Qt::Checked));
+    // Another process's change moves the profile in force; its mark moves with it.
+    {
+        DefaultsStore otherDefaults(rig.prefs.file());
+        ProfileStore(otherDefaults).deleteSettings(rig.model(), 2);
+    }
+    rig.profiles.reload();
+    EXPECT_EQ(list.rowCount(), 4);
+    EXPECT_EQ(list.currentRow(), 2);
+    EXPECT_EQ(at(2, Qt::DisplayRole), QVariant("P2"));
+    rig.profiles.deleteSettings(rig.model(), 3);
+    EXPECT_EQ(list.currentRow(), -1);
+    EXPECT_EQ(list.startRow(), -1);  // deleting forgot the mark
+    EXPECT_EQ(at(2, ProfileListModel::StarRole), QVariant(false));
+
+    // The camera default as the start: both lists star it when it is chosen, but a list built
+    // with it stars it in the pop-up only.
+    EXPECT_TRUE(list.markLoadAtStart(0));
+    EXPECT_EQ(at(0, ProfileListModel::StarRole), QVariant(true));
+    EXPECT_EQ(at(0, ProfileListModel::MenuStarRole), QVariant(true));
+    EXPECT_EQ(list.showModel(rig.model(), false), 0);
+    EXPECT_EQ(at(0, ProfileListModel::StarRole), QVariant(true));
+    EXPECT_EQ(at(0, ProfileListModel::MenuStarRole), QVariant(false));
+
+    list.clear();
+    EXPECT_EQ(list.rowCount(), 2);
+    EXPECT_FALSE(list.markLoadAtStart(0));
+}
+
+TEST(Preferences, AFreshUserAndTheLoginItem) {
+    ScratchPreferences prefs;
+    DefaultsStore defaults(prefs.file());
+    ProfileStore profiles(defaults);
+    linuxplatform::XdgAutostart login("/opt/my apps/orvella", {"--hidden"},
+                                      prefs.dir.filePath("autostart/orvella.desktop"));
+    settings::Preferences preferences(defaults, &login);
+    preferences.startUp(profiles);
+    EXPECT_TRUE(preferences.panelOn());
+    EXPECT_FALSE(preferences.launchAtLogin());
+    EXPECT_EQ(preferences.updateSlider(), 0);
+    EXPECT_EQ(preferences.reconfigureWebcam(), 0);
+    EXPECT_EQ(preferences.hideMenuBarIcon(), 0);
+    EXPECT_EQ(preferences.bwMenuIcon(), 1);
+    DefaultsStore written(prefs.file());
+    EXPECT_EQ(written.objectForKey("Black and White Menu Icon"), QVariant(qint64{1}));
+    EXPECT_EQ(written.objectForKey("Show/Hide Control Panel"), QVariant(true));
+    EXPECT_FALSE(written.objectForKey("UpdateSlider").isValid());  // registered, not written
+
+    // A colour icon lasts until the next start.
+    preferences.setMenuIcon(false);
+    EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("Black and White Menu Icon"), 0);
+    settings::Preferences restarted(defaults);
+    restarted.readDefaults();
+    EXPECT_EQ(restarted.bwMenuIcon(), 1);
+
+    preferences.selectUpdateSlider(4);
+    preferences.selectReconfigureWebcam(3);  // not a tag of the pop-up: off
+    EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("UpdateSlider"), 4);
+    EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("ReconfigureWebcam"), 0);
+
+    preferences.setDisplayValue(3, true);
+    EXPECT_TRUE(preferences.displayValue(3));
+    EXPECT_FALSE(preferences.displayValue(14));
+    EXPECT_EQ(DefaultsStore(prefs.file()).dictionaryForKey("Display Value"),
+              QVariantMap({{"3", true}}));
+
+    // Launch at login is a real autostart entry, and resetting to camera defaults removes it.
+    preferences.clickLaunchAtLogin(true);
+    EXPECT_TRUE(login.isEnabled());
+    EXPECT_TRUE(DefaultsStore(prefs.file()).boolForKey("Launch at Login"));
+    QFile entry(login.path());
+    ASSERT_TRUE(entry.open(QIODevice::ReadOnly));
+    EXPECT_TRUE(entry.readAll().contains("\nExec=\"/opt/my apps/orvella\" --hidden\n"));
+    preferences.switchOffLaunchAtLogin();
+    EXPECT_FALSE(QFile::exists(login.path()));
+    EXPECT_FALSE(DefaultsStore(prefs.file()).boolForKey("Launch at Login"));
+}
+
+}  // namespace
+}  // namespace orvella

@@ -1,0 +1,255 @@
+// orvellactl's profile commands as separate processes beside the application's own store: a
+// profile saved on one side is listed and applied on the other, two processes saving at once keep
+// every profile, the request log shows what reached the cameras, and bad input is one line.
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QEventLoop>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QTimer>
+
+#include "settings/DefaultsStore.h"
+#include "settings/ProfileListModel.h"
+#include "settings/ProfileStore.h"
+#include "settings/SettingsRecord.h"
+#include "tests/settings/SettingsRig.h"
+#include "tools/CtlRequestLog.h"
+
+namespace orvella {
+namespace {
+
+using settings::DefaultsStore;
+using settings::ProfileStore;
+
+struct CtlRun {
+    int exitCode = -1;
+    QString out;
+    QString err;
+};
+
+// orvellactl with a preferences folder of its own.
+struct Ctl {
+    QTemporaryDir home;
+
+    QString prefsFile() const { return home.filePath("orvella/org.orvella.Orvella.plist"); }
+    QProcessEnvironment environment() const {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert("XDG_CONFIG_HOME", home.path());
+        return env;
+    }
+    CtlRun operator()(const QStringList& arguments) const {
+        QProcess process;
+        process.setProcessEnvironment(environment());
+        process.start(QStringLiteral(ORVELLA_ORVELLACTL), arguments);
+        EXPECT_TRUE(process.waitForFinished(60000));
+        EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << arguments.join(' ').toStdString();
+        return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+                QString::fromUtf8(process.readAllStandardError())};
+    }
+};
+
+QString fixture(const char* name) {
+    return QString::fromStdString(testing::fixturePath(name));
+}
+
+QStringList lines(const QString& path) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) return {};
+    return QString::fromUtf8(file.readAll()).split('\n', Qt::SkipEmptyParts);
+}
+
+// The SET_CUR lines of a request log.
+QStringList setCurLines(const QStringList& log) {
+    return log.filter(QRegularExpression("^\\d+ 21 01 "));
+}
+
+TEST(OrvellaCtlProfiles, AProfileSavedOnOneSideIsListedAndAppliedOnTheOther) {
+    Ctl ctl;
+    const QStringList camera{"--virtual", fixture("generic.json")};
+    // The application saves a profile...
+    DefaultsStore appDefaults(ctl.prefsFile());
+    ProfileStore app(appDefaults);
+    testing::FixtureCamera cam("generic.json");
+    cam.camera->setBrightness(25);
+    cam.camera->setGain(9);
+    ASSERT_EQ(app.saveNewProfile(" Studio ", *cam.camera, cam.camera.get()).result,
+              ProfileStore::SaveResult::Saved);
+
+    // ...orvellactl lists it and applies it to a camera of the model.
+    CtlRun run = ctl(camera + QStringList{"profile", "list", "1"});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(run.out, "Studio\n");
+    const QString log = ctl.home.filePath("requests.log");
+    run = ctl(camera + QStringList{"--request-log", log, "profile", "apply", "1", "Studio"});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+
+    // What reached the camera is what applying the record in the application sends, in order.
+    testing::FixtureCamera fresh("generic.json");
+    settings::loadSettings(*app.profileAt(cam.camera->modelUniqueID(), 2), *fresh.camera);
+    QStringList expected;
+    for (const auto& r : fresh.device->requests())
+        expected << QString::fromStdString(usbip::RequestLog::transferLine(
+            1,
+            {r.bmRequestType, r.bRequest, uint8_t(r.wValue), uint8_t(r.wValue >> 8),
+             uint8_t(r.wIndex), uint8_t(r.wIndex >> 8), uint8_t(r.wLength),
+             uint8_t(r.wLength >> 8)},
+            r.data, tools::requestOutcome(r.status)));
+    EXPECT_EQ(setCurLines(lines(log)), setCurLines(expected));
+    EXPECT_TRUE(lines(log).contains("1 21 01 0200 0200 2 1900 ok"));  // Brightness 25
+    // The last state followed the profile.
+    run = ctl(camera + QStringList{"profile", "show", "1", "AppDefault", "--json"});
+    EXPECT_TRUE(run.out.contains("\"Brightness\": 25")) << run.out.toStdString();
+
+    // The other way round: orvellactl saves (with blanks around the name), the application sees.
+    run = ctl(camera + QStringList{"profile", "save", "1", "  Night \t"});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    app.reload();
+    EXPECT_EQ(app.listIndexOf(cam.camera->modelUniqueID(), "Night"), 3);
+    EXPECT_TRUE(app.applyProfile(cam.camera->modelUniqueID(), 3, *cam.camera));
+
+    run = ctl(camera + QStringList{"profile", "show", "Studio"});  // one camera: CAMERA left out
+    EXPECT_TRUE(run.out.contains("Gain = 9\n")) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains("SettingsName = \"Studio\"\n"));
+    run = ctl(camera + QStringList{"profile", "delete", "1", "Studio"});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    app.reload();
+    EXPECT_EQ(app.listIndexOf(cam.camera->modelUniqueID(), "Night"), 2);
+    run = ctl(QStringList{"--demo", "profile", "list"});  // every model
+    EXPECT_EQ(run.out, "UVC Camera VendorID_7531 ProductID_258\tNight\n");
+}
+
+TEST(OrvellaCtlProfiles, ARunningApplicationSeesWhatOrvellactlSaves) {
+    int argc = 1;
+    char name[] = "orvella_tests";
+    char* argv[] = {name, nullptr};
+    QCoreApplication application(argc, argv);
+    Ctl ctl;
+    DefaultsStore appDefaults(ctl.prefsFile());
+    ProfileStore app(appDefaults);
+    settings::ProfileListModel list(app);
+    list.showModel("UVC Camera VendorID_7531 ProductID_258", true);
+    app.watchForOtherProcesses();
+
+    QProcess process;
+    process.setProcessEnvironment(ctl.environment());
+    process.start(ORVELLA_ORVELLACTL, {"--demo", "profile", "save", "From the shell"});
+    QEventLoop loop;
+    QObject::connect(&list, &QAbstractItemModel::modelReset, &loop, [&] {
+        if (list.rowCount() == 3) loop.quit();
+    });
+    QTimer::singleShot(30000, &loop, &QEventLoop::quit);
+    loop.exec();
+    ASSERT_EQ(list.rowCount(), 3);
+    EXPECT_EQ(list.data(list.index(2)), QVariant("From the shell"));
+    process.waitForFinished();
+}
+
+TEST(OrvellaCtlProfiles, TwoProcessesSavingAtOnceKeepEveryProfile) {
+    Ctl ctl;
+    auto saver = [&](const char* prefix) {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(ctl.environment());
+        process->start("/bin/sh",
+                       {"-c",
+                        "for i in $(seq 1 50); do \"$0\" --virtual \"$1\" profile save 1 \"$2$i\" "
+                        "|| exit 1; done",
+                        ORVELLA_ORVELLACTL, fixture("generic.json"), prefix});
+        return process;
+    };
+    auto first = saver("A"), second = saver("B");
+    ASSERT_TRUE(first->waitForFinished(300000));
+    ASSERT_TRUE(second->waitForFinished(300000));
+    EXPECT_EQ(first->exitCode(), 0) << first->readAllStandardError().toStdString();
+    EXPECT_EQ(second->exitCode(), 0) << second->readAllStandardError().toStdString();
+
+    const CtlRun list = ctl({"--virtual", fixture("generic.json"), "profile", "list", "1"});
+    QStringList saved = list.out.split('\n', Qt::SkipEmptyParts);
+    EXPECT_EQ(saved.size(), 100);
+    saved.sort();
+    saved.removeDuplicates();
+    EXPECT_EQ(saved.size(), 100);
+    for (int i = 1; i <= 50; ++i) {
+        EXPECT_TRUE(saved.contains(QString("A%1").arg(i))) << i;
+        EXPECT_TRUE(saved.contains(QString("B%1").arg(i))) << i;
+    }
+}
+
+TEST(OrvellaCtlProfiles, ApplyLastRestoresEveryConnectedCamera) {
+    Ctl ctl;
+    const QStringList cameras{"--virtual", fixture("generic.json"), "--virtual",
+                              fixture("full-pu.json")};
+    {
+        DefaultsStore defaults(ctl.prefsFile());
+        defaults.setObject(QVariantMap{{"UVC Camera VendorID_7531 ProductID_258",
+                                        QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
+                                                                 {"AppDefault", true},
+                                                                 {"BrightnessDisabled", false},
+                                                                 {"Brightness", 7}}}}},
+                           "Settings");
+        ASSERT_TRUE(defaults.synchronize());
+    }
+    const QString log = ctl.home.filePath("requests.log");
+    const CtlRun run = ctl(cameras + QStringList{"apply-last", "--all", "--request-log", log});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_EQ(setCurLines(lines(log)), QStringList{"1 21 01 0200 0200 2 0700 ok"});
+    EXPECT_FALSE(lines(log).filter(QRegularExpression("^2 ")).isEmpty());  // probed, recorded
+    // The camera that had no last state got one, as the application would record it.
+    DefaultsStore after(ctl.prefsFile());
+    ProfileStore profiles(after);
+    EXPECT_TRUE(profiles.appDefaultRecord("UVC Camera VendorID_7531 ProductID_259"));
+    EXPECT_EQ(ctl(cameras + QStringList{"apply-last", "2"}).exitCode, 0);
+}
+
+TEST(OrvellaCtlProfiles, BadInputIsOneLineAndANonZeroExit) {
+    Ctl ctl;
+    const QStringList camera{"--virtual", fixture("generic.json")};
+    ASSERT_EQ(ctl(camera + QStringList{"profile", "save", "1", "Taken"}).exitCode, 0);
+    struct Case {
+        QStringList arguments;
+        int exitCode;
+        const char* says;
+    };
+    const Case cases[] = {
+        {camera + QStringList{"profile", "save", "1", "  Taken "}, 1, "already has"},
+        {camera + QStringList{"profile", "save", "1", "AppDefault"}, 0, nullptr},
+        {camera + QStringList{"profile", "save", "1", "AppDefault"}, 1, "already has"},
+        {camera + QStringList{"profile", "apply", "1", "Nope"}, 1, "no profile \"Nope\""},
+        {camera + QStringList{"profile", "delete", "1", "Nope"}, 1, "no profile"},
+        {camera + QStringList{"profile", "show", "1", "Nope"}, 1, "no profile"},
+        {camera + QStringList{"profile", "save", "1", " \t "}, 2, "blank"},
+        {camera + QStringList{"profile"}, 2, "usage"},
+        {camera + QStringList{"profile", "rename", "1", "x"}, 2, "rename"},
+        {camera + QStringList{"profile", "list", "--json"}, 2, "--json"},
+        {camera + QStringList{"profile", "list", "--all"}, 2, "--all"},
+        {camera + QStringList{"apply-last", "1", "--all"}, 2, "not both"},
+        {camera + QStringList{"profile", "list", "7"}, 1, "no camera"},
+        {camera + QStringList{"list", "--request-log"}, 2, "FILE"},
+        {camera + QStringList{"list", "--request-log", "/nonexistent/dir/log"}, 1, "cannot open"},
+    };
+    for (const Case& c : cases) {
+        const CtlRun run = ctl(c.arguments);
+        const std::string what = c.arguments.mid(2).join(' ').toStdString();
+        EXPECT_EQ(run.exitCode, c.exitCode) << what << ": " << run.err.toStdString();
+        if (!c.says) continue;
+        EXPECT_TRUE(run.out.isEmpty()) << what;
+        EXPECT_EQ(run.err.count('\n'), 1) << what << ": " << run.err.toStdString();
+        EXPECT_TRUE(run.err.contains(c.says)) << what << ": " << run.err.toStdString();
+    }
+
+    // A damaged preferences file is set aside with a note, and the command goes on.
+    QFile damaged(ctl.prefsFile());
+    ASSERT_TRUE(damaged.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    damaged.write("<?xml version=\"1.0\"?><plist><dict><key>Settings</key>");
+    damaged.close();
+    const CtlRun run = ctl(camera + QStringList{"profile", "save", "1", "Fresh"});
+    EXPECT_EQ(run.exitCode, 0);
+    EXPECT_TRUE(run.err.contains("moved aside to")) << run.err.toStdString();
+    EXPECT_EQ(ctl(camera + QStringList{"profile", "list"}).out,
+              "UVC Camera VendorID_7531 ProductID_258\tFresh\n");
+}
+
+}  // namespace
+}  // namespace orvella

@@ -1,0 +1,212 @@
+#include "tools/CtlProfiles.h"
+
+#include <QJsonDocument>
+#include <QJsonObject>
+
+#include "platform/Clock.h"
+#include "settings/DefaultsKeys.h"
+#include "settings/DefaultsStore.h"
+#include "settings/ProfileStore.h"
+
+namespace orvella::tools {
+
+namespace {
+
+using settings::ProfileStore;
+using settings::SettingsRecord;
+
+// The pause before a LifeCam Studio's zoom is stepped up, as the application waits.
+constexpr uint32_t kSteppedZoomDelayMicroseconds = 1000000;
+
+struct Target {
+    QTCamera* camera = nullptr;
+    QString name;
+};
+
+// [CAMERA] NAME: with one argument the camera is left out (allowed with a single camera).
+std::variant<Target, CtlFailure> cameraAndName(const CtlCameras& cameras,
+                                               const QStringList& arguments, const char* usage) {
+    if (arguments.isEmpty() || arguments.size() > 2)
+        return CtlFailure{QStringLiteral("usage: orvellactl %1").arg(QLatin1String(usage)),
+                          kExitUsage};
+    const auto found =
+        cameras.find(arguments.size() == 2 ? std::optional(arguments[0]) : std::nullopt);
+    if (const auto* failure = std::get_if<CtlFailure>(&found)) return *failure;
+    Target target{std::get<QTCamera*>(found), ProfileStore::trimmedName(arguments.back())};
+    if (target.name.isEmpty())
+        return CtlFailure{QStringLiteral("a profile name cannot be blank"), kExitUsage};
+    return target;
+}
+
+CtlFailure unknownProfile(const Target& target) {
+    return CtlFailure{QStringLiteral("%1 has no profile \"%2\" (see orvellactl profile list)")
+                          .arg(target.camera->modelUniqueID(), target.name)};
+}
+
+CtlFailure notWritten(const settings::DefaultsStore& store) {
+    return CtlFailure{
+        QStringLiteral("the preferences file %1 cannot be written").arg(store.path())};
+}
+
+QString valueText(const QVariant& value) {
+    if (value.typeId() == QMetaType::Bool) return value.toBool() ? "true" : "false";
+    if (value.typeId() == QMetaType::QString) return QLatin1Char('"') + value.toString() + '"';
+    return value.toString();
+}
+
+std::optional<CtlFailure> list(ProfileStore& profiles, const CtlCameras& cameras,
+                               const QStringList& arguments, std::ostream& out) {
+    if (arguments.size() > 1)
+        return CtlFailure{QStringLiteral("usage: orvellactl profile list [CAMERA]"), kExitUsage};
+    QStringList models;
+    if (arguments.isEmpty()) {
+        models = profiles.models();
+    } else {
+        const auto found = cameras.find(arguments[0]);
+        if (const auto* failure = std::get_if<CtlFailure>(&found)) return *failure;
+        models << std::get<QTCamera*>(found)->modelUniqueID();
+    }
+    for (const QString& model : models) {
+        const int start = profiles.loadAtStart(model);
+        int index = settings::kFirstProfileIndex;
+        for (const SettingsRecord& record : profiles.profiles(model)) {
+            QString line = record.value(settings::keys::kSettingsName).toString();
+            if (arguments.isEmpty()) line.prepend(model + QLatin1Char('\t'));
+            if (index++ == start) line += QStringLiteral("\t(load at start)");
+            out << line.toStdString() << '\n';
+        }
+    }
+    return std::nullopt;
+}
+
+std::optional<CtlFailure> save(ProfileStore& profiles, const Target& target) {
+    const auto outcome = profiles.saveNewProfile(target.name, *target.camera, target.camera);
+    switch (outcome.result) {
+        case ProfileStore::SaveResult::Saved:
+            return std::nullopt;
+        case ProfileStore::SaveResult::NameTaken:
+            return CtlFailure{QStringLiteral("%1 already has a profile \"%2\"")
+                                  .arg(target.camera->modelUniqueID(), outcome.name)};
+        case ProfileStore::SaveResult::BlankName:
+            return CtlFailure{QStringLiteral("a profile name cannot be blank"), kExitUsage};
+        case ProfileStore::SaveResult::NotWritten:
+            break;
+    }
+    return notWritten(profiles.defaults());
+}
+
+std::optional<CtlFailure> apply(ProfileStore& profiles, const Target& target) {
+    const QString model = target.camera->modelUniqueID();
+    const int index = profiles.listIndexOf(model, target.name);
+    if (index < 0) return unknownProfile(target);
+    profiles.applyProfile(model, index, *target.camera);
+    // The last state follows the profile, as when a profile is chosen in the application.
+    if (!profiles.updateSettings(settings::kAllSettings, target.camera))
+        return notWritten(profiles.defaults());
+    return std::nullopt;
+}
+
+std::optional<CtlFailure> remove(ProfileStore& profiles, const Target& target) {
+    const QString model = target.camera->modelUniqueID();
+    const int index = profiles.listIndexOf(model, target.name);
+    if (index < 0) return unknownProfile(target);
+    if (!profiles.deleteSettings(model, index)) return notWritten(profiles.defaults());
+    return std::nullopt;
+}
+
+std::optional<CtlFailure> show(ProfileStore& profiles, const Target& target, bool json,
+                               std::ostream& out) {
+    // The last-state record is shown by its name "AppDefault" too.
+    std::optional<SettingsRecord> found;
+    for (const SettingsRecord& record : profiles.records(target.camera->modelUniqueID()))
+        if (!found && record.value(settings::keys::kSettingsName).toString() == target.name)
+            found = record;
+    if (!found) return unknownProfile(target);
+    if (json) {
+        out << QJsonDocument(QJsonObject::fromVariantMap(*found)).toJson().toStdString();
+        return std::nullopt;
+    }
+    for (auto it = found->cbegin(); it != found->cend(); ++it)
+        out << it.key().toStdString() << " = " << valueText(it.value()).toStdString() << '\n';
+    return std::nullopt;
+}
+
+// The core's log is quiet without --verbose, but a preferences file that had to be set aside is
+// something the user must hear about.
+void noteSetAside(const settings::DefaultsStore& store, std::ostream& err) {
+    if (!store.setAsidePath().isEmpty())
+        err << "orvellactl: note: " << store.path().toStdString()
+            << " could not be read; it was moved aside to " << store.setAsidePath().toStdString()
+            << " and the preferences start empty\n";
+}
+
+void applyLast(ProfileStore& profiles, QTCamera& camera) {
+    const auto outcome = profiles.loadAppDefault(camera, &camera);
+    if (!outcome.steppedZoomTarget) return;
+    platform::Clock* clock = camera.platform().clock;
+    (clock ? *clock : platform::SystemClock::shared()).usleep(kSteppedZoomDelayMicroseconds);
+    ProfileStore::zoomMSLifeCamStudio(camera, *outcome.steppedZoomTarget);
+}
+
+}  // namespace
+
+std::optional<CtlFailure> runProfileCommand(const CtlCameras& cameras, const QStringList& arguments,
+                                            bool json, std::ostream& out, std::ostream& err) {
+    settings::DefaultsStore store;
+    noteSetAside(store, err);
+    ProfileStore profiles(store);
+    const QString sub = arguments.value(0);
+    const QStringList rest = arguments.mid(1);
+    if (json && sub != QLatin1String("show"))
+        return CtlFailure{QStringLiteral("--json goes with show only"), kExitUsage};
+    if (sub == QLatin1String("list")) return list(profiles, cameras, rest, out);
+
+    struct Sub {
+        const char* name;
+        const char* usage;
+    };
+    static constexpr Sub kSubs[] = {
+        {"save", "profile save CAMERA NAME"},
+        {"apply", "profile apply CAMERA NAME"},
+        {"delete", "profile delete CAMERA NAME"},
+        {"show", "profile show CAMERA NAME [--json]"},
+    };
+    for (const Sub& candidate : kSubs) {
+        if (sub != QLatin1String(candidate.name)) continue;
+        const auto target = cameraAndName(cameras, rest, candidate.usage);
+        if (const auto* failure = std::get_if<CtlFailure>(&target)) return *failure;
+        const Target& chosen = std::get<Target>(target);
+        if (sub == QLatin1String("save")) return save(profiles, chosen);
+        if (sub == QLatin1String("apply")) return apply(profiles, chosen);
+        if (sub == QLatin1String("delete")) return remove(profiles, chosen);
+        return show(profiles, chosen, json, out);
+    }
+    return CtlFailure{
+        sub.isEmpty()
+            ? QStringLiteral("usage: orvellactl profile list|save|apply|delete|show ...")
+            : QStringLiteral("unknown profile command \"%1\" (see orvellactl --help)").arg(sub),
+        kExitUsage};
+}
+
+std::optional<CtlFailure> runApplyLastCommand(const CtlCameras& cameras,
+                                              const QStringList& arguments, bool all,
+                                              std::ostream& err) {
+    settings::DefaultsStore store;
+    noteSetAside(store, err);
+    ProfileStore profiles(store);
+    if (all) {
+        if (!arguments.isEmpty())
+            return CtlFailure{QStringLiteral("apply-last takes a CAMERA or --all, not both"),
+                              kExitUsage};
+        for (QTCamera* camera : cameras.all)
+            applyLast(profiles, *camera);
+        return std::nullopt;
+    }
+    const auto found =
+        cameras.find(arguments.isEmpty() ? std::nullopt : std::optional(arguments[0]));
+    if (const auto* failure = std::get_if<CtlFailure>(&found)) return *failure;
+    applyLast(profiles, *std::get<QTCamera*>(found));
+    return std::nullopt;
+}
+
+}  // namespace orvella::tools
