@@ -1,0 +1,130 @@
+// orvella: the desktop application. Parses the command line, keeps one running instance per user,
+// assembles the platform (the machine's cameras or virtual ones), lists the cameras and shows the
+// tray icon.
+
+#include <QApplication>
+#include <QDBusConnection>
+#include <QIcon>
+#include <QMenu>
+#include <QSystemTrayIcon>
+#include <cstdio>
+
+#include "app/AppPlatform.h"
+#include "app/CameraDiscovery.h"
+#include "app/CameraList.h"
+#include "app/CommandLine.h"
+#include "app/OrvellaBus.h"
+#include "platform/Log.h"
+#include "ui/StatusItemView.h"
+
+namespace {
+
+using namespace orvella;
+
+// Stands in for the controller until it exists: cameras are listed and their list answers the
+// bus; there is no panel and no profile store yet.
+class Application final : public app::CameraDiscoveryDelegate, public app::ScriptingTarget {
+  public:
+    explicit Application(app::CameraList& cameras) : cameras_(cameras) {}
+
+    void loadAppDefault(QTCamera& camera) override {
+        NSLog("Camera found: %s", qUtf8Printable(camera.displayName()));
+    }
+    void switchCamera(QTCamera* camera) override {
+        NSLog("Current camera: %s", camera ? qUtf8Printable(camera->displayName()) : "none");
+    }
+    void observeFormatChanges(bool) override {}
+
+    std::vector<Camera> cameras() const override {
+        std::vector<Camera> list;
+        for (int row = 0; row < cameras_.size(); ++row)
+            list.push_back({cameras_.at(row)->uniqueID(), cameras_.at(row)->displayName(),
+                            row == cameras_.currentRow()});
+        return list;
+    }
+    QString applyProfile(const QString&, const QString&) override {
+        return QStringLiteral("profiles are not available yet");
+    }
+    void setPanelVisible(bool visible) override {
+        panelVisible_ = visible;
+        NSLog("The control panel is not available yet");
+    }
+    bool isPanelVisible() const override { return panelVisible_; }
+
+  private:
+    app::CameraList& cameras_;
+    bool panelVisible_ = false;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    // The command line is read before the interface starts, so that --help, --version and
+    // mistakes are answered without a display.
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    const app::CommandLine line = app::CommandLine::parse(arguments);
+    switch (line.action) {
+        case app::CommandLine::Action::ShowHelp:
+        case app::CommandLine::Action::ShowVersion:
+            std::fputs(qUtf8Printable(line.text), stdout);
+            return 0;
+        case app::CommandLine::Action::Fail:
+            std::fprintf(stderr, "%s\n", qUtf8Printable(line.text));
+            return app::CommandLine::kExitUsage;
+        case app::CommandLine::Action::Run:
+            break;
+    }
+
+    QApplication application(argc, argv);
+    QApplication::setApplicationName(QStringLiteral("Orvella"));
+    QApplication::setApplicationVersion(QStringLiteral(ORVELLA_VERSION));
+    QApplication::setDesktopFileName(QStringLiteral("org.orvella.Orvella"));
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    app::CameraList cameras;
+    Application controller(cameras);
+    app::OrvellaBus bus(controller);
+    switch (bus.claim(QDBusConnection::sessionBus())) {
+        case app::OrvellaBus::Claim::Taken: {
+            QString error;
+            if (!app::OrvellaBus::showRunningInstance(QDBusConnection::sessionBus(), &error)) {
+                std::fprintf(stderr,
+                             "orvella: another Orvella is running and does not answer: %s\n",
+                             qUtf8Printable(error));
+                return 1;
+            }
+            std::fprintf(stderr, "orvella: already running; its panel is shown\n");
+            return 0;
+        }
+        case app::OrvellaBus::Claim::Owned:
+        case app::OrvellaBus::Claim::Unavailable:
+            break;
+    }
+
+    QString error;
+    const std::unique_ptr<app::AppPlatform> platform =
+        app::AppPlatform::assemble(line.options, &error);
+    if (!platform) {
+        std::fprintf(stderr, "orvella: %s\n", qUtf8Printable(error));
+        return app::CommandLine::kExitUsage;
+    }
+    app::CameraDiscovery discovery(platform->services(), platform->captureDevices(), cameras,
+                                   controller);
+    discovery.registerDeviceCallbackHandler();
+    platform->start();
+
+    QMenu menu;
+    menu.addAction(QObject::tr("Quit"), &application, &QCoreApplication::quit);
+    ui::StatusItemView item;
+    item.setImage(QIcon(QStringLiteral(":/images/ColorMenu.svg")));
+    item.setAlternateImage(item.image());
+    item.setToolTip(QStringLiteral("Orvella"));
+    item.setMenu(&menu);
+    item.show();
+    if (!QSystemTrayIcon::isSystemTrayAvailable())
+        NSLog("No system tray is available; the icon appears when one starts");
+
+    return application.exec();
+}
