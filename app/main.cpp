@@ -1,12 +1,9 @@
 // orvella: the desktop application. Parses the command line, keeps one running instance per user,
 // assembles the platform (the machine's cameras or virtual ones), lists the cameras and shows the
-// tray icon.
+// tray icon with its menu.
 
 #include <QApplication>
 #include <QDBusConnection>
-#include <QIcon>
-#include <QMenu>
-#include <QSystemTrayIcon>
 #include <cstdio>
 
 #include "app/AppPlatform.h"
@@ -15,7 +12,8 @@
 #include "app/CommandLine.h"
 #include "app/OrvellaBus.h"
 #include "platform/Log.h"
-#include "ui/StatusItemView.h"
+#include "ui/StatusBar.h"
+#include "ui/StatusMenu.h"
 
 namespace {
 
@@ -115,16 +113,16 @@ int main(int argc, char** argv) {
     discovery.registerDeviceCallbackHandler();
     platform->start();
 
-    QMenu menu;
-    menu.addAction(QObject::tr("Quit"), &application, &QCoreApplication::quit);
-    ui::StatusItemView item;
-    item.setImage(QIcon(QStringLiteral(":/images/ColorMenu.svg")));
-    item.setAlternateImage(item.image());
-    item.setToolTip(QStringLiteral("Orvella"));
-    item.setMenu(&menu);
-    item.show();
-    if (!QSystemTrayIcon::isSystemTrayAvailable())
-        NSLog("No system tray is available; the icon appears when one starts");
+    // The tray: the cameras are listed and can be chosen; the rest comes with the controller.
+    ui::StatusMenu menu;
+    menu.setCameraModel(&cameras);
+    QObject::connect(&menu, &ui::StatusMenu::cameraSelected,
+                     [&discovery](int row) { discovery.selectCamera(row); });
+    QObject::connect(&menu, &ui::StatusMenu::quitClicked, &application, &QCoreApplication::quit);
+    ui::StatusBar statusBar(&menu);
+    statusBar.installStatusBar();
+    QObject::connect(&menu, &ui::StatusMenu::showHideClicked,
+                     [&controller] { controller.setPanelVisible(!controller.isPanelVisible()); });
 
     return application.exec();
 }

@@ -30,8 +30,8 @@ QString PopViewController::infoValueForKey(const QString& key) {
 
 void PopViewController::localize() {
     const QString name = infoValueForKey(QStringLiteral("CFBundleName"));
-    ui_->mTxtPopover->setText(localizedWithName("PopOverText", name));
-    ui_->mChkDisablePopup->setText(localized("DisableNotification"));
+    ui_->mTxtPopover->setText(tray::nameFormat("PopOverText", name));
+    ui_->mChkDisablePopup->setText(tray::text("DisableNotification"));
     QPalette palette = ui_->mTxtPopover->palette();
     palette.setColor(QPalette::WindowText, Qt::white);
     ui_->mTxtPopover->setPalette(palette);

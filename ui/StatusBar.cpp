@@ -1,10 +1,14 @@
 #include "ui/StatusBar.h"
 
 #include <QCoreApplication>
+#include <QGuiApplication>
 #include <QIcon>
+#include <QScreen>
 #include <QSystemTrayIcon>
 
 #include "platform/Log.h"
+#include "ui/PopViewController.h"
+#include "ui/PopWindow.h"
 #include "ui/StatusMenu.h"
 
 namespace orvella::ui {
@@ -68,6 +72,25 @@ void StatusBar::checkTray() {
     NSLog("%s", available ? "A system tray appeared; the icon is there"
                           : "The system tray went away; the control panel opens as a window");
     emit trayAvailabilityChanged(available);
+}
+
+}  // namespace orvella::ui
+
+namespace orvella::ui {
+
+void StatusBar::showPopover() {
+    if (!statusItemView_ || !trayAvailable_) return;
+    if (!popWindow_) {
+        auto* content = new PopViewController;
+        connect(content, &PopViewController::disablePopupClicked, this,
+                &StatusBar::disablePopupClicked);
+        const QScreen* screen = QGuiApplication::primaryScreen();
+        const QRect target =
+            PopWindow::targetFor(statusItemView_->globalRect(),
+                                 screen ? screen->availableGeometry() : QRect(), content->size());
+        popWindow_ = std::make_unique<PopWindow>(target, content);
+    }
+    popWindow_->showAnimated();
 }
 
 }  // namespace orvella::ui

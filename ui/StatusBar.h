@@ -16,6 +16,7 @@
 namespace orvella::ui {
 
 class StatusMenu;
+class PopWindow;
 
 class StatusBar final : public QObject {
     Q_OBJECT
@@ -45,12 +46,20 @@ class StatusBar final : public QObject {
     // Asks again whether a tray host is there (the watch does it every kTrayCheckMs).
     void checkTray();
 
+    // The reminder under the icon (made once and kept): shown only while the icon is installed
+    // and a tray host shows it -- with no icon there is nothing to point at. It points at the
+    // icon when the tray says where that is, else at the screen's top right.
+    void showPopover();
+    PopWindow* popWindow() const { return popWindow_.get(); }
+
     static constexpr int kTrayCheckMs = 2000;
 
   signals:
     void menuIconChanged(bool blackAndWhite);
     // A tray host appeared or went away.
     void trayAvailabilityChanged(bool available);
+    // The reminder's check box: do not show it again (the "Disable Popup" preference).
+    void disablePopupClicked(bool disabled);
 
   private:
     StatusMenu* menu_;
@@ -58,6 +67,7 @@ class StatusBar final : public QObject {
     bool trayAvailable_ = false;
     bool bwMenuIcon_ = false;
     std::unique_ptr<StatusItemView> statusItemView_;
+    std::unique_ptr<PopWindow> popWindow_;
     QTimer trayWatch_;
 };
 

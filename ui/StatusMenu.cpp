@@ -2,6 +2,7 @@
 
 #include <QAbstractItemModel>
 #include <QCoreApplication>
+#include <QIcon>
 
 namespace orvella::ui {
 
@@ -10,12 +11,12 @@ namespace {
 const QString kIndent = QStringLiteral("\u2003");
 }  // namespace
 
-QString localized(const char* key) {
+QString tray::text(const char* key) {
     return QCoreApplication::translate("Localizable", key);
 }
 
-QString localizedWithName(const char* key, const QString& appName) {
-    QString text = localized(key);
+QString tray::nameFormat(const char* key, const QString& appName) {
+    QString text = tray::text(key);
     if (text.contains(QLatin1String("%1"))) return text.arg(appName);
     return text.replace(QLatin1String("%@"), appName);
 }
@@ -47,17 +48,17 @@ StatusMenu::StatusMenu(QWidget* parent) : QMenu(parent) {
 StatusMenu::~StatusMenu() = default;
 
 void StatusMenu::localize(const QString& appName) {
-    mItmAbout->setText(localizedWithName("About", appName));
-    mItmQuit->setText(localizedWithName("Quit", appName));
-    mItmBWMenuIcon->setText(localized("UseBWMenuIcon"));
-    mItmWebcamLabel->setText(localized("Webcam"));
-    mItmSettingsLabel->setText(localized("Profile"));
-    mItmSettingsDefault->setText(kIndent + localized("CameraDefault"));
+    mItmAbout->setText(tray::nameFormat("About", appName));
+    mItmQuit->setText(tray::nameFormat("Quit", appName));
+    mItmBWMenuIcon->setText(tray::text("UseBWMenuIcon"));
+    mItmWebcamLabel->setText(tray::text("Webcam"));
+    mItmSettingsLabel->setText(tray::text("Profile"));
+    mItmSettingsDefault->setText(kIndent + tray::text("CameraDefault"));
     setPanelOn(false, appName);
 }
 
 void StatusMenu::setPanelOn(bool panelOn, const QString& appName) {
-    mItmShowHide->setText(localizedWithName(panelOn ? "Hide_Panel" : "Show_Panel", appName));
+    mItmShowHide->setText(tray::nameFormat(panelOn ? "Hide_Panel" : "Show_Panel", appName));
 }
 
 void StatusMenu::setBWMenuIcon(bool on) {
@@ -82,10 +83,12 @@ void StatusMenu::setCameraModel(QAbstractItemModel* model) {
     rebuildCameras();
 }
 
-void StatusMenu::setProfileModel(QAbstractItemModel* model, int firstProfileRow) {
+void StatusMenu::setProfileModel(QAbstractItemModel* model, int firstProfileRow,
+                                 int starImageRole) {
     if (profiles_) disconnect(profiles_, nullptr, this, nullptr);
     profiles_ = model;
     firstProfileRow_ = firstProfileRow;
+    starImageRole_ = starImageRole;
     watch(model, &StatusMenu::rebuildProfiles);
     rebuildProfiles();
 }
@@ -122,17 +125,26 @@ void StatusMenu::rebuildProfiles() {
     }
     profileItems_.clear();
     const int rows = profiles_ ? profiles_->rowCount() : 0;
-    if (rows > 0)
-        mItmSettingsDefault->setChecked(profiles_->index(0, 0).data(Qt::CheckStateRole).toInt() ==
-                                        Qt::Checked);
+    const auto inForce = [](const QModelIndex& index) {
+        return index.data(Qt::CheckStateRole).toInt() != Qt::Unchecked;
+    };
+    const auto icon = [this](const QModelIndex& index) {
+        if (starImageRole_ < 0) return index.data(Qt::DecorationRole).value<QIcon>();
+        const QString name = index.data(starImageRole_).toString();
+        return name.isEmpty() ? QIcon() : QIcon(QStringLiteral(":/images/%1.svg").arg(name));
+    };
+    if (rows > 0) {
+        mItmSettingsDefault->setChecked(inForce(profiles_->index(0, 0)));
+        mItmSettingsDefault->setIcon(icon(profiles_->index(0, 0)));
+    }
     for (int row = firstProfileRow_; row < rows; ++row) {
         const QModelIndex index = profiles_->index(row, 0);
         if (index.data(Qt::AccessibleDescriptionRole).toString() == QLatin1String("separator"))
             continue;
         auto* item = new QAction(kIndent + index.data(Qt::DisplayRole).toString(), this);
         item->setCheckable(true);
-        item->setChecked(index.data(Qt::CheckStateRole).toInt() == Qt::Checked);
-        item->setIcon(index.data(Qt::DecorationRole).value<QIcon>());
+        item->setChecked(inForce(index));
+        item->setIcon(icon(index));
         connect(item, &QAction::triggered, this, [this, row, item] {
             item->setChecked(!item->isChecked());
             emit profileSelected(row);

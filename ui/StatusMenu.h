@@ -27,8 +27,11 @@ class StatusMenu final : public QMenu {
     void setCameraModel(QAbstractItemModel* model);
     // The profile list: row 0 is the camera default (mItmSettingsDefault's state), rows from
     // `firstProfileRow` on are the profiles; rows whose Qt::AccessibleDescriptionRole is
-    // "separator" are skipped.
-    void setProfileModel(QAbstractItemModel* model, int firstProfileRow = 2);
+    // "separator" are skipped. A profile in force that was changed by hand (partially checked)
+    // keeps its check mark. With `starImageRole`, each item shows the image that role names
+    // (":/images/<name>.svg", the load-at-start star), else the model's decoration.
+    void setProfileModel(QAbstractItemModel* model, int firstProfileRow = 2,
+                         int starImageRole = -1);
 
     // Fills every title from the string table; `appName` goes into the name formats.
     void localize(const QString& appName);
@@ -74,14 +77,17 @@ class StatusMenu final : public QMenu {
     QPointer<QAbstractItemModel> cameras_;
     QPointer<QAbstractItemModel> profiles_;
     int firstProfileRow_ = 2;
+    int starImageRole_ = -1;
     std::vector<QAction*> cameraItems_;
     std::vector<QAction*> profileItems_;
     bool sheetOpen_ = false;
 };
 
-// A localized text of the string table, by key; a key without a text shows itself.
-QString localized(const char* key);
-// A localized name format ("About", "Quit", "Hide_Panel", ...) with the application's name.
-QString localizedWithName(const char* key, const QString& appName);
+namespace tray {
+// A text of the string table by key; a key without a text shows itself.
+QString text(const char* key);
+// A name format ("About", "Quit", "Hide_Panel", ...) with the application's name.
+QString nameFormat(const char* key, const QString& appName);
+}  // namespace tray
 
 }  // namespace orvella::ui

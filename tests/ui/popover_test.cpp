@@ -9,6 +9,7 @@
 #include "ui/PopViewController.h"
 #include "ui/PopWindow.h"
 #include "ui/PopWindowView.h"
+#include "ui/StatusMenu.h"
 
 namespace orvella::ui {
 namespace {
@@ -65,8 +66,9 @@ TEST(PopWindow, HangsCentredUnderTheIconWithItsPointerOnTheIcon) {
 TEST(PopViewController, ReadsOnTheDarkBodyAndReportsItsCheckBox) {
     PopViewController controller;
     EXPECT_EQ(controller.size(), QSize(300, 100));
-    EXPECT_EQ(controller.mTxtPopover()->text(), "PopOverText");  // the key, untranslated
-    EXPECT_EQ(controller.mChkDisablePopup()->text(), "DisableNotification");
+    EXPECT_EQ(controller.mTxtPopover()->text(),
+              tray::nameFormat("PopOverText", PopViewController::infoValueForKey("CFBundleName")));
+    EXPECT_EQ(controller.mChkDisablePopup()->text(), tray::text("DisableNotification"));
     EXPECT_EQ(textColor(*controller.mChkDisablePopup()), QColor(Qt::white));
     EXPECT_EQ(PopViewController::infoValueForKey("CFBundleName"), "Orvella");
 

@@ -1,12 +1,15 @@
 // The tray item, its menu and the tray watch.
 #include <gtest/gtest.h>
 
+#include <QCheckBox>
 #include <QPainter>
 #include <QPixmap>
 #include <QSignalSpy>
 #include <QStandardItemModel>
 
 #include "support/EventLoop.h"
+#include "ui/PopViewController.h"
+#include "ui/PopWindow.h"
 #include "ui/StatusBar.h"
 #include "ui/StatusItemView.h"
 #include "ui/StatusMenu.h"
@@ -106,10 +109,13 @@ TEST(StatusMenu, SectionsFollowTheModelsBetweenTheirMarkers) {
     cameras.removeRow(0);
     cameras.appendRow(item("Orvella Virtual Camera"));
     EXPECT_EQ(titles(menu).mid(2, 4),
-              QStringList({"Webcam", "HD Webcam C270", "Orvella Virtual Camera", "-"}));
+              QStringList({tray::text("Webcam"), "HD Webcam C270", "Orvella Virtual Camera", "-"}));
+    // A profile in force that was changed by hand keeps its check mark.
+    profiles.item(2)->setData(Qt::PartiallyChecked, Qt::CheckStateRole);
+    EXPECT_TRUE(menu.profileItems()[0]->isChecked());
     cameras.clear();
     EXPECT_TRUE(menu.cameraItems().empty());
-    EXPECT_EQ(titles(menu).mid(2, 2), QStringList({"Webcam", "-"}));
+    EXPECT_EQ(titles(menu).mid(2, 2), QStringList({tray::text("Webcam"), "-"}));
 }
 
 TEST(StatusMenu, ADialogOnThePanelDisablesWhatWouldChangeItsSubject) {
@@ -142,10 +148,12 @@ TEST(StatusMenu, ADialogOnThePanelDisablesWhatWouldChangeItsSubject) {
 TEST(StatusMenu, ShowHideTitleAndIconChoice) {
     StatusMenu menu;
     menu.setPanelOn(true, "Orvella");
-    EXPECT_EQ(menu.mItmShowHide->text(), "Hide_Panel");
+    EXPECT_EQ(menu.mItmShowHide->text(), tray::nameFormat("Hide_Panel", "Orvella"));
     menu.setPanelOn(false, "Orvella");
-    EXPECT_EQ(menu.mItmShowHide->text(), "Show_Panel");
-    EXPECT_EQ(localizedWithName("No_Such_Key", "Orvella"), "No_Such_Key");
+    EXPECT_EQ(menu.mItmShowHide->text(), tray::nameFormat("Show_Panel", "Orvella"));
+    EXPECT_NE(menu.mItmShowHide->text(), tray::nameFormat("Hide_Panel", "Orvella"));
+    // A key without a text shows itself.
+    EXPECT_EQ(tray::nameFormat("No_Such_Key", "Orvella"), "No_Such_Key");
 
     QSignalSpy icon(&menu, &StatusMenu::bwMenuIconClicked);
     menu.setBWMenuIcon(false);
@@ -203,9 +211,29 @@ TEST(StatusBar, WithoutATrayHostThePanelStandsAloneUntilOneAppears) {
     hostThere = false;
     bar.checkTray();
     EXPECT_TRUE(bar.panelMustStandAlone());
-    // The user hid the icon: nothing needs a tray any more.
+    // No tray, no reminder: there is nothing to point at.
+    bar.showPopover();
+    EXPECT_FALSE(bar.popWindow());
+    hostThere = true;
+    bar.checkTray();
+    bar.showPopover();
+    ASSERT_TRUE(bar.popWindow());
+    PopWindow* made = bar.popWindow();
+    EXPECT_TRUE(made->isVisible());
+    made->hide();
+    bar.showPopover();  // made once, shown again
+    EXPECT_EQ(bar.popWindow(), made);
+    EXPECT_TRUE(made->isVisible());
+    QSignalSpy disable(&bar, &StatusBar::disablePopupClicked);
+    made->popViewController()->mChkDisablePopup()->click();
+    EXPECT_EQ(disable.count(), 1);
+
+    // The user hid the icon: nothing needs a tray any more, and no reminder shows.
     bar.removeStatusBar();
     EXPECT_FALSE(bar.panelMustStandAlone());
+    made->hide();
+    bar.showPopover();
+    EXPECT_FALSE(made->isVisible());
 }
 
 }  // namespace
