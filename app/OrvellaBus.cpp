@@ -58,22 +58,23 @@ OrvellaBus::Claim OrvellaBus::claim(QDBusConnection bus) {
             qUtf8Printable(bus.lastError().message()));
         return Claim::Unavailable;
     }
+    // The object first, so that a second instance that finds the name can call it at once.
+    const QString path = QString::fromLatin1(kPath);
+    if (!bus.registerObject(
+            path, this, QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportAllSlots)) {
+        NSLog("Cannot publish %s on the session bus: %s", kPath,
+              qUtf8Printable(bus.lastError().message()));
+        return Claim::Unavailable;
+    }
     const QDBusReply<QDBusConnectionInterface::RegisterServiceReply> reply =
         bus.interface()->registerService(QString::fromLatin1(kService),
                                          QDBusConnectionInterface::DontQueueService,
                                          QDBusConnectionInterface::DontAllowReplacement);
-    if (!reply.isValid()) {
+    if (!reply.isValid() || reply.value() != QDBusConnectionInterface::ServiceRegistered) {
+        bus.unregisterObject(path);
+        if (reply.isValid()) return Claim::Taken;
         NSLog("The session bus refused the name %s: %s", kService,
               qUtf8Printable(reply.error().message()));
-        return Claim::Unavailable;
-    }
-    if (reply.value() != QDBusConnectionInterface::ServiceRegistered) return Claim::Taken;
-    if (!bus.registerObject(
-            QString::fromLatin1(kPath), this,
-            QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportAllSlots)) {
-        NSLog("Cannot publish %s on the session bus: %s", kPath,
-              qUtf8Printable(bus.lastError().message()));
-        bus.unregisterService(QString::fromLatin1(kService));
         return Claim::Unavailable;
     }
     bus_ = bus;

@@ -124,5 +124,11 @@ int main(int argc, char** argv) {
     QObject::connect(&menu, &ui::StatusMenu::showHideClicked,
                      [&controller] { controller.setPanelVisible(!controller.isPanelVisible()); });
 
-    return application.exec();
+    const int status = application.exec();
+    // The cameras go before the platform they talk to.
+    statusBar.removeStatusBar();
+    menu.setCameraModel(nullptr);
+    while (cameras.size() > 0)
+        cameras.take(cameras.size() - 1);
+    return status;
 }
