@@ -11,6 +11,7 @@
 #include "app/CameraList.h"
 #include "app/CommandLine.h"
 #include "app/OrvellaBus.h"
+#include "app/QuitOnSignal.h"
 #include "platform/Log.h"
 #include "ui/StatusBar.h"
 #include "ui/StatusMenu.h"
@@ -57,6 +58,7 @@ class Application final : public app::CameraDiscoveryDelegate, public app::Scrip
 }  // namespace
 
 int main(int argc, char** argv) {
+    app::blockQuitSignals();  // before any thread starts
     // The command line is read before the interface starts, so that --help, --version and
     // mistakes are answered without a display.
     QStringList arguments;
@@ -80,6 +82,9 @@ int main(int argc, char** argv) {
     QApplication::setApplicationVersion(QStringLiteral(ORVELLA_VERSION));
     QApplication::setDesktopFileName(QStringLiteral("org.orvella.Orvella"));
     QApplication::setQuitOnLastWindowClosed(false);
+    app::QuitOnSignal quitOnSignal;
+    QObject::connect(&quitOnSignal, &app::QuitOnSignal::quitRequested, &application,
+                     &QCoreApplication::quit);
 
     app::CameraList cameras;
     Application controller(cameras);

@@ -69,15 +69,5 @@ TEST(LogindPower, FollowsPrepareForSleepFromLogindOnly) {
     QDBusConnection::disconnectFromBus(QStringLiteral("fake-logind"));
 }
 
-TEST(PowerEvents, ManualSourceForTests) {
-    Recorder recorder;
-    platform::ManualPowerEvents power;
-    power.sleep();  // no observer yet: nothing
-    power.setObserver(&recorder);
-    power.sleep();
-    power.wake();
-    EXPECT_EQ(recorder.events, (std::vector<std::string>{"sleep", "wake"}));
-}
-
 }  // namespace
 }  // namespace orvella::linuxplatform

@@ -106,6 +106,12 @@ TEST_F(Program, CamerasComeAndGoWithTheFolderAndASecondStartHandsOver) {
     EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
     EXPECT_TRUE(second.readAllStandardError().contains("already running"));
     EXPECT_EQ(first.state(), QProcess::Running);
+
+    // Asked to stop, it closes as Quit does: cleanly, and nothing leaks on the way out.
+    first.terminate();
+    ASSERT_TRUE(first.waitForFinished(30000));
+    EXPECT_EQ(first.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(first.exitCode(), 0) << first.readAllStandardError().toStdString();
 }
 
 TEST_F(Program, RunsWithoutASystemBus) {
