@@ -59,20 +59,8 @@ void CameraDiscovery::captureDeviceConnected(
 
 std::optional<QString> CameraDiscovery::getStringFromObject(uint32_t object,
                                                             uint32_t selector) const {
-    platform::MediaDeviceSystem* media = platform_.media;
-    if (!media) return std::nullopt;
-    const platform::PropertyAddress address = inputAddress(selector);
-    uint32_t size = 0;
-    if (media->getPropertyDataSize(object, address, 0, nullptr, &size) != cmio::kNoError ||
-        size == 0)
-        return std::nullopt;
-    QString text;
-    uint32_t used = 0;
-    if (media->getPropertyString(object, address, 0, nullptr, size, &used, &text) !=
-            cmio::kNoError ||
-        used != size)
-        return std::nullopt;
-    return text;
+    // The camera object reads string properties the same way; a bare one has nothing to set up.
+    return QTCamera(platform_).getStringFromObject(object, selector);
 }
 
 std::optional<uint32_t> CameraDiscovery::mediaDeviceWithUID(const QString& uniqueID) const {

@@ -67,6 +67,16 @@ std::unique_ptr<QTCamera> CameraList::take(int row) {
     return camera;
 }
 
+int CameraList::rowForPopUpRow(int popUpRow) const {
+    if (popUpRow < 0 || popUpRow >= popUp_.rowCount()) return -1;
+    return popUp_.mapToSource(popUp_.index(popUpRow, 0)).row();
+}
+
+int CameraList::popUpRowForRow(int row) const {
+    if (row < 0 || row >= size()) return -1;
+    return popUp_.mapFromSource(index(row)).row();
+}
+
 QTCamera* CameraList::at(int row) const {
     if (row < 0 || row >= size()) return nullptr;
     return cameras_[static_cast<size_t>(row)].get();

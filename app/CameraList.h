@@ -46,8 +46,11 @@ class CameraList final : public QAbstractListModel {
     // Makes a row current (-1: none); out-of-range rows mean none.
     void setCurrentRow(int row);
 
-    // A view of the rows the camera pop-up shows (see InPopUpRole), owned by the list.
+    // A view of the rows the camera pop-up shows (see InPopUpRole), owned by the list, and the
+    // mapping between its rows and the list's (-1 where there is none).
     QAbstractItemModel* popUpModel() { return &popUp_; }
+    int rowForPopUpRow(int popUpRow) const;
+    int popUpRowForRow(int row) const;
 
   private:
     std::vector<std::unique_ptr<QTCamera>> cameras_;

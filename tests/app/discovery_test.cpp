@@ -187,6 +187,9 @@ TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
     EXPECT_EQ(list.at(0)->uniqueID(), list.at(0)->modelUniqueID());
     EXPECT_FALSE(list.at(0)->qtCaptureDevice());
     EXPECT_EQ(titles(list.popUpModel()).size(), 1);
+    EXPECT_EQ(list.rowForPopUpRow(0), 1);
+    EXPECT_EQ(list.popUpRowForRow(1), 0);
+    EXPECT_EQ(list.popUpRowForRow(0), -1);  // only in the menu
     EXPECT_EQ(list.currentRow(), 0);
     // Found on this path, they do not follow format changes.
     EXPECT_TRUE(recorder.observing.empty());
