@@ -37,8 +37,22 @@ TEST(CommandLine, HelpAndVersionNameTheProgram) {
     const CommandLine version = parse({"--version"});
     ASSERT_EQ(version.action, CommandLine::Action::ShowVersion);
     EXPECT_TRUE(version.text.startsWith("orvella ")) << version.text.toStdString();
-    // Help wins over anything else on the line, nonsense included.
+    // Help wins over anything else on the line.
     EXPECT_EQ(parse({"--demo", "-h"}).action, CommandLine::Action::ShowHelp);
+    const CommandLine all = parse({"--help-all"});
+    ASSERT_EQ(all.action, CommandLine::Action::ShowHelp);
+    EXPECT_TRUE(all.text.contains("-platform NAME"));
+    EXPECT_FALSE(help.text.contains("-platform NAME"));
+}
+
+TEST(CommandLine, QtsOwnOptionsAreLeftToQt) {
+    const CommandLine line = parse({"-platform", "offscreen", "--demo", "-style=fusion", "-reverse",
+                                    "--platformtheme", "gtk3", "--virtual", "a.json"});
+    ASSERT_EQ(line.action, CommandLine::Action::Run) << line.text.toStdString();
+    EXPECT_TRUE(line.options.demo);
+    EXPECT_EQ(line.options.virtualFiles, QStringList({"a.json"}));
+    // A value that looks like one of ours is still Qt's value.
+    EXPECT_EQ(parse({"-name", "--demo"}).options.demo, false);
 }
 
 TEST(CommandLine, NonsenseIsOneClearLine) {
