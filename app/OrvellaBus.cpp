@@ -95,13 +95,13 @@ bool OrvellaBus::showRunningInstance(QDBusConnection bus, QString* error, int ti
 }
 
 QString OrvellaBus::resolveCamera(const std::vector<ScriptingTarget::Camera>& cameras,
-                                  const QString& spec, QString* error) {
+                                  const QString& which, QString* error) {
     auto fail = [&](const QString& message) {
         if (error) *error = message;
         return QString();
     };
     if (cameras.empty()) return fail(QStringLiteral("no camera is connected"));
-    const QString wanted = spec.trimmed();
+    const QString wanted = which.trimmed();
     if (wanted.isEmpty()) {
         for (const auto& camera : cameras)
             if (camera.current) return camera.uniqueID;
@@ -126,9 +126,9 @@ QString OrvellaBus::resolveCamera(const std::vector<ScriptingTarget::Camera>& ca
     return match->uniqueID;
 }
 
-QString OrvellaBus::cameraOrError(const QString& spec) {
+QString OrvellaBus::cameraOrError(const QString& which) {
     QString error;
-    const QString uniqueID = resolveCamera(target_.cameras(), spec, &error);
+    const QString uniqueID = resolveCamera(target_.cameras(), which, &error);
     if (uniqueID.isEmpty() && calledFromDBus()) sendErrorReply(kErrorNoSuchCamera, error);
     return uniqueID;
 }

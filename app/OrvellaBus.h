@@ -50,10 +50,10 @@ class OrvellaBus final : public QObject, protected QDBusContext {
     static bool showRunningInstance(QDBusConnection bus, QString* error, int timeoutMs = 5000);
 
     // Finds a camera by its number in ListCameras (from 1), its uniqueID, or a part of its
-    // display name that only it has (any case); an empty spec means the current camera. Returns
+    // display name that only it has (any case); an empty string means the current camera. Returns
     // its uniqueID, or an empty string with *error set.
     static QString resolveCamera(const std::vector<ScriptingTarget::Camera>& cameras,
-                                 const QString& spec, QString* error);
+                                 const QString& which, QString* error);
 
   public slots:
     BusCameraList ListCameras();
@@ -64,7 +64,7 @@ class OrvellaBus final : public QObject, protected QDBusContext {
     QVariantMap GetControlValues(const QString& camera);
 
   private:
-    QString cameraOrError(const QString& spec);
+    QString cameraOrError(const QString& which);
 
     ScriptingTarget& target_;
     QDBusConnection bus_;

@@ -108,10 +108,10 @@ TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
 
     // By number, by unique identifier, by a part of the name that only one camera has, or the
     // current camera.
-    for (const char* spec : {"2", "0x0000000000005678", "c270", ""})
-        EXPECT_EQ(call("ApplyProfile", {QString::fromLatin1(spec), "Evening"}).type(),
+    for (const char* which : {"2", "0x0000000000005678", "c270", ""})
+        EXPECT_EQ(call("ApplyProfile", {QString::fromLatin1(which), "Evening"}).type(),
                   QDBusMessage::ReplyMessage)
-            << spec;
+            << which;
     ASSERT_EQ(controller.applied.size(), 4u);
     EXPECT_EQ(controller.applied[2].first, "0x0000000000005678");
     EXPECT_EQ(controller.applied[3].first, "0x0000000000001234");
