@@ -546,6 +546,7 @@ void VirtualCamera::record(RecordedRequest::Kind kind, const platform::ControlRe
     r.wLength = request.wLength;
     r.data = std::move(data);
     r.status = status;
+    if (requestObserver_) requestObserver_(r);
     log_.push_back(std::move(r));
 }
 
@@ -856,6 +857,11 @@ std::vector<RecordedRequest> VirtualCamera::requests() const {
 void VirtualCamera::clearRequests() {
     std::lock_guard<std::mutex> lock(mutex_);
     log_.clear();
+}
+
+void VirtualCamera::setRequestObserver(std::function<void(const RecordedRequest&)> observer) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    requestObserver_ = std::move(observer);
 }
 
 size_t VirtualCamera::requestCount() const {

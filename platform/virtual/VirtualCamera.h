@@ -9,6 +9,7 @@
 #include <QJsonObject>
 #include <QString>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -131,6 +132,9 @@ class VirtualCamera {
     std::vector<RecordedRequest> requests() const;
     void clearRequests();
     size_t requestCount() const;
+    // Called with every request as it is recorded, on the thread that sent it and under the
+    // camera's lock (so it must not call back into the camera); an empty function removes it.
+    void setRequestObserver(std::function<void(const RecordedRequest&)> observer);
 
     struct Private;  // parsing helpers
 
@@ -178,6 +182,7 @@ class VirtualCamera {
     int openCount_ = 0;
     int resumeCount_ = 0;
     std::vector<RecordedRequest> log_;
+    std::function<void(const RecordedRequest&)> requestObserver_;
 
     friend class VirtualUsbHost;
     friend struct Private;

@@ -1,5 +1,7 @@
 #include "platform/virtual/VirtualPlatform.h"
 
+#include <algorithm>
+
 namespace orvella::virtualcam {
 
 std::shared_ptr<VirtualCaptureDevice> VirtualPlatform::addCamera(
@@ -10,6 +12,16 @@ std::shared_ptr<VirtualCaptureDevice> VirtualPlatform::addCamera(
         if (error && !camera->origin().isEmpty())
             *error = QStringLiteral("%1: %2").arg(camera->origin(), *error);
         return nullptr;
+    }
+    if (log_) {
+        const int number = ++lastNumber_;
+        numbers_[camera.get()] = number;
+        log_->note("plug " + std::to_string(number) + " " + camera->origin().toStdString());
+        // The log is shared, so that it outlives whichever of the camera and the platform
+        // goes first.
+        camera->setRequestObserver([log = log_, number](const RecordedRequest& request) {
+            log->request(number, request);
+        });
     }
     if (device->isMediaDevice()) {
         // create() has already parsed the key successfully.
@@ -26,6 +38,32 @@ std::shared_ptr<VirtualCaptureDevice> VirtualPlatform::addDefinitionFile(const Q
     auto camera = VirtualCamera::fromFile(path, error);
     if (!camera) return nullptr;
     return addCamera(std::move(camera), error);
+}
+
+void VirtualPlatform::removeCamera(const std::shared_ptr<VirtualCaptureDevice>& device) {
+    if (!device) return;
+    const auto& devices = capture_.devices();
+    if (std::find(devices.begin(), devices.end(), device) == devices.end()) return;
+    const std::shared_ptr<VirtualCamera>& camera = device->camera();
+    if (device->isMediaDevice()) {
+        if (const platform::MediaObjectID id = media_.deviceWithUID(device->uniqueID()))
+            media_.removeDevice(id);
+        camera->vanish();
+    } else {
+        usb_.removeCamera(camera);
+    }
+    if (const auto it = numbers_.find(camera.get()); it != numbers_.end()) {
+        if (log_)
+            log_->note("unplug " + std::to_string(it->second) + " " +
+                       camera->origin().toStdString());
+        numbers_.erase(it);
+    }
+    capture_.removeDevice(device);
+}
+
+int VirtualPlatform::logNumber(const VirtualCamera& camera) const {
+    const auto it = numbers_.find(&camera);
+    return it == numbers_.end() ? 0 : it->second;
 }
 
 platform::MediaObjectID VirtualPlatform::mediaDeviceFor(

@@ -5,9 +5,11 @@
 // tests, by orvellactl and by the application's --virtual and --demo.
 
 #include <QString>
+#include <map>
 #include <memory>
 
 #include "platform/Platform.h"
+#include "platform/virtual/RequestLog.h"
 #include "platform/virtual/VirtualCamera.h"
 #include "platform/virtual/VirtualCaptureDeviceSystem.h"
 #include "platform/virtual/VirtualMediaDevice.h"
@@ -23,6 +25,16 @@ class VirtualPlatform {
                                                     QString* error);
     // Reads a definition file and adds its camera.
     std::shared_ptr<VirtualCaptureDevice> addDefinitionFile(const QString& path, QString* error);
+    // Unplugs the camera of a capture device: the capture list tells its observer, and the
+    // camera's USB handles answer "no device" from then on. Unknown devices are ignored.
+    void removeCamera(const std::shared_ptr<VirtualCaptureDevice>& device);
+
+    // Sends every request of the cameras added from now on to `log`, each camera numbered from 1
+    // in the order added (a camera plugged in again gets a new number); plugging and unplugging
+    // are noted there as "# plug N FILE" and "# unplug N FILE". Null stops logging new cameras.
+    void setRequestLog(std::shared_ptr<RequestLog> log) { log_ = std::move(log); }
+    // The number a camera has in the request log, 0 when it has none.
+    int logNumber(const VirtualCamera& camera) const;
 
     // The media-device object of a capture device, found by its unique identifier; 0 if none.
     platform::MediaObjectID mediaDeviceFor(const platform::CaptureDevice& device) const;
@@ -38,6 +50,9 @@ class VirtualPlatform {
     VirtualUsbHost usb_;
     VirtualMediaDeviceSystem media_;
     VirtualCaptureDeviceSystem capture_;
+    std::shared_ptr<RequestLog> log_;
+    int lastNumber_ = 0;
+    std::map<const VirtualCamera*, int> numbers_;
 };
 
 }  // namespace orvella::virtualcam

@@ -19,6 +19,7 @@ namespace orvella::usbip {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
+using virtualcam::RequestLog;
 
 void put32(Header& h, size_t at, uint32_t v) {
     for (int i = 0; i < 4; ++i)

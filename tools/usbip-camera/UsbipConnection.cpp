@@ -40,7 +40,8 @@ bool writeAll(int fd, const void* buffer, size_t size) {
 
 }  // namespace
 
-UsbipConnection::UsbipConnection(virtualcam::UsbWireDevice& device, RequestLog& log, int camera)
+UsbipConnection::UsbipConnection(virtualcam::UsbWireDevice& device, virtualcam::RequestLog& log,
+                                 int camera)
     : device_(device), log_(log), camera_(camera) {}
 
 std::string UsbipConnection::serve(int fd) {

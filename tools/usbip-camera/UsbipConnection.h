@@ -12,8 +12,8 @@
 #include <map>
 #include <string>
 
+#include "platform/virtual/RequestLog.h"
 #include "platform/virtual/UsbWireDevice.h"
-#include "tools/usbip-camera/RequestLog.h"
 #include "tools/usbip-camera/UsbipProtocol.h"
 
 namespace orvella::usbip {
@@ -21,7 +21,7 @@ namespace orvella::usbip {
 class UsbipConnection {
   public:
     // `device` and `log` are borrowed; `camera` is the number used in the log.
-    UsbipConnection(virtualcam::UsbWireDevice& device, RequestLog& log, int camera);
+    UsbipConnection(virtualcam::UsbWireDevice& device, virtualcam::RequestLog& log, int camera);
 
     // Runs until the connection closes or carries something that is not USB/IP; returns why it
     // ended, for the log. `fd` stays open.
@@ -33,7 +33,7 @@ class UsbipConnection {
     bool submit(int fd, const Command& command, const std::vector<uint8_t>& out);
 
     virtualcam::UsbWireDevice& device_;
-    RequestLog& log_;
+    virtualcam::RequestLog& log_;
     int camera_;
     std::function<void()> onGone_;
     bool gone_ = false;

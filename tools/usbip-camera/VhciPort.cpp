@@ -26,7 +26,7 @@ int writeAttribute(const std::string& path, const std::string& text) {
 }  // namespace
 
 VhciPort::VhciPort(std::shared_ptr<virtualcam::VirtualCamera> camera, std::string vhciDirectory,
-                   unsigned port, RequestLog& log, int number)
+                   unsigned port, virtualcam::RequestLog& log, int number)
     : camera_(std::move(camera)),
       vhciDirectory_(std::move(vhciDirectory)),
       port_(port),

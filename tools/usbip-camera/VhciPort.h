@@ -10,8 +10,8 @@
 #include <string>
 #include <thread>
 
+#include "platform/virtual/RequestLog.h"
 #include "platform/virtual/UsbWireDevice.h"
-#include "tools/usbip-camera/RequestLog.h"
 #include "tools/usbip-camera/UsbipConnection.h"
 
 namespace orvella::usbip {
@@ -22,7 +22,7 @@ class VhciPort {
     // (/sys/devices/platform/vhci_hcd.0); `port` a high-speed port of it (0-based). `log` is
     // borrowed; `number` names the camera in the log.
     VhciPort(std::shared_ptr<virtualcam::VirtualCamera> camera, std::string vhciDirectory,
-             unsigned port, RequestLog& log, int number);
+             unsigned port, virtualcam::RequestLog& log, int number);
     ~VhciPort();
     VhciPort(const VhciPort&) = delete;
     VhciPort& operator=(const VhciPort&) = delete;
@@ -43,7 +43,7 @@ class VhciPort {
     std::unique_ptr<virtualcam::UsbWireDevice> device_;
     std::string vhciDirectory_;
     unsigned port_;
-    RequestLog& log_;
+    virtualcam::RequestLog& log_;
     int number_;
     mutable std::mutex mutex_;
     bool plugged_ = false;

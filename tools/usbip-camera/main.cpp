@@ -17,14 +17,14 @@
 #include <string>
 #include <vector>
 
+#include "platform/virtual/RequestLog.h"
 #include "platform/virtual/VirtualCamera.h"
-#include "tools/usbip-camera/RequestLog.h"
 #include "tools/usbip-camera/VhciPort.h"
 
 namespace {
 
-using orvella::usbip::RequestLog;
 using orvella::usbip::VhciPort;
+using orvella::virtualcam::RequestLog;
 
 const char kUsage[] = R"(usage: orvella-usbip-camera [OPTIONS] CAMERA.json...
 

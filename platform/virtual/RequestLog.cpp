@@ -1,6 +1,6 @@
-#include "tools/usbip-camera/RequestLog.h"
+#include "platform/virtual/RequestLog.h"
 
-namespace orvella::usbip {
+namespace orvella::virtualcam {
 
 RequestLog::RequestLog(const std::string& path) {
     if (!path.empty()) file_ = std::fopen(path.c_str(), "a");
@@ -12,8 +12,8 @@ RequestLog::~RequestLog() {
 
 std::string RequestLog::transferLine(int camera, const std::array<uint8_t, 8>& s,
                                      const std::vector<uint8_t>& data,
-                                     virtualcam::UsbWireDevice::Outcome outcome) {
-    using Outcome = virtualcam::UsbWireDevice::Outcome;
+                                     UsbWireDevice::Outcome outcome) {
+    using Outcome = UsbWireDevice::Outcome;
     char head[64];
     std::snprintf(head, sizeof head, "%d %02x %02x %04x %04x %u ", camera, s[0], s[1],
                   static_cast<unsigned>(s[2] | s[3] << 8), static_cast<unsigned>(s[4] | s[5] << 8),
@@ -38,10 +38,38 @@ std::string RequestLog::transferLine(int camera, const std::array<uint8_t, 8>& s
     return line;
 }
 
+UsbWireDevice::Outcome RequestLog::outcomeFor(IOReturn status) {
+    using Outcome = UsbWireDevice::Outcome;
+    switch (status) {
+        case kIOReturnSuccess:
+            return Outcome::Done;
+        case kIOReturnNotResponding:
+            return Outcome::NoAnswer;
+        case kIOReturnNoDevice:
+            return Outcome::Gone;
+        default:
+            // Every other refusal reaches the host as a stalled pipe.
+            return Outcome::Stall;
+    }
+}
+
 void RequestLog::transfer(int camera, const std::array<uint8_t, 8>& setup,
-                          const std::vector<uint8_t>& data,
-                          virtualcam::UsbWireDevice::Outcome outcome) {
+                          const std::vector<uint8_t>& data, UsbWireDevice::Outcome outcome) {
     write(transferLine(camera, setup, data, outcome));
+}
+
+void RequestLog::request(int camera, const RecordedRequest& r) {
+    const std::array<uint8_t, 8> setup = {
+        r.bmRequestType,
+        r.bRequest,
+        static_cast<uint8_t>(r.wValue & 0xFF),
+        static_cast<uint8_t>(r.wValue >> 8),
+        static_cast<uint8_t>(r.wIndex & 0xFF),
+        static_cast<uint8_t>(r.wIndex >> 8),
+        static_cast<uint8_t>(r.wLength & 0xFF),
+        static_cast<uint8_t>(r.wLength >> 8),
+    };
+    write(transferLine(camera, setup, r.data, outcomeFor(r.status)));
 }
 
 void RequestLog::unlink(int camera, uint32_t endpoint, bool wasPending) {
@@ -61,4 +89,4 @@ void RequestLog::write(const std::string& line) {
     std::fflush(file_);
 }
 
-}  // namespace orvella::usbip
+}  // namespace orvella::virtualcam

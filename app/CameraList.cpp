@@ -1,0 +1,100 @@
+#include "app/CameraList.h"
+
+namespace orvella::app {
+
+CameraList::CameraList(QObject* parent) : QAbstractListModel(parent) {
+    popUp_.setSourceModel(this);
+    popUp_.setFilterRole(InPopUpRole);
+    popUp_.setFilterFixedString(QStringLiteral("true"));
+}
+
+CameraList::~CameraList() = default;
+
+int CameraList::rowCount(const QModelIndex& parent) const {
+    return parent.isValid() ? 0 : size();
+}
+
+QVariant CameraList::data(const QModelIndex& index, int role) const {
+    const QTCamera* camera = index.isValid() ? at(index.row()) : nullptr;
+    if (!camera) return {};
+    switch (role) {
+        case Qt::DisplayRole:
+            return camera->displayName();
+        case Qt::CheckStateRole:
+            return index.row() == current_ ? Qt::Checked : Qt::Unchecked;
+        case UniqueIDRole:
+            return camera->uniqueID();
+        case InPopUpRole:
+            // A later row with the same unique identifier has taken this one's place.
+            for (int row = index.row() + 1; row < size(); ++row)
+                if (cameras_[static_cast<size_t>(row)]->uniqueID() == camera->uniqueID())
+                    return false;
+            return true;
+        default:
+            return {};
+    }
+}
+
+QHash<int, QByteArray> CameraList::roleNames() const {
+    QHash<int, QByteArray> names = QAbstractListModel::roleNames();
+    names[UniqueIDRole] = "uniqueID";
+    names[InPopUpRole] = "inPopUp";
+    return names;
+}
+
+int CameraList::add(std::unique_ptr<QTCamera> camera) {
+    if (!camera) return -1;
+    const int row = size();
+    beginInsertRows(QModelIndex(), row, row);
+    cameras_.push_back(std::move(camera));
+    endInsertRows();
+    // Earlier rows with the same identifier leave the pop-up.
+    if (row > 0) emit dataChanged(index(0), index(row - 1), {InPopUpRole});
+    return row;
+}
+
+std::unique_ptr<QTCamera> CameraList::take(int row) {
+    if (row < 0 || row >= size()) return nullptr;
+    beginRemoveRows(QModelIndex(), row, row);
+    std::unique_ptr<QTCamera> camera = std::move(cameras_[static_cast<size_t>(row)]);
+    cameras_.erase(cameras_.begin() + row);
+    if (current_ == row)
+        current_ = -1;
+    else if (current_ > row)
+        --current_;
+    endRemoveRows();
+    if (size() > 0) emit dataChanged(index(0), index(size() - 1), {InPopUpRole});
+    return camera;
+}
+
+int CameraList::rowForPopUpRow(int popUpRow) const {
+    if (popUpRow < 0 || popUpRow >= popUp_.rowCount()) return -1;
+    return popUp_.mapToSource(popUp_.index(popUpRow, 0)).row();
+}
+
+int CameraList::popUpRowForRow(int row) const {
+    if (row < 0 || row >= size()) return -1;
+    return popUp_.mapFromSource(index(row)).row();
+}
+
+QTCamera* CameraList::at(int row) const {
+    if (row < 0 || row >= size()) return nullptr;
+    return cameras_[static_cast<size_t>(row)].get();
+}
+
+int CameraList::rowOf(const QTCamera* camera) const {
+    for (int row = 0; row < size(); ++row)
+        if (cameras_[static_cast<size_t>(row)].get() == camera) return row;
+    return -1;
+}
+
+void CameraList::setCurrentRow(int row) {
+    if (row < 0 || row >= size()) row = -1;
+    if (row == current_) return;
+    const int previous = current_;
+    current_ = row;
+    for (int changed : {previous, current_})
+        if (changed >= 0) emit dataChanged(index(changed), index(changed), {Qt::CheckStateRole});
+}
+
+}  // namespace orvella::app

@@ -1,0 +1,37 @@
+#pragma once
+// What scripts may ask of the running application through its bus object (app/OrvellaBus.h):
+// the controller implements this; the bus object only resolves names and forwards.
+
+#include <QString>
+#include <QVariantMap>
+#include <optional>
+#include <vector>
+
+namespace orvella::app {
+
+class ScriptingTarget {
+  public:
+    struct Camera {
+        QString uniqueID;
+        QString displayName;
+        bool current = false;
+    };
+
+    virtual ~ScriptingTarget() = default;
+
+    // The connected cameras in the order of the camera list.
+    virtual std::vector<Camera> cameras() const = 0;
+    // Applies the profile named `profile` to the camera `uniqueID` (one of cameras()); returns
+    // an empty string when done, else a one-line reason (no such profile, ...).
+    virtual QString applyProfile(const QString& uniqueID, const QString& profile) = 0;
+    virtual void setPanelVisible(bool visible) = 0;
+    virtual bool isPanelVisible() const = 0;
+    // The camera's current control values by settings key ("Brightness", ...); none when they
+    // cannot be read.
+    virtual std::optional<QVariantMap> controlValues(const QString& uniqueID) {
+        Q_UNUSED(uniqueID);
+        return std::nullopt;
+    }
+};
+
+}  // namespace orvella::app

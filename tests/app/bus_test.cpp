@@ -1,0 +1,146 @@
+// The application's session-bus object and single instance, on a private bus.
+#include <gtest/gtest.h>
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+
+#include "app/OrvellaBus.h"
+#include "support/EventLoop.h"
+#include "support/PrivateBus.h"
+
+namespace orvella::app {
+namespace {
+
+class FakeController : public ScriptingTarget {
+  public:
+    std::vector<Camera> list{{"0x0000000000001234", "Orvella Virtual Camera", true},
+                             {"0x0000000000005678", "HD Webcam C270", false},
+                             {"0x0000000000009abc", "HD Webcam C920", false}};
+    std::vector<std::pair<QString, QString>> applied;
+    bool panel = false;
+    int panelCalls = 0;
+
+    std::vector<Camera> cameras() const override { return list; }
+    QString applyProfile(const QString& uniqueID, const QString& profile) override {
+        if (profile != "Evening") return QStringLiteral("no profile named '%1'").arg(profile);
+        applied.emplace_back(uniqueID, profile);
+        return {};
+    }
+    void setPanelVisible(bool visible) override {
+        panel = visible;
+        ++panelCalls;
+    }
+    bool isPanelVisible() const override { return panel; }
+    std::optional<QVariantMap> controlValues(const QString& uniqueID) override {
+        if (uniqueID != list[0].uniqueID) return std::nullopt;
+        return QVariantMap{{"Brightness", qint64(12)}, {"Gain", qint64(3)}};
+    }
+};
+
+struct Bus : ::testing::Test {
+    testing::PrivateBus daemon;
+    QDBusConnection first{QString()};
+    QDBusConnection second{QString()};
+
+    void SetUp() override {
+        QString error;
+        ASSERT_TRUE(daemon.start(&error)) << error.toStdString();
+        first = QDBusConnection::connectToBus(daemon.address(), QStringLiteral("first"));
+        second = QDBusConnection::connectToBus(daemon.address(), QStringLiteral("second"));
+        ASSERT_TRUE(first.isConnected() && second.isConnected());
+    }
+    void TearDown() override {
+        QDBusConnection::disconnectFromBus(QStringLiteral("first"));
+        QDBusConnection::disconnectFromBus(QStringLiteral("second"));
+    }
+    // A method call from the outside, as a script makes it.
+    QDBusMessage call(const char* method, const QVariantList& arguments = {}) {
+        QDBusMessage message = QDBusMessage::createMethodCall(
+            OrvellaBus::kService, OrvellaBus::kPath, OrvellaBus::kInterface, QLatin1String(method));
+        message.setArguments(arguments);
+        return second.call(message, QDBus::BlockWithGui, 5000);
+    }
+};
+
+TEST_F(Bus, ASecondInstanceShowsTheFirstOnesPanel) {
+    FakeController running, starting;
+    auto owner = std::make_unique<OrvellaBus>(running);
+    ASSERT_EQ(owner->claim(first), OrvellaBus::Claim::Owned);
+    OrvellaBus latecomer(starting);
+    ASSERT_EQ(latecomer.claim(second), OrvellaBus::Claim::Taken);
+
+    QString error;
+    ASSERT_TRUE(OrvellaBus::showRunningInstance(second, &error)) << error.toStdString();
+    EXPECT_TRUE(running.panel);
+    EXPECT_EQ(starting.panelCalls, 0);
+
+    // Once the first goes away the name is free again.
+    owner.reset();
+    OrvellaBus next(starting);
+    EXPECT_EQ(next.claim(second), OrvellaBus::Claim::Owned);
+}
+
+TEST_F(Bus, NobodyToAskAndNoBusAreReported) {
+    QString error;
+    EXPECT_FALSE(OrvellaBus::showRunningInstance(second, &error, 1000));
+    EXPECT_FALSE(error.isEmpty());
+    FakeController controller;
+    OrvellaBus bus(controller);
+    EXPECT_EQ(bus.claim(QDBusConnection(QStringLiteral("never-connected"))),
+              OrvellaBus::Claim::Unavailable);
+}
+
+TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
+    FakeController controller;
+    OrvellaBus owner(controller);
+    ASSERT_EQ(owner.claim(first), OrvellaBus::Claim::Owned);
+
+    const QDBusMessage listed = call("ListCameras");
+    ASSERT_EQ(listed.type(), QDBusMessage::ReplyMessage) << listed.errorMessage().toStdString();
+    EXPECT_EQ(listed.signature(), "a(ssb)");
+    BusCameraList cameras;
+    listed.arguments().at(0).value<QDBusArgument>() >> cameras;
+    ASSERT_EQ(cameras.size(), 3);
+    EXPECT_EQ(cameras[1].displayName, "HD Webcam C270");
+    EXPECT_TRUE(cameras[0].current);
+
+    // By number, by unique identifier, by a part of the name that only one camera has, or the
+    // current camera.
+    for (const char* which : {"2", "0x0000000000005678", "c270", ""})
+        EXPECT_EQ(call("ApplyProfile", {QString::fromLatin1(which), "Evening"}).type(),
+                  QDBusMessage::ReplyMessage)
+            << which;
+    ASSERT_EQ(controller.applied.size(), 4u);
+    EXPECT_EQ(controller.applied[2].first, "0x0000000000005678");
+    EXPECT_EQ(controller.applied[3].first, "0x0000000000001234");
+
+    const QDBusMessage ambiguous = call("ApplyProfile", {"webcam", "Evening"});
+    EXPECT_EQ(ambiguous.errorName(), "org.orvella.Orvella.Error.NoSuchCamera");
+    EXPECT_TRUE(ambiguous.errorMessage().contains("more than one camera"));
+    EXPECT_EQ(call("ApplyProfile", {"4", "Evening"}).errorName(),
+              "org.orvella.Orvella.Error.NoSuchCamera");
+    const QDBusMessage unknown = call("ApplyProfile", {"1", "Morning"});
+    EXPECT_EQ(unknown.errorName(), "org.orvella.Orvella.Error.Failed");
+    EXPECT_EQ(unknown.errorMessage(), "no profile named 'Morning'");
+    EXPECT_EQ(controller.applied.size(), 4u);
+
+    EXPECT_EQ(call("ShowPanel").type(), QDBusMessage::ReplyMessage);
+    EXPECT_TRUE(call("IsPanelVisible").arguments().value(0).toBool());
+    call("HidePanel");
+    EXPECT_FALSE(controller.panel);
+    EXPECT_FALSE(call("IsPanelVisible").arguments().value(0).toBool());
+
+    const QDBusMessage values = call("GetControlValues", {""});
+    ASSERT_EQ(values.type(), QDBusMessage::ReplyMessage) << values.errorMessage().toStdString();
+    const QVariantMap map = qdbus_cast<QVariantMap>(values.arguments().at(0));
+    EXPECT_EQ(map.value("Brightness").toLongLong(), 12);
+    EXPECT_EQ(call("GetControlValues", {"2"}).errorName(), "org.orvella.Orvella.Error.Failed");
+
+    controller.list.clear();
+    EXPECT_TRUE(call("ApplyProfile", {"", "Evening"}).errorMessage().contains("no camera"));
+}
+
+}  // namespace
+}  // namespace orvella::app

@@ -1,0 +1,209 @@
+// Camera discovery over the capture-device seam, the camera list model and the USB table path.
+#include <gtest/gtest.h>
+
+#include <QFile>
+
+#include "app/CameraDiscovery.h"
+#include "platform/Clock.h"
+#include "platform/Log.h"
+#include "platform/virtual/VirtualPlatform.h"
+
+namespace orvella::app {
+namespace {
+
+QByteArray fixture(const char* name) {
+    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll();
+}
+
+// The generic camera at another USB location, optionally with other identifiers.
+QByteArray genericAt(const char* location, const char* vendor = "0x1d6b",
+                     const char* product = "0x0102") {
+    QByteArray json = fixture("generic.json");
+    json.replace("\"0x14100000\"", QByteArray("\"") + location + "\"");
+    json.replace("\"0x1d6b\"", QByteArray("\"") + vendor + "\"");
+    json.replace("\"0x0102\"", QByteArray("\"") + product + "\"");
+    return json;
+}
+
+class FakeDevice final : public platform::CaptureDevice {
+  public:
+    FakeDevice(QString unique, QString model) : unique_(unique), model_(model) {}
+    QString uniqueID() const override { return unique_; }
+    QString modelUniqueID() const override { return model_; }
+    QString localizedDisplayName() const override { return QStringLiteral("Fake"); }
+    bool hasMediaType(platform::MediaType type) const override {
+        return type == platform::MediaType::Video;
+    }
+    std::vector<platform::CaptureFormatDescription> formatDescriptions() const override {
+        return {};
+    }
+
+  private:
+    QString unique_, model_;
+};
+
+struct Recorder : CameraDiscoveryDelegate {
+    std::vector<QString> loaded;
+    std::vector<QTCamera*> switched;
+    std::vector<bool> observing;
+    CameraList* list = nullptr;
+    void loadAppDefault(QTCamera& camera) override {
+        // Applied to a camera that is already listed.
+        EXPECT_GE(list->rowOf(&camera), 0);
+        loaded.push_back(camera.uniqueID());
+    }
+    void switchCamera(QTCamera* camera) override { switched.push_back(camera); }
+    void observeFormatChanges(bool on) override { observing.push_back(on); }
+};
+
+struct Discovery : ::testing::Test {
+    virtualcam::VirtualPlatform platform;
+    platform::RecordingClock clock;
+    CameraList list;
+    Recorder recorder;
+    std::unique_ptr<CameraDiscovery> discovery;
+
+    void SetUp() override {
+        recorder.list = &list;
+        discovery = std::make_unique<CameraDiscovery>(platform.platform(&clock), platform.capture(),
+                                                      list, recorder);
+    }
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> plug(const QByteArray& json) {
+        QString error;
+        auto camera = virtualcam::VirtualCamera::fromJson(json, &error);
+        EXPECT_TRUE(camera) << error.toStdString();
+        return platform.addCamera(camera, &error);
+    }
+    QStringList titles(QAbstractItemModel* model) const {
+        QStringList result;
+        for (int row = 0; row < model->rowCount(); ++row)
+            result << model->index(row, 0).data().toString();
+        return result;
+    }
+};
+
+TEST_F(Discovery, OnlyUvcAndMatchedBuiltInCamerasAreListedAndTheFirstBecomesCurrent) {
+    auto uvc = plug(fixture("generic.json"));
+    auto builtin = plug(fixture("builtin.json"));
+    discovery->registerDeviceCallbackHandler();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list.at(1)->cameraType(), kCameraTypeMediaDevice);
+    EXPECT_EQ(recorder.loaded, (std::vector<QString>{uvc->uniqueID(), builtin->uniqueID()}));
+    ASSERT_EQ(recorder.switched.size(), 1u);
+    EXPECT_EQ(recorder.switched[0], list.at(0));
+    EXPECT_EQ(list.currentRow(), 0);
+    EXPECT_EQ(list.index(0).data(Qt::CheckStateRole).toInt(), Qt::Checked);
+    EXPECT_EQ(list.index(1).data(Qt::CheckStateRole).toInt(), Qt::Unchecked);
+    EXPECT_EQ(recorder.observing, std::vector<bool>{true});
+    EXPECT_EQ(discovery->observingCount(), 4u);
+
+    // Neither the generic UVC driver nor a built-in camera; a built-in camera the media layer
+    // does not know.
+    discovery->captureDeviceConnected(
+        std::make_shared<FakeDevice>("0x1", "DV Camera VendorID_1 ProductID_2"));
+    discovery->captureDeviceConnected(std::make_shared<FakeDevice>(
+        "0x8020000005ac9999", "Apple Camera VendorID_0x106B ProductID_0x9999"));
+    EXPECT_EQ(list.size(), 2);
+    EXPECT_EQ(recorder.loaded.size(), 2u);
+
+    // A camera plugged in later gets its last state and stays in the background.
+    auto later = plug(genericAt("0x14200000"));
+    ASSERT_EQ(list.size(), 3);
+    EXPECT_EQ(recorder.loaded.back(), later->uniqueID());
+    EXPECT_EQ(recorder.switched.size(), 1u);
+    EXPECT_EQ(discovery->observingCount(), 4u);
+}
+
+TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
+    auto a = plug(genericAt("0x14100000"));
+    auto b = plug(genericAt("0x14200000"));
+    auto c = plug(genericAt("0x14300000"));
+    discovery->registerDeviceCallbackHandler();
+    discovery->selectCamera(1);
+    ASSERT_EQ(list.current()->uniqueID(), b->uniqueID());
+    const size_t switches = recorder.switched.size();
+    discovery->selectCamera(1);  // already current: nothing
+    EXPECT_EQ(recorder.switched.size(), switches);
+
+    // A camera in the background goes: nothing else changes.
+    platform.removeCamera(a);
+    EXPECT_EQ(list.size(), 2);
+    EXPECT_EQ(list.current()->uniqueID(), b->uniqueID());
+    EXPECT_EQ(recorder.switched.size(), switches);
+
+    // The current one goes: the one that took its place is current.
+    platform.removeCamera(b);
+    ASSERT_EQ(list.size(), 1);
+    ASSERT_EQ(recorder.switched.size(), switches + 1);
+    EXPECT_EQ(recorder.switched.back(), list.at(0));
+    EXPECT_EQ(list.current()->uniqueID(), c->uniqueID());
+    EXPECT_EQ(discovery->observingCount(), 4u);
+
+    // The last one goes: no camera, format changes no longer followed.
+    platform.removeCamera(c);
+    EXPECT_EQ(list.size(), 0);
+    EXPECT_EQ(recorder.switched.back(), nullptr);
+    EXPECT_EQ(recorder.observing, (std::vector<bool>{true, false}));
+    EXPECT_EQ(discovery->observingCount(), 0u);
+
+    // And the next camera starts over.
+    plug(genericAt("0x14400000"));
+    EXPECT_EQ(list.currentRow(), 0);
+    EXPECT_EQ(recorder.observing, (std::vector<bool>{true, false, true}));
+}
+
+TEST_F(Discovery, PopUpAndMenuShowTheSameListSameNamesIncluded) {
+    plug(genericAt("0x14100000"));
+    plug(genericAt("0x14200000"));
+    discovery->registerDeviceCallbackHandler();
+    // Two cameras of one model: the same display name, two items.
+    EXPECT_EQ(titles(&list), QStringList({"Orvella Virtual Camera", "Orvella Virtual Camera"}));
+    EXPECT_EQ(titles(list.popUpModel()), titles(&list));
+    EXPECT_NE(list.index(0).data(CameraList::UniqueIDRole),
+              list.index(1).data(CameraList::UniqueIDRole));
+}
+
+TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
+    EXPECT_EQ(CameraDiscovery::olderCameraName(0x046D, 0x08C2),
+              "Logitech Camera QuickCam Orbit MP (Sphere MP)");
+    EXPECT_EQ(CameraDiscovery::olderCameraName(0x199E, 0x8101), "DBx 31AU03");
+    EXPECT_FALSE(CameraDiscovery::olderCameraName(0x046D, 0x08C4));
+    EXPECT_FALSE(CameraDiscovery::olderCameraName(0x1d6b, 0x0102));
+
+    // Two identical cameras on USB share the table's name: the menu lists both, the pop-up
+    // keeps the later one.
+    QString error;
+    for (const char* location : {"0x14100000", "0x14200000"})
+        platform.usb().addCamera(
+            virtualcam::VirtualCamera::fromJson(genericAt(location, "0x046d", "0x08c1"), &error));
+    platform.usb().addCamera(
+        virtualcam::VirtualCamera::fromJson(genericAt("0x14300000", "0x046d", "0x08c4"), &error));
+    log::ScopedCapture log;
+    discovery->registerUSBDeviceCallbackHandler();
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list.at(0)->displayName(), "Logitech Camera QuickCam Fusion");
+    EXPECT_EQ(list.at(0)->uniqueID(), list.at(0)->modelUniqueID());
+    EXPECT_FALSE(list.at(0)->qtCaptureDevice());
+    EXPECT_EQ(titles(list.popUpModel()).size(), 1);
+    EXPECT_EQ(list.rowForPopUpRow(0), 1);
+    EXPECT_EQ(list.popUpRowForRow(1), 0);
+    EXPECT_EQ(list.popUpRowForRow(0), -1);  // only in the menu
+    EXPECT_EQ(list.currentRow(), 0);
+    // Found on this path, they do not follow format changes.
+    EXPECT_TRUE(recorder.observing.empty());
+    EXPECT_NE(std::find(log.lines().begin(), log.lines().end(),
+                        std::string(" Logitech Camera QuickCam Fusion")),
+              log.lines().end());
+
+    // A camera plugged in later is taken too; one pulled out stays listed.
+    platform.usb().addCamera(
+        virtualcam::VirtualCamera::fromJson(genericAt("0x14400000", "0x199e", "0x8101"), &error));
+    EXPECT_EQ(list.size(), 3);
+    platform.usb().removeCamera(platform.usb().cameras().front());
+    EXPECT_EQ(list.size(), 3);
+}
+
+}  // namespace
+}  // namespace orvella::app

@@ -1,0 +1,134 @@
+// The orvella program from the outside: its command line, its virtual camera folder and request
+// log, one instance per user on a private session bus, and a missing system bus.
+#include <gtest/gtest.h>
+
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include "support/EventLoop.h"
+#include "support/PrivateBus.h"
+
+namespace orvella::app {
+namespace {
+
+using testing::waitFor;
+
+QString fixture(const char* name) {
+    return QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name);
+}
+
+QString readAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+struct Program : ::testing::Test {
+    QTemporaryDir dir;
+    testing::PrivateBus session, system;
+    std::vector<std::unique_ptr<QProcess>> started;
+
+    void SetUp() override {
+        QString error;
+        ASSERT_TRUE(session.start(&error)) << error.toStdString();
+        ASSERT_TRUE(system.start(&error)) << error.toStdString();
+    }
+    void TearDown() override {
+        for (auto& process : started) {
+            if (process->state() == QProcess::NotRunning) continue;
+            process->terminate();
+            if (!process->waitForFinished(10000)) process->kill();
+            process->waitForFinished(5000);
+        }
+        QDBusConnection::disconnectFromBus(QStringLiteral("script"));
+    }
+    QProcess& start(const QStringList& arguments, const QString& systemBus = QString()) {
+        auto process = std::make_unique<QProcess>();
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), session.address());
+        env.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
+                   systemBus.isEmpty() ? system.address() : systemBus);
+        process->setProcessEnvironment(env);
+        process->start(QStringLiteral(ORVELLA_APP), arguments);
+        EXPECT_TRUE(process->waitForStarted(10000));
+        started.push_back(std::move(process));
+        return *started.back();
+    }
+};
+
+TEST_F(Program, NonsenseOnTheCommandLineIsOneLineAndExitTwo) {
+    QProcess& process = start({QStringLiteral("--frobnicate")});
+    ASSERT_TRUE(process.waitForFinished(20000));
+    EXPECT_EQ(process.exitCode(), 2);
+    const QString error = QString::fromUtf8(process.readAllStandardError()).trimmed();
+    EXPECT_EQ(error, "orvella: Unknown option 'frobnicate'. (see orvella --help)");
+
+    QProcess& missing = start({QStringLiteral("--virtual"), dir.filePath("none.json")});
+    ASSERT_TRUE(missing.waitForFinished(20000));
+    EXPECT_EQ(missing.exitCode(), 2);
+    EXPECT_TRUE(missing.readAllStandardError().contains("none.json: cannot read"));
+}
+
+TEST_F(Program, CamerasComeAndGoWithTheFolderAndASecondStartHandsOver) {
+    const QString cameras = dir.filePath("cameras");
+    ASSERT_TRUE(QDir().mkdir(cameras));
+    ASSERT_TRUE(QFile::copy(fixture("generic.json"), cameras + "/one.json"));
+    const QString log = dir.filePath("requests.log");
+    QProcess& first = start({"--virtual-dir", cameras, "--request-log", log});
+
+    // The camera present at start is probed: its requests are in the log.
+    ASSERT_TRUE(waitFor([&] { return readAll(log).contains("\n1 a1 "); }, 30000))
+        << readAll(log).toStdString() << first.readAllStandardError().toStdString();
+    EXPECT_TRUE(readAll(log).startsWith("# plug 1 " + cameras + "/one.json\n"));
+
+    ASSERT_TRUE(QFile::copy(fixture("logitech-c270.json"), cameras + "/two.json"));
+    ASSERT_TRUE(waitFor([&] { return readAll(log).contains("\n2 a1 "); }, 30000));
+    ASSERT_TRUE(QFile::remove(cameras + "/one.json"));
+    ASSERT_TRUE(waitFor([&] { return readAll(log).contains("# unplug 1 "); }, 30000));
+
+    // Scripts see what is connected.
+    QDBusConnection script =
+        QDBusConnection::connectToBus(session.address(), QStringLiteral("script"));
+    const QDBusMessage listed =
+        script.call(QDBusMessage::createMethodCall("org.orvella.Orvella", "/org/orvella/Orvella",
+                                                   "org.orvella.Orvella", "ListCameras"),
+                    QDBus::Block, 10000);
+    ASSERT_EQ(listed.type(), QDBusMessage::ReplyMessage) << listed.errorMessage().toStdString();
+    EXPECT_EQ(listed.signature(), "a(ssb)");
+
+    // A second start asks the first one to show its panel and leaves.
+    QProcess& second = start({});
+    ASSERT_TRUE(second.waitForFinished(30000));
+    EXPECT_EQ(second.exitCode(), 0) << second.readAllStandardError().toStdString();
+    EXPECT_TRUE(second.readAllStandardError().contains("already running"));
+    EXPECT_EQ(first.state(), QProcess::Running);
+
+    // Asked to stop, it closes as Quit does: cleanly, and nothing leaks on the way out.
+    first.terminate();
+    ASSERT_TRUE(first.waitForFinished(30000));
+    EXPECT_EQ(first.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(first.exitCode(), 0) << first.readAllStandardError().toStdString();
+}
+
+TEST_F(Program, RunsWithoutASystemBus) {
+    QProcess& process =
+        start({QStringLiteral("--demo")}, QStringLiteral("unix:path=") + dir.filePath("no-bus"));
+    QByteArray errors;
+    ASSERT_TRUE(waitFor(
+        [&] {
+            errors += process.readAllStandardError();
+            return errors.contains("No system bus");
+        },
+        30000))
+        << errors.toStdString();
+    EXPECT_EQ(errors.count("No system bus"), 1);
+    testing::spin(300);
+    EXPECT_EQ(process.state(), QProcess::Running);
+}
+
+}  // namespace
+}  // namespace orvella::app

@@ -1,0 +1,96 @@
+#include "ui/StatusBar.h"
+
+#include <QCoreApplication>
+#include <QGuiApplication>
+#include <QIcon>
+#include <QScreen>
+#include <QSystemTrayIcon>
+
+#include "platform/Log.h"
+#include "ui/PopViewController.h"
+#include "ui/PopWindow.h"
+#include "ui/StatusMenu.h"
+
+namespace orvella::ui {
+
+namespace {
+QIcon image(const char* name) {
+    return QIcon(QStringLiteral(":/images/%1.svg").arg(QLatin1String(name)));
+}
+}  // namespace
+
+StatusBar::StatusBar(StatusMenu* menu, std::function<bool()> trayAvailable, QObject* parent)
+    : QObject(parent), menu_(menu), isAvailable_(std::move(trayAvailable)) {
+    if (!isAvailable_) isAvailable_ = [] { return QSystemTrayIcon::isSystemTrayAvailable(); };
+    trayAvailable_ = isAvailable_();
+    trayWatch_.setInterval(kTrayCheckMs);
+    connect(&trayWatch_, &QTimer::timeout, this, &StatusBar::checkTray);
+    if (menu_) connect(menu_, &StatusMenu::bwMenuIconClicked, this, &StatusBar::setMenuIcon);
+}
+
+StatusBar::~StatusBar() = default;
+
+void StatusBar::installStatusBar() {
+    if (statusItemView_) return;
+    statusItemView_ = std::make_unique<StatusItemView>();
+    setMenuIcon(bwMenuIcon_);
+    statusItemView_->setMenu(menu_);
+    statusItemView_->setToolTip(QCoreApplication::applicationName());
+    statusItemView_->show();
+    checkTray();
+    if (!trayAvailable_)
+        NSLog("No system tray is there to show the icon; the control panel opens as a window");
+    // Hosts come and go (a panel restarting, an extension switched on): keep looking.
+    trayWatch_.start();
+}
+
+void StatusBar::removeStatusBar() {
+    if (!statusItemView_) return;
+    trayWatch_.stop();
+    statusItemView_->hide();
+    statusItemView_.reset();
+}
+
+void StatusBar::setMenuIcon(bool blackAndWhite) {
+    bwMenuIcon_ = blackAndWhite;
+    if (statusItemView_) {
+        const QIcon normal = image(blackAndWhite ? "MonoMenu" : "ColorMenu");
+        statusItemView_->setImage(normal);
+        // The colour icon has no highlighted variant: the same image serves both.
+        statusItemView_->setAlternateImage(blackAndWhite ? image("MonoMenuHighlight") : normal);
+    }
+    if (menu_) menu_->setBWMenuIcon(blackAndWhite);
+    emit menuIconChanged(blackAndWhite);
+}
+
+void StatusBar::checkTray() {
+    const bool available = isAvailable_();
+    if (available == trayAvailable_) return;
+    trayAvailable_ = available;
+    // A host that comes late gets the icon shown anew.
+    if (available && statusItemView_) statusItemView_->show();
+    NSLog("%s", available ? "A system tray appeared; the icon is there"
+                          : "The system tray went away; the control panel opens as a window");
+    emit trayAvailabilityChanged(available);
+}
+
+}  // namespace orvella::ui
+
+namespace orvella::ui {
+
+void StatusBar::showPopover() {
+    if (!statusItemView_ || !trayAvailable_) return;
+    if (!popWindow_) {
+        auto* content = new PopViewController;
+        connect(content, &PopViewController::disablePopupClicked, this,
+                &StatusBar::disablePopupClicked);
+        const QScreen* screen = QGuiApplication::primaryScreen();
+        const QRect target =
+            PopWindow::targetFor(statusItemView_->globalRect(),
+                                 screen ? screen->availableGeometry() : QRect(), content->size());
+        popWindow_ = std::make_unique<PopWindow>(target, content);
+    }
+    popWindow_->showAnimated();
+}
+
+}  // namespace orvella::ui
