@@ -142,7 +142,7 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     loadImages();
     wireActions();
     localize();
-    disableAllCameraControl();
+    emptyPanel();
 }
 
 ControlPanel::~ControlPanel() {
@@ -240,17 +240,17 @@ void ControlPanel::localize() {
     window_->setWindowTitle(nameFormat("Control_Panel_Title"));
     ui.mBoxExposure->setTitle(localized("Exposure"));
     ui.mTxtAutoExposureMode->setText(localized("Auto_Exposure_Mode"));
-    ui.mSegAutoExposureMode->setLabel(0, localized("Manual"));
-    ui.mSegAutoExposureMode->setLabel(1, localized("Auto"));
-    ui.mSegAutoExposureMode->setLabel(2, localized("Shutter_Priority"));
-    ui.mSegAutoExposureMode->setLabel(3, localized("Aperture_Priority"));
+    ui.mSegAutoExposureMode->setLabel(0, withoutMnemonic(localized("Manual")));
+    ui.mSegAutoExposureMode->setLabel(1, withoutMnemonic(localized("Auto")));
+    ui.mSegAutoExposureMode->setLabel(2, withoutMnemonic(localized("Shutter_Priority")));
+    ui.mSegAutoExposureMode->setLabel(3, withoutMnemonic(localized("Aperture_Priority")));
     ui.mBoxWhiteBalanceTemperature->setTitle(localized("White_Balance_Temperature"));
     ui.mBtnWhiteBalanceTemperatureAuto->setText(localized("Auto"));
     ui.mBoxPowerLineFrequency->setTitle(localized("Power_Line_Frequency"));
-    ui.mSegPowerLineFrequency->setLabel(0, localized("Disabled"));
-    ui.mSegPowerLineFrequency->setLabel(1, localized("50_Hz"));
-    ui.mSegPowerLineFrequency->setLabel(2, localized("60_Hz"));
-    ui.mSegPowerLineFrequency->setLabel(3, localized("Auto"));
+    ui.mSegPowerLineFrequency->setLabel(0, withoutMnemonic(localized("Disabled")));
+    ui.mSegPowerLineFrequency->setLabel(1, withoutMnemonic(localized("50_Hz")));
+    ui.mSegPowerLineFrequency->setLabel(2, withoutMnemonic(localized("60_Hz")));
+    ui.mSegPowerLineFrequency->setLabel(3, withoutMnemonic(localized("Auto")));
     ui.mBoxBacklightCompensation->setTitle(localized("Backlight_Compensation"));
     ui.mBoxStartup->setTitle(localized("Startup"));
     ui.mBtnLaunchAtLogin->setText(nameFormat("Launch_App_at_Login"));
@@ -261,9 +261,9 @@ void ControlPanel::localize() {
     ui.mBtnFocusAuto->setText(localized("Auto"));
     ui.mBoxPanTilt->setTitle(localized("PanTilt"));
     ui.mBoxLED->setTitle(localized("LED"));
-    ui.mSegLED->setLabel(0, localized("Auto"));
-    ui.mSegLED->setLabel(1, localized("On"));
-    ui.mSegLED->setLabel(2, localized("Off"));
+    ui.mSegLED->setLabel(0, withoutMnemonic(localized("Auto")));
+    ui.mSegLED->setLabel(1, withoutMnemonic(localized("On")));
+    ui.mSegLED->setLabel(2, withoutMnemonic(localized("Off")));
     ui.mBoxManageProfile->setTitle(localized("ManageProfile"));
     ui.mPopProfile->setItemText(0, localized("CameraDefault"));
     ui.mBtnSaveNewProfile->setText(localized("SaveNewProfile"));
@@ -283,13 +283,19 @@ void ControlPanel::localize() {
     ui.mTxtCameraLabel->setText(localized("Webcam"));
     ui.mTxtFormatLabel->setText(localized("Format"));
     ui.mTxtFPSLabel->setText(localized("FPS"));
-    ui.mBtnUp->setToolTip(localized("Move_Up"));
-    ui.mBtnDown->setToolTip(localized("Move_Down"));
-    ui.mBtnLeft->setToolTip(localized("Move_Left"));
-    ui.mBtnRight->setToolTip(localized("Move_Right"));
-    ui.mBtnCenter->setToolTip(localized("Move_Center"));
-    ui.mBtnReadIntervalInfo->setToolTip(localized("Interval_Info"));
-    ui.mBtnWriteIntervalInfo->setToolTip(localized("Interval_Info"));
+    // Icon buttons: the text is the tool tip, and what shows if the image is missing.
+    const std::pair<QToolButton*, const char*> iconButtons[] = {
+        {ui.mBtnUp, "Move_Up"},
+        {ui.mBtnDown, "Move_Down"},
+        {ui.mBtnLeft, "Move_Left"},
+        {ui.mBtnRight, "Move_Right"},
+        {ui.mBtnCenter, "Move_Center"},
+        {ui.mBtnReadIntervalInfo, "Interval_Info"},
+        {ui.mBtnWriteIntervalInfo, "Interval_Info"}};
+    for (const auto& [button, key] : iconButtons) {
+        button->setToolTip(localized(key));
+        if (button->icon().isNull()) button->setText(localized(key));
+    }
     ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
 
     alignRows();
@@ -441,6 +447,18 @@ void ControlPanel::disableAutoControlUVCValue() {
 }
 
 void ControlPanel::disableAllCameraControl() {
+    Ui::ControlPanel& ui = *ui_;
+    emptyPanel();
+    // Nothing enables the pan/tilt buttons again: they keep the interface file's state only until
+    // a camera goes away.
+    for (QToolButton* button : {ui.mBtnUp, ui.mBtnDown, ui.mBtnLeft, ui.mBtnRight, ui.mBtnCenter})
+        button->setEnabled(false);
+    ui.mSegLED->setEnabled(false);
+    for (const auto& r : rows_)
+        r->setVisible(false);
+}
+
+void ControlPanel::emptyPanel() {
     Ui::ControlPanel& ui = *ui_;
     ui.mPopCamera->setEnabled(false);
     ui.mSegAutoExposureMode->setEnabled(false);

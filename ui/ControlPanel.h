@@ -42,7 +42,8 @@ class ControlPanel : public QObject {
     static constexpr int kSteppedZoomDelayMs = 1000;
 
     // Loads the panel's interface file, builds the sixteen rows on their placeholders, localizes
-    // every text and leaves the panel empty (no camera).
+    // every text and leaves the panel empty (no camera). Install the string table first: the
+    // rows take their titles when they are built.
     ControlPanel();
     ~ControlPanel() override;
 
@@ -129,6 +130,8 @@ class ControlPanel : public QObject {
     void cameraControlsCleared();
 
   private:
+    // disableAllCameraControl without the pan/tilt buttons: the state before the first camera.
+    void emptyPanel();
     void buildRows();
     void wireActions();
     void alignRows();

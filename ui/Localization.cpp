@@ -31,6 +31,19 @@ QString localized(const QString& key) {
     return localized(key.toUtf8().constData());
 }
 
+QString withoutMnemonic(const QString& text) {
+    QString out;
+    out.reserve(text.size());
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        if (text[i] == QLatin1Char('&')) {
+            if (i + 1 < text.size() && text[i + 1] == QLatin1Char('&')) out += text[++i];
+            continue;
+        }
+        out += text[i];
+    }
+    return out;
+}
+
 QString applicationName() {
     const QString name = QCoreApplication::translate(kInfoContext, "CFBundleName");
     return name == QLatin1String("CFBundleName") || name.isEmpty() ? QStringLiteral("Orvella")

@@ -14,6 +14,10 @@ namespace orvella::ui {
 QString localized(const char* key);
 QString localized(const QString& key);
 
+// A text without its mnemonic marker ("&Auto" -> "Auto"; "&&" stays a literal "&"), for the
+// elements that show a key's text as a plain label, such as segments.
+QString withoutMnemonic(const QString& text);
+
 // The application's name as the user's language gives it ("Orvella").
 QString applicationName();
 

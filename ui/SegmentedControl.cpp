@@ -1,5 +1,7 @@
 #include "ui/SegmentedControl.h"
 
+#include <QApplication>
+#include <QEvent>
 #include <QHBoxLayout>
 #include <QToolButton>
 
@@ -33,6 +35,7 @@ void SegmentedControl::setSegmentCount(int count) {
         button->setToolButtonStyle(Qt::ToolButtonTextOnly);
         button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         group_.addButton(button, segmentCount());
+        connect(button, &QToolButton::toggled, this, [this] { updateSegmentColours(); });
         layout()->addWidget(button);
         buttons_.append(button);
         tags_.append(0);
@@ -93,6 +96,36 @@ void SegmentedControl::setSegmentEnabled(int segment, bool enabled) {
 
 QToolButton* SegmentedControl::segmentButton(int segment) const {
     return segment >= 0 && segment < segmentCount() ? buttons_[segment] : nullptr;
+}
+
+void SegmentedControl::changeEvent(QEvent* event) {
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::EnabledChange)
+        updateSegmentColours();
+}
+
+void SegmentedControl::updateSegmentColours() {
+    const QPalette base = palette();
+    for (QToolButton* button : buttons_) {
+        if (!button->isChecked()) {
+            button->setPalette(QPalette());
+            continue;
+        }
+        QPalette selected = base;
+        for (auto group : {QPalette::Active, QPalette::Inactive}) {
+            selected.setColor(group, QPalette::Button, base.color(group, QPalette::Highlight));
+            selected.setColor(group, QPalette::ButtonText,
+                              base.color(group, QPalette::HighlightedText));
+        }
+        // A selected segment of a disabled control keeps a hint of the selection.
+        const QColor dimmed = base.color(QPalette::Disabled, QPalette::Button);
+        const QColor accent = base.color(QPalette::Active, QPalette::Highlight);
+        selected.setColor(
+            QPalette::Disabled, QPalette::Button,
+            QColor((dimmed.red() * 2 + accent.red()) / 3, (dimmed.green() * 2 + accent.green()) / 3,
+                   (dimmed.blue() * 2 + accent.blue()) / 3));
+        button->setPalette(selected);
+    }
 }
 
 QStringList SegmentedControl::labels() const {

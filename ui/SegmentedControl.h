@@ -49,11 +49,17 @@ class SegmentedControl : public QWidget {
     QStringList tagTexts() const;
     void setTagTexts(const QStringList& tags);
 
+  protected:
+    void changeEvent(QEvent* event) override;
+
   signals:
     // The user clicked a segment (it is now selected).
     void segmentClicked(int segment);
 
   private:
+    // The selected segment takes the palette's highlight, as a selected item does in a list.
+    void updateSegmentColours();
+
     QList<QToolButton*> buttons_;
     QList<int> tags_;
     QButtonGroup group_;

@@ -125,8 +125,12 @@ std::unique_ptr<UVCValueViewController> UVCValueViewController::initWithView(
     if (placeholder) {
         QWidget* parent = placeholder->parentWidget();
         view->setObjectName(placeholder->objectName());
-        if (parent && parent->layout() && parent->layout()->indexOf(placeholder) >= 0) {
-            delete parent->layout()->replaceWidget(placeholder, view);
+        // replaceWidget looks through nested layouts too.
+        QLayoutItem* replaced = parent && parent->layout()
+                                    ? parent->layout()->replaceWidget(placeholder, view)
+                                    : nullptr;
+        if (replaced) {
+            delete replaced;
         } else if (parent) {
             view->setParent(parent);
             view->move(placeholder->pos());
