@@ -294,7 +294,7 @@ void ControlPanel::localize() {
         {ui.mBtnWriteIntervalInfo, "Interval_Info"}};
     for (const auto& [button, key] : iconButtons) {
         button->setToolTip(localized(key));
-        if (button->icon().isNull()) button->setText(localized(key));
+        button->setText(localized(key));
     }
     ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
 

@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QFile>
-#include <QLocale>
 #include <QPointer>
 #include <QTranslator>
 
@@ -89,8 +88,9 @@ const QStringList& localizationKeys() {
         "OKBtn", "ProfileConfilictInfo", "DeleteBtn", "DeleteSavedSettingsInfo",
         "ReadIntervalInfoWS", "WriteIntervalInfo",
         // Items of the two interval pop-ups, and the panel's own captions and tool tips.
-        "1_Second", "2_Seconds", "5_Seconds", "10_Seconds", "Format", "FPS", "Move_Up", "Move_Down",
-        "Move_Left", "Move_Right", "Move_Center", "Interval_Info", "NoCamera"};
+        "Interval_Off", "1_Second", "2_Seconds", "5_Seconds", "10_Seconds", "Format", "FPS",
+        "Move_Up", "Move_Down", "Move_Left", "Move_Right", "Move_Center", "Interval_Info",
+        "NoCamera"};
     return keys;
 }
 
@@ -114,29 +114,47 @@ bool installTranslation(const QString& locale) {
     return true;
 }
 
-QString installTranslation() {
-    // uiLanguages() lists the user's choices in order, LANGUAGE first ("de-DE", "pt-BR", "zh-CN").
-    for (QString language : QLocale::system().uiLanguages()) {
-        language.replace(QLatin1Char('-'), QLatin1Char('_'));
-        const QLocale locale(language);
-        const QStringList candidates = {language,
-                                        QLocale::languageToCode(locale.language()) +
-                                            QLatin1Char('_') +
-                                            QLocale::territoryToCode(locale.territory()),
-                                        QLocale::languageToCode(locale.language())};
-        for (const QString& candidate : candidates) {
-            for (const QString& available : availableLocales()) {
-                // Portuguese and Chinese need their region: pt_BR for every Portuguese, zh_CN for
-                // Simplified Chinese.
-                const bool match =
-                    candidate == available ||
-                    (candidate == QLatin1String("pt") && available == QLatin1String("pt_BR")) ||
-                    (candidate == QLatin1String("zh") && available == QLatin1String("zh_CN") &&
-                     locale.script() != QLocale::TraditionalChineseScript);
-                if (match && installTranslation(available)) return available;
-            }
-        }
+QStringList userLanguages() {
+    QStringList languages;
+    const auto clean = [](QString value) {
+        value = value.section(QLatin1Char('.'), 0, 0).section(QLatin1Char('@'), 0, 0);
+        return value.trimmed();
+    };
+    QString locale;
+    for (const char* variable : {"LC_ALL", "LC_MESSAGES", "LANG"}) {
+        locale = clean(qEnvironmentVariable(variable));
+        if (!locale.isEmpty()) break;
     }
+    // gettext ignores LANGUAGE when the locale is the plain C locale.
+    if (locale != QLatin1String("C") && locale != QLatin1String("POSIX")) {
+        for (const QString& entry : qEnvironmentVariable("LANGUAGE").split(QLatin1Char(':')))
+            if (!clean(entry).isEmpty()) languages << clean(entry);
+    }
+    if (!locale.isEmpty()) languages << locale;
+    return languages;
+}
+
+QString chooseLocale(const QStringList& languages) {
+    for (QString language : languages) {
+        language.replace(QLatin1Char('-'), QLatin1Char('_'));
+        const QString base = language.section(QLatin1Char('_'), 0, 0);
+        if (availableLocales().contains(language)) return language;
+        // Portuguese speakers get the Brazilian table, Chinese ones the simplified one unless
+        // they ask for the traditional script's regions.
+        if (base == QLatin1String("pt")) return QStringLiteral("pt_BR");
+        if (base == QLatin1String("zh")) {
+            static const QStringList traditional = {"zh_TW", "zh_HK", "zh_MO", "zh_Hant"};
+            if (traditional.contains(language)) continue;
+            return QStringLiteral("zh_CN");
+        }
+        if (availableLocales().contains(base)) return base;
+    }
+    return QStringLiteral("en");
+}
+
+QString installTranslation() {
+    const QString locale = chooseLocale(userLanguages());
+    if (installTranslation(locale)) return locale;
     installTranslation(QStringLiteral("en"));
     return QStringLiteral("en");
 }

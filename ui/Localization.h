@@ -37,9 +37,16 @@ const QStringList& localizationKeys();
 // The locales that have a string table ("en", "de", "fr", "es", "it", "pt_BR", "ja", "zh_CN").
 const QStringList& availableLocales();
 
-// Installs the string table that best matches the user's languages (LANGUAGE, then LANG and the
-// LC_* variables, as QLocale::system() reads them), falling back to English. Returns the locale
-// chosen. The translator is owned by the application.
+// The user's languages in order of preference, from the environment as gettext reads it: the
+// entries of LANGUAGE, then the first of LC_ALL, LC_MESSAGES and LANG ("de_DE.UTF-8" -> "de_DE").
+QStringList userLanguages();
+
+// The string table for a list of languages in order of preference ("de_AT", "pt", "zh_CN"): the
+// first that has one, matched by language and region, then by language alone; "en" when none.
+QString chooseLocale(const QStringList& languages);
+
+// Installs the string table that best matches the user's languages, falling back to English.
+// Returns the locale chosen. The translator is owned by the application.
 QString installTranslation();
 // Installs the string table of one locale ("de", "pt_BR"); false when there is none.
 bool installTranslation(const QString& locale);

@@ -164,6 +164,10 @@ std::unique_ptr<UVCValueViewController> UVCValueViewController::initWithView(
         ui.btnHigh->setText(QStringLiteral("+"));
     }
 
+    // The switch's placeholder labels are keys; binding sets them again by kind.
+    for (int i = 0; i < ui.segControl->segmentCount(); ++i)
+        ui.segControl->setLabel(i, localized(ui.segControl->label(i)));
+
     // The value display is off and the main control not chosen until the row is bound.
     ui.segControl->hide();
     ui.lblMin->hide();

@@ -283,6 +283,10 @@
         <translation>Some cameras forget their settings, for example after another program used them. At this interval %1 sends the known values to every connected camera again.</translation>
     </message>
     <message>
+        <source>Interval_Off</source>
+        <translation>Off</translation>
+    </message>
+    <message>
         <source>1_Second</source>
         <translation>Every second</translation>
     </message>
