@@ -453,9 +453,6 @@ void ControlPanel::disableAllCameraControl() {
     // a camera goes away.
     for (QToolButton* button : {ui.mBtnUp, ui.mBtnDown, ui.mBtnLeft, ui.mBtnRight, ui.mBtnCenter})
         button->setEnabled(false);
-    ui.mSegLED->setEnabled(false);
-    for (const auto& r : rows_)
-        r->setVisible(false);
 }
 
 void ControlPanel::emptyPanel() {
@@ -476,8 +473,6 @@ void ControlPanel::emptyPanel() {
     ui.mPopProfile->setEnabled(false);
     enableDisableProfileButton();
     emit cameraControlsCleared();
-    for (QToolButton* button : {ui.mBtnUp, ui.mBtnDown, ui.mBtnLeft, ui.mBtnRight, ui.mBtnCenter})
-        button->setEnabled(false);
     ui.mSegLED->setEnabled(false);
     for (const auto& r : rows_)
         r->setVisible(false);

@@ -237,6 +237,7 @@ TEST(ControlPanel, StoredValueDisplayIsRestoredExceptForTheAperture) {
 
 TEST(ControlPanel, EmptiedPanelHidesRowsAndDropsProfiles) {
     Panel p("full-pu.json");
+    EXPECT_TRUE(p.ui().mBtnUp->isEnabled()) << "the interface file's state until a camera goes";
     fillProfiles(p, -1);
     p.ui().mPopProfile->setCurrentIndex(2);
     p.panel.updateFPS(29.97);
@@ -251,6 +252,10 @@ TEST(ControlPanel, EmptiedPanelHidesRowsAndDropsProfiles) {
     EXPECT_FALSE(p.ui().mBtnUp->isEnabled());
     EXPECT_FALSE(p.ui().mBtnResetToDefault->isEnabled());
     EXPECT_TRUE(p.cam.setCurs().empty()) << "emptying the panel writes nothing";
+    // A camera coming back fills the panel again, but the pan/tilt buttons stay off.
+    p.panel.loadSupportedControl();
+    EXPECT_TRUE(p.row(sid::kBrightness).isVisible());
+    EXPECT_FALSE(p.ui().mBtnUp->isEnabled());
 }
 
 TEST(ControlPanel, SteppedZoomClimbsOneStepPerRequest) {
