@@ -10,6 +10,7 @@
 #include <QTabWidget>
 #include <QToolButton>
 #include <algorithm>
+#include <cmath>
 
 #include "camera/QTCamera.h"
 #include "platform/CaptureDevice.h"
@@ -605,12 +606,19 @@ void ControlPanel::qtCameraFormatChanged(const platform::CaptureDevice* device) 
 }
 
 void ControlPanel::updateFPS(double framesPerSecond) {
-    ui_->mTxtFPS->setText(QString::number(static_cast<long>(framesPerSecond)));
+    // The integer part; a rate that is no number at all shows as 0.
+    const double rate =
+        std::isfinite(framesPerSecond) ? std::clamp(framesPerSecond, -1e15, 1e15) : 0.0;
+    ui_->mTxtFPS->setText(QString::number(static_cast<long>(rate)));
 }
 
 void ControlPanel::zoomMSLifeCamStudio(int64_t target, QTCamera* camera) {
     if (!camera) return;
-    for (int64_t step = 0; step < target; ++step)
+    // Steps beyond the camera's own maximum would only repeat it: a stored target out of range
+    // (a damaged record, say) must not block the interface for billions of requests.
+    const SupportedControl& sc = *camera->supportedControl();
+    const int64_t lastStep = sc.bZoomAbsolute ? std::min<int64_t>(target, sc.maxZoomAbsolute) : 0;
+    for (int64_t step = 0; step < lastStep; ++step)
         camera->setZoomAbsolute(static_cast<long>(step));
     camera->setZoomAbsolute(static_cast<long>(target));
 }

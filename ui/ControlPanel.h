@@ -94,7 +94,8 @@ class ControlPanel : public QObject {
 
     // ---- Stepped zoom ----
     // Sends the zoom 0, 1, ... target - 1 and then target, one request each: a camera that cannot
-    // take a large zoom jump in one request gets there step by step.
+    // take a large zoom jump in one request gets there step by step. The steps stop at the camera's
+    // maximum zoom.
     static void zoomMSLifeCamStudio(int64_t target, QTCamera* camera);
     // The same, kSteppedZoomDelayMs from now on the event loop. A camera that goes away before
     // then must be passed to forgetCamera.

@@ -39,6 +39,8 @@ void SegmentedControl::setSegmentCount(int count) {
         layout()->addWidget(button);
         buttons_.append(button);
         tags_.append(0);
+        // A label's mnemonic for the control moves the focus to its first segment.
+        if (buttons_.size() == 1) setFocusProxy(button);
     }
 }
 

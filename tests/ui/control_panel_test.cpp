@@ -11,6 +11,7 @@
 #include <QStandardItemModel>
 #include <QTest>
 #include <QToolButton>
+#include <cmath>
 
 #include "UiRig.h"
 #include "settings/SettingsID.h"
@@ -242,6 +243,8 @@ TEST(ControlPanel, EmptiedPanelHidesRowsAndDropsProfiles) {
     p.ui().mPopProfile->setCurrentIndex(2);
     p.panel.updateFPS(29.97);
     EXPECT_EQ(p.ui().mTxtFPS->text(), "29");
+    p.panel.updateFPS(std::nan(""));
+    EXPECT_EQ(p.ui().mTxtFPS->text(), "0");
     p.panel.disableAllCameraControl();
     EXPECT_EQ(p.ui().mPopProfile->count(), 2);
     EXPECT_EQ(p.ui().mPopProfile->currentIndex(), -1);
@@ -280,6 +283,11 @@ TEST(ControlPanel, SteppedZoomClimbsOneStepPerRequest) {
         values.push_back(w.value);
     EXPECT_EQ(values, (std::vector<int64_t>{0, 1, 2, 3, 4, 5}));
     EXPECT_TRUE(knob.device->requests().empty());
+
+    // A target far beyond the camera's range (500) does not step on for ever.
+    cam.device->clearRequests();
+    ControlPanel::zoomMSLifeCamStudio(int64_t{1} << 40, cam.camera.get());
+    EXPECT_EQ(cam.setCursOf(sel::kZoomAbsolute, cam.ct()).size(), 501u);
 }
 
 TEST(ControlPanel, FormatFollowsOnlyTheCurrentCamerasDevice) {
