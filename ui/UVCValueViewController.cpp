@@ -138,17 +138,6 @@ std::unique_ptr<UVCValueViewController> UVCValueViewController::initWithView(
         delete placeholder;
     }
 
-    row->_controlID = settingsID;
-    ui.layout->setAlignment(ui.btnTitle, Qt::AlignRight | Qt::AlignVCenter);
-    if (titleKey) {
-        ui.btnTitle->setText(localized(titleKey));
-    } else {
-        // The surrounding box names the control: the title is a small "#" that only switches the
-        // value display, as wide as the low button and keeping its right edge.
-        ui.btnTitle->setText(QStringLiteral("#"));
-        ui.btnTitle->setFixedWidth(ui.btnLow->sizeHint().width());
-    }
-
     const QIcon low = imageNamed(lowImgName);
     if (!low.isNull()) {
         ui.btnLow->setIcon(low);
@@ -162,6 +151,17 @@ std::unique_ptr<UVCValueViewController> UVCValueViewController::initWithView(
         ui.btnHigh->setToolButtonStyle(Qt::ToolButtonIconOnly);
     } else {
         ui.btnHigh->setText(QStringLiteral("+"));
+    }
+
+    row->_controlID = settingsID;
+    ui.layout->setAlignment(ui.btnTitle, Qt::AlignRight | Qt::AlignVCenter);
+    if (titleKey) {
+        ui.btnTitle->setText(localized(titleKey));
+    } else {
+        // The surrounding box names the control: the title is a small "#" that only switches the
+        // value display, as wide as the low button and keeping its right edge.
+        ui.btnTitle->setText(QStringLiteral("#"));
+        ui.btnTitle->setFixedWidth(ui.btnLow->sizeHint().width());
     }
 
     // The switch's placeholder labels are keys; binding sets them again by kind.
@@ -319,7 +319,8 @@ void UVCValueViewController::setVisible(bool visible) {
         view_->hide();
         return;
     }
-    view_->show();
+    // A row outside a panel is a window of its own, which its owner shows.
+    if (view_->parentWidget()) view_->show();
     ui.btnTitle->show();
     ui.btnLow->show();
     ui.btnHigh->show();
