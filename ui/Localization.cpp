@@ -3,6 +3,7 @@
 #include <QCoreApplication>
 #include <QFile>
 #include <QPointer>
+#include <QRegularExpression>
 #include <QTranslator>
 
 namespace orvella::ui {
@@ -31,6 +32,9 @@ QString localized(const QString& key) {
 }
 
 QString withoutMnemonic(const QString& text) {
+    // Languages that write without Latin letters mark the mnemonic in brackets: "自動(&A)".
+    static const QRegularExpression bracketed(QStringLiteral("\\s?\\(&[^&)]\\)"));
+    if (text.contains(bracketed)) return QString(text).remove(bracketed);
     QString out;
     out.reserve(text.size());
     for (qsizetype i = 0; i < text.size(); ++i) {

@@ -14,7 +14,8 @@ namespace orvella::ui {
 QString localized(const char* key);
 QString localized(const QString& key);
 
-// A text without its mnemonic marker ("&Auto" -> "Auto"; "&&" stays a literal "&"), for the
+// A text without its mnemonic marker ("&Auto" -> "Auto", "自動(&A)" -> "自動"; "&&" stays a
+// literal "&"), for the
 // elements that show a key's text as a plain label, such as segments.
 QString withoutMnemonic(const QString& text);
 

@@ -102,8 +102,15 @@ QToolButton* SegmentedControl::segmentButton(int segment) const {
 
 void SegmentedControl::changeEvent(QEvent* event) {
     QWidget::changeEvent(event);
-    if (event->type() == QEvent::PaletteChange || event->type() == QEvent::EnabledChange)
-        updateSegmentColours();
+    switch (event->type()) {
+        case QEvent::PaletteChange:
+        case QEvent::ApplicationPaletteChange:
+        case QEvent::EnabledChange:
+            updateSegmentColours();
+            break;
+        default:
+            break;
+    }
 }
 
 void SegmentedControl::updateSegmentColours() {

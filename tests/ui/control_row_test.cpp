@@ -332,3 +332,42 @@ TEST(ControlRowSlider, MouseDragThroughTheRowReachesTheCameraThrottled) {
 
 }  // namespace
 }  // namespace orvella::ui
+
+namespace orvella::ui {
+namespace {
+
+// A change of the desktop's palette as a running application sees it: the new application palette,
+// then the notice to every widget (which QApplication sends only once its event loop runs).
+void setDesktopPalette(const QPalette& palette) {
+    QApplication::setPalette(palette);
+    QEvent changed(QEvent::ApplicationPaletteChange);
+    for (QWidget* widget : QApplication::allWidgets())
+        QApplication::sendEvent(widget, &changed);
+}
+
+TEST(SegmentedControlLook, SelectedSegmentFollowsThePalettesHighlight) {
+    SegmentedControl seg;
+    seg.setTagTexts({"1", "2", "4", "8"});
+    EXPECT_EQ(seg.segmentCount(), 4);
+    EXPECT_FALSE(seg.selectSegmentWithTag(3));
+    EXPECT_EQ(seg.selectedSegment(), -1);
+    ASSERT_TRUE(seg.selectSegmentWithTag(4));
+    const QPalette saved = QApplication::palette();
+    for (const QColor highlight : {QColor(0x30, 0x60, 0xc0), QColor(0xc0, 0x40, 0x20)}) {
+        QPalette palette = saved;
+        palette.setColor(QPalette::Highlight, highlight);
+        setDesktopPalette(palette);
+        EXPECT_EQ(seg.segmentButton(2)->palette().color(QPalette::Active, QPalette::Button),
+                  highlight);
+        EXPECT_NE(seg.segmentButton(1)->palette().color(QPalette::Active, QPalette::Button),
+                  highlight);
+    }
+    setDesktopPalette(saved);
+    seg.deselectAll();
+    EXPECT_EQ(seg.selectedTag(), -1);
+    EXPECT_NE(seg.segmentButton(2)->palette().color(QPalette::Active, QPalette::Button),
+              QColor(0xc0, 0x40, 0x20));
+}
+
+}  // namespace
+}  // namespace orvella::ui

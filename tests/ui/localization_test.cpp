@@ -101,6 +101,7 @@ TEST_F(Localization, NameFormatsTakeTheApplicationsName) {
     EXPECT_EQ(localized("Auto"), "&Automatik");
     EXPECT_EQ(withoutMnemonic(localized("Auto")), "Automatik");
     EXPECT_EQ(withoutMnemonic("Save && &Quit"), "Save & Quit");
+    EXPECT_EQ(withoutMnemonic(QString::fromUtf8("自動(&A)")), QString::fromUtf8("自動"));
     EXPECT_EQ(localizedFormat("DeleteSavedSettingsInfo", "Abend"),
               "Das Profil „Abend“ wird gelöscht. Das lässt sich nicht rückgängig machen.");
 
