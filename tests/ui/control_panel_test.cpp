@@ -8,6 +8,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTest>
 #include <QToolButton>
@@ -298,6 +299,39 @@ TEST(ControlPanel, FormatFollowsOnlyTheCurrentCamerasDevice) {
     EXPECT_TRUE(p.ui().mTxtFormatType->text().isEmpty());
     p.panel.qtCameraFormatChanged(p.cam.capture.get());
     EXPECT_EQ(p.ui().mTxtFormatType->text(), "YUY2");
+}
+
+TEST(ControlPanelPreferences, WidgetsReportToTheOwnerWithTheStoredValues) {
+    ControlPanel panel;
+    auto& ui = panel.outlets();
+    // Off, 1, 2, 5 and 10 seconds as counts of half-second ticks.
+    for (QComboBox* pop : {ui.mPopUpdateSlider, ui.mPopReconfigureWebcam}) {
+        ASSERT_EQ(pop->count(), 5);
+        std::vector<int> tags;
+        for (int i = 0; i < pop->count(); ++i)
+            tags.push_back(ControlPanel::intervalTag(pop, i));
+        EXPECT_EQ(tags, (std::vector<int>{0, 2, 4, 10, 20}));
+        EXPECT_EQ(pop->itemText(1), "Every second");
+    }
+    EXPECT_TRUE(ControlPanel::selectIntervalTag(ui.mPopReconfigureWebcam, 10));
+    EXPECT_EQ(ui.mPopReconfigureWebcam->currentIndex(), 3);
+    EXPECT_FALSE(ControlPanel::selectIntervalTag(ui.mPopReconfigureWebcam, 7));
+
+    QSignalSpy slider(&panel, &ControlPanel::selectUpdateSlider);
+    QSignalSpy login(&panel, &ControlPanel::clickLaunchAtLogin);
+    QSignalSpy save(&panel, &ControlPanel::clickSaveNewProfile);
+    emit ui.mPopUpdateSlider->activated(4);
+    ui.mBtnLaunchAtLogin->click();
+    ui.mBtnSaveNewProfile->setEnabled(true);
+    ui.mBtnSaveNewProfile->click();
+    ASSERT_EQ(slider.size(), 1);
+    EXPECT_EQ(slider.at(0).at(0).toInt(), 20);
+    ASSERT_EQ(login.size(), 1);
+    EXPECT_TRUE(login.at(0).at(0).toBool());
+    EXPECT_EQ(save.size(), 1);
+    // The profile pop-up: camera default, then a separator before the profiles.
+    EXPECT_EQ(ui.mPopProfile->count(), 2);
+    EXPECT_EQ(ui.mPopProfile->itemText(0), "Camera default");
 }
 
 }  // namespace
