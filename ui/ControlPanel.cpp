@@ -30,7 +30,7 @@ using SC = SupportedControl;
 
 // One control row: where it sits, what it shows and which part of the supported-control record
 // binds it. Rows are built and bound in this order.
-struct RowSpec {
+struct RowEntry {
     QWidget* Ui::ControlPanel::*placeholder;
     int32_t id;
     const char* title;  // localization key, or null for the "#" title of a row inside a named box
@@ -45,7 +45,7 @@ struct RowSpec {
     long SC::*cur;
 };
 
-constexpr RowSpec kRows[] = {
+constexpr RowEntry kRows[] = {
     {&Ui::ControlPanel::mVwExposureTimeAbsolute, SettingsID::kExposureTimeAbsolute, "Exposure_Time",
      "ExposureLow", "ExposureHigh", &SC::bExposureTimeAbsolute, &SC::bExposureTimeAbsoluteDisabled,
      &SC::minExposureTimeAbsolute, &SC::maxExposureTimeAbsolute, nullptr,
@@ -113,9 +113,9 @@ constexpr int kAperturePriorityMode = 8;
 // Key of an interval item's title, kept so that a second localize still finds it.
 constexpr int kItemKeyRole = Qt::UserRole + 10;
 
-const RowSpec* specFor(int32_t id) {
-    for (const RowSpec& spec : kRows)
-        if (spec.id == id) return &spec;
+const RowEntry* entryFor(int32_t id) {
+    for (const RowEntry& entry : kRows)
+        if (entry.id == id) return &entry;
     return nullptr;
 }
 
@@ -162,12 +162,12 @@ UVCValueViewController* ControlPanel::row(int32_t settingsID) const {
 
 void ControlPanel::buildRows() {
     for (size_t i = 0; i < std::size(kRows); ++i) {
-        const RowSpec& spec = kRows[i];
+        const RowEntry& entry = kRows[i];
         rows_[i] = UVCValueViewController::initWithView(
-            (*ui_).*spec.placeholder, spec.id, spec.title, QString::fromLatin1(spec.lowImage),
-            QString::fromLatin1(spec.highImage));
+            (*ui_).*entry.placeholder, entry.id, entry.title, QString::fromLatin1(entry.lowImage),
+            QString::fromLatin1(entry.highImage));
         // The placeholder is gone; its outlet now names the row's view.
-        (*ui_).*spec.placeholder = rows_[i]->view();
+        (*ui_).*entry.placeholder = rows_[i]->view();
         rows_[i]->setDelegate(&rowDelegate_);
     }
 }
@@ -374,15 +374,15 @@ void ControlPanel::loadSupportedControlUVCValue() {
     const SupportedControl& sc = *_qtCamera->supportedControl();
 
     for (size_t i = 0; i < std::size(kRows); ++i) {
-        const RowSpec& spec = kRows[i];
+        const RowEntry& entry = kRows[i];
         UVCValueViewController& r = *rows_[i];
-        if (spec.id == SettingsID::kAperture) {
+        if (entry.id == SettingsID::kAperture) {
             r.setQTCamera(_qtCamera, 0, kApertureMax, 0, 0, 0);
         } else {
-            r.setQTCamera(_qtCamera, sc.*spec.min, sc.*spec.max, spec.res ? sc.*spec.res : 1,
-                          sc.*spec.def, sc.*spec.cur);
+            r.setQTCamera(_qtCamera, sc.*entry.min, sc.*entry.max, entry.res ? sc.*entry.res : 1,
+                          sc.*entry.def, sc.*entry.cur);
         }
-        r.setVisible(sc.*spec.supported != 0);
+        r.setVisible(sc.*entry.supported != 0);
     }
 
     const bool focus = sc.bFocusAbsolute || sc.bFocusAuto;
@@ -425,12 +425,12 @@ void ControlPanel::disableAutoControlUVCValue() {
     if (!_qtCamera) return;
     const SupportedControl& sc = *_qtCamera->queryControlStatus();
     for (int32_t id : kEnableOrder) {
-        const RowSpec& spec = *specFor(id);
-        if (!(sc.*spec.supported)) continue;
-        const bool enabled = !(sc.*spec.disabled);
+        const RowEntry& entry = *entryFor(id);
+        if (!(sc.*entry.supported)) continue;
+        const bool enabled = !(sc.*entry.disabled);
         UVCValueViewController& r = *row(id);
         r.setEnabled(enabled);
-        if (enabled) r.setValue(sc.*spec.cur);
+        if (enabled) r.setValue(sc.*entry.cur);
     }
 
     // The iris moves only in manual and aperture-priority modes, and only with a known position.
