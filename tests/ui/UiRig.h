@@ -1,0 +1,85 @@
+#pragma once
+// Cameras for the widget tests: a virtual camera from a fixture, seen through the whole platform
+// seam (USB host, media devices, capture devices) and built as the application builds it, with
+// its request log at hand.
+
+#include <gtest/gtest.h>
+
+#include <QString>
+#include <memory>
+#include <vector>
+
+#include "camera/QTCamera.h"
+#include "platform/Clock.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "support/OpenedCamera.h"
+#include "support/VirtualRig.h"
+
+namespace orvella::testing {
+
+struct UiCamera {
+    virtualcam::VirtualPlatform rig;
+    platform::RecordingClock clock;
+    std::shared_ptr<virtualcam::VirtualCamera> device;
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> capture;
+    std::unique_ptr<QTCamera> camera;
+
+    explicit UiCamera(const std::string& fixture) {
+        device = loadFixture(fixture);
+        QString error;
+        capture = rig.addCamera(device, &error);
+        EXPECT_TRUE(capture) << error.toStdString();
+        const platform::MediaObjectID media = rig.mediaDeviceFor(*capture);
+        camera = media ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
+                       : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+        EXPECT_TRUE(camera);
+        device->clearRequests();
+    }
+    SupportedControl& record() { return *camera->supportedControl(); }
+    // The SET_CUR requests that reached the camera, as (selector, unit, value) in order.
+    struct Write {
+        int selector, unit;
+        int64_t value;
+        bool operator==(const Write&) const = default;
+    };
+    std::vector<Write> setCurs() const {
+        std::vector<Write> out;
+        for (const auto& r : device->requests()) {
+            if (r.bmRequestType != 0x21 || r.bRequest != 0x01) continue;
+            int64_t value = 0;
+            for (size_t i = 0; i < r.data.size() && i < 8; ++i)
+                value |= static_cast<int64_t>(r.data[i]) << (8 * i);
+            // Sign-extend the little-endian field from its own width.
+            if (!r.data.empty() && r.data.size() < 8 && (r.data.back() & 0x80))
+                value -= int64_t{1} << (8 * r.data.size());
+            out.push_back({r.selector(), r.unit(), value});
+        }
+        return out;
+    }
+    std::vector<Write> setCursOf(int selector, int unit) const {
+        std::vector<Write> out;
+        for (const Write& w : setCurs())
+            if (w.selector == selector && w.unit == unit) out.push_back(w);
+        return out;
+    }
+    int pu() const { return device->processingUnitID(); }
+    int ct() const { return device->cameraTerminalID(); }
+};
+
+// UVC selectors the tests look for.
+namespace sel {
+constexpr int kAutoExposureMode = 0x02;
+constexpr int kExposureTimeAbsolute = 0x04;
+constexpr int kFocusAbsolute = 0x06;
+constexpr int kIrisRelative = 0x0A;
+constexpr int kZoomAbsolute = 0x0B;
+constexpr int kFocusAuto = 0x08;
+constexpr int kBrightness = 0x02;
+constexpr int kGamma = 0x09;
+constexpr int kWhiteBalanceTemperature = 0x0A;
+constexpr int kBacklightCompensation = 0x01;
+constexpr int kWhiteBalanceTemperatureAuto = 0x0B;
+constexpr int kPowerLineFrequency = 0x05;
+}  // namespace sel
+
+}  // namespace orvella::testing

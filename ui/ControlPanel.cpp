@@ -1,0 +1,654 @@
+#include "ui/ControlPanel.h"
+
+#include <QAbstractItemModel>
+#include <QCheckBox>
+#include <QComboBox>
+#include <QGroupBox>
+#include <QLabel>
+#include <QPushButton>
+#include <QStandardItemModel>
+#include <QTabWidget>
+#include <QToolButton>
+#include <algorithm>
+#include <cmath>
+
+#include "camera/QTCamera.h"
+#include "platform/CaptureDevice.h"
+#include "settings/SettingsID.h"
+#include "ui/Images.h"
+#include "ui/Localization.h"
+#include "ui/ProfileItemRoles.h"
+#include "ui/SegmentedControl.h"
+#include "ui_ControlPanel.h"
+
+namespace orvella::ui {
+
+namespace {
+
+using settings::SettingsID;
+using SC = SupportedControl;
+
+// One control row: where it sits, what it shows and which part of the supported-control record
+// binds it. Rows are built and bound in this order.
+struct RowEntry {
+    QWidget* Ui::ControlPanel::*placeholder;
+    int32_t id;
+    const char* title;  // localization key, or null for the "#" title of a row inside a named box
+    const char* lowImage;
+    const char* highImage;
+    int8_t SC::*supported;
+    int8_t SC::*disabled;  // null: never disabled by an automatic mode
+    long SC::*min;
+    long SC::*max;
+    long SC::*res;  // null: bound with resolution 1
+    long SC::*def;
+    long SC::*cur;
+};
+
+constexpr RowEntry kRows[] = {
+    {&Ui::ControlPanel::mVwExposureTimeAbsolute, SettingsID::kExposureTimeAbsolute, "Exposure_Time",
+     "ExposureLow", "ExposureHigh", &SC::bExposureTimeAbsolute, &SC::bExposureTimeAbsoluteDisabled,
+     &SC::minExposureTimeAbsolute, &SC::maxExposureTimeAbsolute, nullptr,
+     &SC::defExposureTimeAbsolute, &SC::curExposureTimeAbsolute},
+    {&Ui::ControlPanel::mVwGain, SettingsID::kGain, "Gain", "GainLow", "GainHigh", &SC::bGain,
+     &SC::bGainDisabled, &SC::minGain, &SC::maxGain, nullptr, &SC::defGain, &SC::curGain},
+    {&Ui::ControlPanel::mVwAperture, SettingsID::kAperture, "Aperture", "ApertureLow",
+     "ApertureHigh", &SC::bIrisRelative, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},
+    {&Ui::ControlPanel::mVwBrightness, SettingsID::kBrightness, "Brightness", "BrightnessLow",
+     "BrightnessHigh", &SC::bBrightness, &SC::bBrightnessDisabled, &SC::minBrightness,
+     &SC::maxBrightness, nullptr, &SC::defBrightness, &SC::curBrightness},
+    {&Ui::ControlPanel::mVwContrast, SettingsID::kContrast, "Contrast", "ContrastLow",
+     "ContrastHigh", &SC::bContrast, &SC::bContrastDisabled, &SC::minContrast, &SC::maxContrast,
+     nullptr, &SC::defContrast, &SC::curContrast},
+    {&Ui::ControlPanel::mVwHue, SettingsID::kHue, "Hue", "HueLow", "HueHigh", &SC::bHue,
+     &SC::bHueDisabled, &SC::minHue, &SC::maxHue, nullptr, &SC::defHue, &SC::curHue},
+    {&Ui::ControlPanel::mVwSaturation, SettingsID::kSaturation, "Saturation", "SaturationLow",
+     "SaturationHigh", &SC::bSaturation, &SC::bSaturationDisabled, &SC::minSaturation,
+     &SC::maxSaturation, nullptr, &SC::defSaturation, &SC::curSaturation},
+    {&Ui::ControlPanel::mVwSharpness, SettingsID::kSharpness, "Sharpness", "SharpnessLow",
+     "SharpnessHigh", &SC::bSharpness, &SC::bSharpnessDisabled, &SC::minSharpness,
+     &SC::maxSharpness, nullptr, &SC::defSharpness, &SC::curSharpness},
+    {&Ui::ControlPanel::mVwGamma, SettingsID::kGamma, "Gamma", "GammaLow", "GammaHigh", &SC::bGamma,
+     &SC::bGammaDisabled, &SC::minGamma, &SC::maxGamma, &SC::resGamma, &SC::defGamma,
+     &SC::curGamma},
+    {&Ui::ControlPanel::mVwWhiteBalanceTemperature, SettingsID::kWhiteBalanceTemperature, nullptr,
+     "WhiteBalanceLow", "WhiteBalanceHigh", &SC::bWhiteBalanceTemperature,
+     &SC::bWhiteBalanceTemperatureDisabled, &SC::minWhiteBalanceTemperature,
+     &SC::maxWhiteBalanceTemperature, nullptr, &SC::defWhiteBalanceTemperature,
+     &SC::curWhiteBalanceTemperature},
+    {&Ui::ControlPanel::mVwFocus, SettingsID::kFocusAbsolute, nullptr, "FocusLow", "FocusHigh",
+     &SC::bFocusAbsolute, &SC::bFocusAbsoluteDisabled, &SC::minFocusAbsolute, &SC::maxFocusAbsolute,
+     nullptr, &SC::defFocusAbsolute, &SC::curFocusAbsolute},
+    {&Ui::ControlPanel::mVwZoom, SettingsID::kZoomAbsolute, "Zoom", "ZoomLow", "ZoomHigh",
+     &SC::bZoomAbsolute, &SC::bZoomAbsoluteDisabled, &SC::minZoomAbsolute, &SC::maxZoomAbsolute,
+     nullptr, &SC::defZoomAbsolute, &SC::curZoomAbsolute},
+    {&Ui::ControlPanel::mVwPan, SettingsID::kPanAbsolute, "Pan", "PanLow", "PanHigh",
+     &SC::bPanTiltAbsolute, &SC::bPanTiltAbsoluteDisabled, &SC::minPanAbsolute, &SC::maxPanAbsolute,
+     nullptr, &SC::defPanAbsolute, &SC::curPanAbsolute},
+    {&Ui::ControlPanel::mVwTilt, SettingsID::kTiltAbsolute, "Tilt", "TiltLow", "TiltHigh",
+     &SC::bPanTiltAbsolute, &SC::bPanTiltAbsoluteDisabled, &SC::minTiltAbsolute,
+     &SC::maxTiltAbsolute, nullptr, &SC::defTiltAbsolute, &SC::curTiltAbsolute},
+    {&Ui::ControlPanel::mVwBacklightCompensation, SettingsID::kBacklightCompensation, nullptr,
+     "BacklightLow", "BacklightHigh", &SC::bBacklightCompensation,
+     &SC::bBacklightCompensationDisabled, &SC::minBacklightCompensation,
+     &SC::maxBacklightCompensation, nullptr, &SC::defBacklightCompensation,
+     &SC::curBacklightCompensation},
+    {&Ui::ControlPanel::mVwNoiseReduction, SettingsID::kNoiseReduction, "NoiseReduction",
+     "NoiseReductionLow", "NoiseReductionHigh", &SC::bNoiseReduction, &SC::bNoiseReductionDisabled,
+     &SC::minNoiseReduction, &SC::maxNoiseReduction, nullptr, &SC::defNoiseReduction,
+     &SC::curNoiseReduction},
+};
+static_assert(std::size(kRows) == ControlPanel::kRowCount);
+
+// The order in which rows are enabled by the automatic modes (the aperture row follows its own
+// rule) and in which the stored value display is restored.
+constexpr int32_t kEnableOrder[] = {3, 14, 4, 5, 6, 7, 8, 9, 11, 16, 17, 18, 19, 13, 21};
+
+// The aperture row: the iris moves by relative steps, so the row only shows a position.
+constexpr int64_t kApertureMax = 65536;
+
+constexpr int kManualMode = 1;
+constexpr int kAperturePriorityMode = 8;
+
+// Key of an interval item's title, kept so that a second localize still finds it.
+constexpr int kItemKeyRole = Qt::UserRole + 10;
+
+const RowEntry* entryFor(int32_t id) {
+    for (const RowEntry& entry : kRows)
+        if (entry.id == id) return &entry;
+    return nullptr;
+}
+
+}  // namespace
+
+ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
+    window_ = std::make_unique<QWidget>();
+    ui_->setupUi(window_.get());
+
+    // The profile pop-up shows an item model: 0 the camera default, 1 a separator, 2.. profiles.
+    ui_->mPopProfile->insertSeparator(1);
+
+    // Interval pop-ups carry their stored values (counts of 0.5-second ticks) as item data.
+    for (QComboBox* pop : {ui_->mPopUpdateSlider, ui_->mPopReconfigureWebcam}) {
+        const QStringList tags = pop->property("itemTags").toStringList();
+        for (int i = 0; i < pop->count(); ++i) {
+            pop->setItemData(i, i < tags.size() ? tags[i].toInt() : 0);
+            pop->setItemData(i, pop->itemText(i), kItemKeyRole);
+        }
+    }
+
+    rowDelegate_.settingChanged = [this](int32_t id) { settingChanged(id); };
+    rowDelegate_.titleClicked = [this](bool on, int32_t id) { titleClicked(on, id); };
+    buildRows();
+    loadImages();
+    wireActions();
+    localize();
+    emptyPanel();
+}
+
+ControlPanel::~ControlPanel() {
+    for (PendingZoom& zoom : pendingZooms_)
+        delete zoom.timer;
+    // The rows' views belong to the window; let the rows go first.
+    for (auto& row : rows_)
+        row.reset();
+}
+
+UVCValueViewController* ControlPanel::row(int32_t settingsID) const {
+    for (size_t i = 0; i < std::size(kRows); ++i)
+        if (kRows[i].id == settingsID) return rows_[i].get();
+    return nullptr;
+}
+
+void ControlPanel::buildRows() {
+    for (size_t i = 0; i < std::size(kRows); ++i) {
+        const RowEntry& entry = kRows[i];
+        rows_[i] = UVCValueViewController::initWithView(
+            (*ui_).*entry.placeholder, entry.id, entry.title, QString::fromLatin1(entry.lowImage),
+            QString::fromLatin1(entry.highImage));
+        // The placeholder is gone; its outlet now names the row's view.
+        (*ui_).*entry.placeholder = rows_[i]->view();
+        rows_[i]->setDelegate(&rowDelegate_);
+    }
+}
+
+void ControlPanel::loadImages() {
+    const struct {
+        QToolButton* button;
+        const char* image;
+    } arrows[] = {{ui_->mBtnUp, "PanTiltUp"},          {ui_->mBtnDown, "PanTiltDown"},
+                  {ui_->mBtnLeft, "PanTiltLeft"},      {ui_->mBtnRight, "PanTiltRight"},
+                  {ui_->mBtnCenter, "PanTiltCenter"},  {ui_->mBtnReadIntervalInfo, "Info"},
+                  {ui_->mBtnWriteIntervalInfo, "Info"}};
+    for (const auto& arrow : arrows) {
+        const QIcon icon = imageNamed(QString::fromLatin1(arrow.image));
+        if (icon.isNull()) continue;
+        arrow.button->setIcon(icon);
+        arrow.button->setToolButtonStyle(Qt::ToolButtonIconOnly);
+    }
+}
+
+void ControlPanel::wireActions() {
+    Ui::ControlPanel& ui = *ui_;
+    connect(ui.mSegAutoExposureMode, &SegmentedControl::segmentClicked, this,
+            &ControlPanel::switchAutoExposureMode);
+    connect(ui.mBtnWhiteBalanceTemperatureAuto, &QCheckBox::clicked, this,
+            &ControlPanel::clickWhiteBalanceTemperatureAuto);
+    connect(ui.mSegPowerLineFrequency, &SegmentedControl::segmentClicked, this,
+            &ControlPanel::switchPowerLineFrequency);
+    connect(ui.mBtnFocusAuto, &QCheckBox::clicked, this, &ControlPanel::clickFocusAuto);
+    connect(ui.mSegLED, &SegmentedControl::segmentClicked, this, &ControlPanel::swictLED);
+    for (QToolButton* button : {ui.mBtnUp, ui.mBtnDown, ui.mBtnLeft, ui.mBtnRight, ui.mBtnCenter}) {
+        connect(button, &QToolButton::clicked, this,
+                [this, button] { clickPTZ(button->property("tag").toInt()); });
+    }
+
+    connect(ui.mPopCamera, &QComboBox::activated, this, &ControlPanel::selectCamera);
+    connect(ui.mPopProfile, &QComboBox::activated, this, &ControlPanel::selectProfile);
+    connect(ui.mBtnSaveNewProfile, &QPushButton::clicked, this, &ControlPanel::clickSaveNewProfile);
+    connect(ui.mBtnUpdateProfile, &QPushButton::clicked, this, &ControlPanel::clickUpdateProfile);
+    connect(ui.mBtnDeleteProfile, &QPushButton::clicked, this, &ControlPanel::clickDeleteProfile);
+    connect(ui.mBtnLoadAtStart, &QPushButton::clicked, this, &ControlPanel::clickLoadAtStart);
+    connect(ui.mBtnResetToDefault, &QPushButton::clicked, this, &ControlPanel::clickResetToDefault);
+    connect(ui.mBtnLaunchAtLogin, &QCheckBox::clicked, this, &ControlPanel::clickLaunchAtLogin);
+    connect(ui.mBtnBWMenuIcon, &QCheckBox::clicked, this, &ControlPanel::selectBWMenuIcon);
+    connect(ui.mBtnHideMenuBarIcon, &QCheckBox::clicked, this, &ControlPanel::clickHideMenuBarIcon);
+    connect(ui.mPopUpdateSlider, &QComboBox::activated, this, [this](int index) {
+        emit selectUpdateSlider(intervalTag(ui_->mPopUpdateSlider, index));
+    });
+    connect(ui.mPopReconfigureWebcam, &QComboBox::activated, this, [this](int index) {
+        emit selectReconfigureWebcam(intervalTag(ui_->mPopReconfigureWebcam, index));
+    });
+    connect(ui.mBtnReadIntervalInfo, &QToolButton::clicked, this,
+            &ControlPanel::clickReadIntervalInfo);
+    connect(ui.mBtnWriteIntervalInfo, &QToolButton::clicked, this,
+            &ControlPanel::clickWriteIntervalInfo);
+}
+
+int ControlPanel::intervalTag(const QComboBox* pop, int index) {
+    return index >= 0 && index < pop->count() ? pop->itemData(index).toInt() : 0;
+}
+
+bool ControlPanel::selectIntervalTag(QComboBox* pop, int tag) {
+    const int index = pop->findData(tag);
+    if (index < 0) return false;
+    pop->setCurrentIndex(index);
+    return true;
+}
+
+void ControlPanel::localize() {
+    Ui::ControlPanel& ui = *ui_;
+    window_->setWindowTitle(nameFormat("Control_Panel_Title"));
+    ui.mBoxExposure->setTitle(localized("Exposure"));
+    ui.mTxtAutoExposureMode->setText(localized("Auto_Exposure_Mode"));
+    ui.mSegAutoExposureMode->setLabel(0, withoutMnemonic(localized("Manual")));
+    ui.mSegAutoExposureMode->setLabel(1, withoutMnemonic(localized("Auto")));
+    ui.mSegAutoExposureMode->setLabel(2, withoutMnemonic(localized("Shutter_Priority")));
+    ui.mSegAutoExposureMode->setLabel(3, withoutMnemonic(localized("Aperture_Priority")));
+    ui.mBoxWhiteBalanceTemperature->setTitle(localized("White_Balance_Temperature"));
+    ui.mBtnWhiteBalanceTemperatureAuto->setText(localized("Auto"));
+    ui.mBoxPowerLineFrequency->setTitle(localized("Power_Line_Frequency"));
+    ui.mSegPowerLineFrequency->setLabel(0, withoutMnemonic(localized("Disabled")));
+    ui.mSegPowerLineFrequency->setLabel(1, withoutMnemonic(localized("50_Hz")));
+    ui.mSegPowerLineFrequency->setLabel(2, withoutMnemonic(localized("60_Hz")));
+    ui.mSegPowerLineFrequency->setLabel(3, withoutMnemonic(localized("Auto")));
+    ui.mBoxBacklightCompensation->setTitle(localized("Backlight_Compensation"));
+    ui.mBoxStartup->setTitle(localized("Startup"));
+    ui.mBtnLaunchAtLogin->setText(nameFormat("Launch_App_at_Login"));
+    ui.mBtnResetToDefault->setText(localized("Reset_to_Default"));
+    ui.mTabView->setTabText(ui.mTabView->indexOf(ui.mTabBasic), localized("Basic"));
+    ui.mTabView->setTabText(ui.mTabView->indexOf(ui.mTabAdvanced), localized("Advanced"));
+    ui.mBoxFocus->setTitle(localized("Focus"));
+    ui.mBtnFocusAuto->setText(localized("Auto"));
+    ui.mBoxPanTilt->setTitle(localized("PanTilt"));
+    ui.mBoxLED->setTitle(localized("LED"));
+    ui.mSegLED->setLabel(0, withoutMnemonic(localized("Auto")));
+    ui.mSegLED->setLabel(1, withoutMnemonic(localized("On")));
+    ui.mSegLED->setLabel(2, withoutMnemonic(localized("Off")));
+    ui.mBoxManageProfile->setTitle(localized("ManageProfile"));
+    ui.mPopProfile->setItemText(0, localized("CameraDefault"));
+    ui.mBtnSaveNewProfile->setText(localized("SaveNewProfile"));
+    ui.mBtnUpdateProfile->setText(localized("UpdateProfile"));
+    ui.mBtnDeleteProfile->setText(localized("DeleteProfile"));
+    ui.mBtnLoadAtStart->setText(localized("LoadAtStart"));
+    ui.mTabView->setTabText(ui.mTabView->indexOf(ui.mTabPreferences), localized("Preferences"));
+    ui.mBtnBWMenuIcon->setText(localized("UseBWMenuIcon"));
+    ui.mBoxUpdateSlider->setTitle(localized("UpdateSlider"));
+    ui.mBoxReconfigureWebcam->setTitle(localized("ReconfigureWebcam"));
+    for (QComboBox* pop : {ui.mPopUpdateSlider, ui.mPopReconfigureWebcam})
+        for (int i = 0; i < pop->count(); ++i)
+            pop->setItemText(i, localized(pop->itemData(i, kItemKeyRole).toString()));
+    ui.mBtnHideMenuBarIcon->setText(localized("HideMenuBarIcon"));
+
+    // The panel's own captions and tool tips.
+    ui.mTxtCameraLabel->setText(localized("Webcam"));
+    ui.mTxtFormatLabel->setText(localized("Format"));
+    ui.mTxtFPSLabel->setText(localized("FPS"));
+    // Icon buttons: the text is the tool tip, and what shows if the image is missing.
+    const std::pair<QToolButton*, const char*> iconButtons[] = {
+        {ui.mBtnUp, "Move_Up"},
+        {ui.mBtnDown, "Move_Down"},
+        {ui.mBtnLeft, "Move_Left"},
+        {ui.mBtnRight, "Move_Right"},
+        {ui.mBtnCenter, "Move_Center"},
+        {ui.mBtnReadIntervalInfo, "Interval_Info"},
+        {ui.mBtnWriteIntervalInfo, "Interval_Info"}};
+    for (const auto& [button, key] : iconButtons) {
+        button->setToolTip(localized(key));
+        button->setText(localized(key));
+    }
+    ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
+
+    alignRows();
+}
+
+void ControlPanel::alignRows() {
+    // Every row's sliders start in one column: the title column is as wide as the widest title.
+    int width = 0;
+    for (const auto& row : rows_)
+        width = std::max(width, row->titleWidthHint());
+    for (const auto& row : rows_)
+        row->setTitleColumnWidth(width);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Filling the panel
+
+void ControlPanel::loadSupportedControl() {
+    if (!_qtCamera) return;
+    Ui::ControlPanel& ui = *ui_;
+    const SupportedControl& sc = *_qtCamera->supportedControl();
+
+    // Auto-exposure: segments by the modes the camera offers.
+    ui.mSegAutoExposureMode->setEnabled(sc.bAutoExposureMode);
+    ui.mSegAutoExposureMode->deselectAll();
+    if (sc.bAutoExposureMode) {
+        const int8_t modes[] = {sc.bAutoExposureMode_0, sc.bAutoExposureMode_1,
+                                sc.bAutoExposureMode_2, sc.bAutoExposureMode_3};
+        for (int i = 0; i < 4; ++i)
+            ui.mSegAutoExposureMode->setSegmentEnabled(i, modes[i]);
+        ui.mSegAutoExposureMode->selectSegmentWithTag(static_cast<int>(sc.curAutoExposureMode));
+    }
+
+    ui.mBtnWhiteBalanceTemperatureAuto->setEnabled(sc.bWhiteBalanceTemperatureAuto);
+    ui.mBtnWhiteBalanceTemperatureAuto->setChecked(sc.curWhiteBalanceTemperatureAuto != 0);
+
+    ui.mSegPowerLineFrequency->setEnabled(sc.bPowerLineFrequency);
+    ui.mSegPowerLineFrequency->deselectAll();
+    if (sc.bPowerLineFrequency) {
+        for (int i = 0; i < 3; ++i)
+            ui.mSegPowerLineFrequency->setSegmentEnabled(i, true);
+        ui.mSegPowerLineFrequency->setSegmentEnabled(3, sc.bPowerLineFrequencySupportAuto);
+        ui.mSegPowerLineFrequency->selectSegmentWithTag(static_cast<int>(sc.curPowerLineFrequency));
+    }
+
+    ui.mBtnFocusAuto->setEnabled(sc.bFocusAuto);
+    ui.mBtnFocusAuto->setChecked(sc.curFocusAuto != 0);
+
+    loadSupportedControlUVCValue();
+
+    if (delegate_ && delegate_->buildProfileLists) delegate_->buildProfileLists();
+
+    ui.mPopProfile->setEnabled(true);
+    enableDisableProfileButton();
+    disableAutoControl();
+    showQTFormat(_qtCamera->qtCaptureDevice().get());
+    ui.mBtnResetToDefault->setEnabled(true);
+
+    // The indicator LED, by index: 2 off, 1 on, anything else automatic.
+    const SupportedControl& now = *_qtCamera->supportedControl();
+    ui.mSegLED->deselectAll();
+    if (now.cameraLED == 0) {
+        ui.mBoxLED->hide();
+        ui.mSegLED->setEnabled(false);
+    } else {
+        ui.mBoxLED->show();
+        ui.mSegLED->setEnabled(true);
+        ui.mSegLED->setSelectedSegment(now.ledIndex == 2 ? 2 : now.ledIndex == 1 ? 1 : 0);
+    }
+}
+
+void ControlPanel::loadSupportedControlUVCValue() {
+    if (!_qtCamera) return;
+    Ui::ControlPanel& ui = *ui_;
+    const SupportedControl& sc = *_qtCamera->supportedControl();
+
+    for (size_t i = 0; i < std::size(kRows); ++i) {
+        const RowEntry& entry = kRows[i];
+        UVCValueViewController& r = *rows_[i];
+        if (entry.id == SettingsID::kAperture) {
+            r.setQTCamera(_qtCamera, 0, kApertureMax, 0, 0, 0);
+        } else {
+            r.setQTCamera(_qtCamera, sc.*entry.min, sc.*entry.max, entry.res ? sc.*entry.res : 1,
+                          sc.*entry.def, sc.*entry.cur);
+        }
+        r.setVisible(sc.*entry.supported != 0);
+    }
+
+    const bool focus = sc.bFocusAbsolute || sc.bFocusAuto;
+    ui.mBoxFocus->setVisible(focus);
+    ui.mBtnFocusAuto->setVisible(focus);
+    ui.mBoxBacklightCompensation->setVisible(sc.bBacklightCompensation);
+    const bool powerLine = sc.bPowerLineFrequency || sc.bPowerLineFrequencySupportAuto;
+    ui.mBoxPowerLineFrequency->setVisible(powerLine);
+    ui.mSegPowerLineFrequency->setVisible(powerLine);
+
+    // The value display the user chose for each row, kept across cameras and runs.
+    if (!delegate_ || !delegate_->displayValues) return;
+    const std::optional<QMap<QString, bool>> stored = delegate_->displayValues();
+    if (!stored) return;
+    for (int32_t id : kEnableOrder)
+        row(id)->displayValue(stored->value(QString::number(id), false));
+}
+
+void ControlPanel::disableAutoControl() {
+    if (!_qtCamera) return;
+    Ui::ControlPanel& ui = *ui_;
+    const SupportedControl& sc = *_qtCamera->queryControlStatus();
+    if (sc.bAutoExposureMode)
+        ui.mSegAutoExposureMode->selectSegmentWithTag(static_cast<int>(sc.curAutoExposureMode));
+    if (sc.bWhiteBalanceTemperatureAuto) {
+        ui.mBtnWhiteBalanceTemperatureAuto->setEnabled(true);
+        ui.mBtnWhiteBalanceTemperatureAuto->setChecked(sc.curWhiteBalanceTemperatureAuto != 0);
+    }
+    if (sc.bPowerLineFrequency)
+        ui.mSegPowerLineFrequency->selectSegmentWithTag(static_cast<int>(sc.curPowerLineFrequency));
+    if (sc.bFocusAuto) {
+        ui.mBtnFocusAuto->setEnabled(true);
+        ui.mBtnFocusAuto->setChecked(sc.curFocusAuto != 0);
+    }
+    disableAutoControlUVCValue();
+    enableDisableProfileButton();
+}
+
+void ControlPanel::disableAutoControlUVCValue() {
+    if (!_qtCamera) return;
+    const SupportedControl& sc = *_qtCamera->queryControlStatus();
+    for (int32_t id : kEnableOrder) {
+        const RowEntry& entry = *entryFor(id);
+        if (!(sc.*entry.supported)) continue;
+        const bool enabled = !(sc.*entry.disabled);
+        UVCValueViewController& r = *row(id);
+        r.setEnabled(enabled);
+        if (enabled) r.setValue(sc.*entry.cur);
+    }
+
+    // The iris moves only in manual and aperture-priority modes, and only with a known position.
+    UVCValueViewController& aperture = *row(SettingsID::kAperture);
+    long position = 0;
+    const bool irisFree =
+        sc.bAutoExposureMode && sc.bIrisRelative &&
+        (sc.curAutoExposureMode == kManualMode || sc.curAutoExposureMode == kAperturePriorityMode);
+    if (irisFree && _qtCamera->queryIrisRelative(&position) == kIOReturnSuccess) {
+        aperture.setEnabled(true);
+        aperture.setCur(position);
+    } else {
+        aperture.setEnabled(false);
+    }
+}
+
+void ControlPanel::disableAllCameraControl() {
+    Ui::ControlPanel& ui = *ui_;
+    emptyPanel();
+    // Nothing enables the pan/tilt buttons again: they keep the interface file's state only until
+    // a camera goes away.
+    for (QToolButton* button : {ui.mBtnUp, ui.mBtnDown, ui.mBtnLeft, ui.mBtnRight, ui.mBtnCenter})
+        button->setEnabled(false);
+}
+
+void ControlPanel::emptyPanel() {
+    Ui::ControlPanel& ui = *ui_;
+    ui.mPopCamera->setEnabled(false);
+    ui.mSegAutoExposureMode->setEnabled(false);
+    ui.mSegAutoExposureMode->deselectAll();
+    ui.mBtnWhiteBalanceTemperatureAuto->setEnabled(false);
+    ui.mSegPowerLineFrequency->setEnabled(false);
+    ui.mSegPowerLineFrequency->deselectAll();
+    ui.mBtnFocusAuto->setEnabled(false);
+    ui.mTxtFormatType->setText(QString());
+    ui.mTxtFormatSummary->setText(QString());
+    ui.mBtnResetToDefault->setEnabled(false);
+    if (QAbstractItemModel* model = ui.mPopProfile->model(); model->rowCount() > 2)
+        model->removeRows(2, model->rowCount() - 2);
+    ui.mPopProfile->setCurrentIndex(-1);
+    ui.mPopProfile->setEnabled(false);
+    enableDisableProfileButton();
+    emit cameraControlsCleared();
+    ui.mSegLED->setEnabled(false);
+    for (const auto& r : rows_)
+        r->setVisible(false);
+}
+
+void ControlPanel::enableDisableProfileButton() {
+    Ui::ControlPanel& ui = *ui_;
+    const int index = ui.mPopProfile->currentIndex();
+    if (index >= 0) {
+        const QModelIndex item = ui.mPopProfile->model()->index(index, 0);
+        const bool mixed = item.data(kProfileStateRole).toInt() == Qt::PartiallyChecked;
+        if (!mixed) {
+            ui.mBtnSaveNewProfile->setEnabled(false);
+            ui.mBtnUpdateProfile->setEnabled(false);
+            ui.mBtnDeleteProfile->setEnabled(index >= 2);
+        } else {
+            ui.mBtnSaveNewProfile->setEnabled(true);
+            ui.mBtnUpdateProfile->setEnabled(index >= 2);
+            ui.mBtnDeleteProfile->setEnabled(false);
+        }
+        ui.mBtnLoadAtStart->setEnabled(item.data(kProfileTagRole).toInt() != 1);
+    } else {
+        ui.mBtnSaveNewProfile->setEnabled(ui.mPopCamera->currentIndex() >= 0);
+        ui.mBtnDeleteProfile->setEnabled(false);
+        ui.mBtnLoadAtStart->setEnabled(false);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// Row delegate messages
+
+void ControlPanel::settingChanged(int32_t settingsID) {
+    Ui::ControlPanel& ui = *ui_;
+    const int index = ui.mPopProfile->currentIndex();
+    // The selected profile is now modified; the tray menu shows the same item, so it follows.
+    if (index >= 0)
+        ui.mPopProfile->model()->setData(ui.mPopProfile->model()->index(index, 0),
+                                         Qt::PartiallyChecked, kProfileStateRole);
+    enableDisableProfileButton();
+    if (delegate_ && delegate_->updateSettings) delegate_->updateSettings(settingsID);
+}
+
+void ControlPanel::titleClicked(bool displayValue, int32_t settingsID) {
+    if (delegate_ && delegate_->storeDisplayValue)
+        delegate_->storeDisplayValue(settingsID, displayValue);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Actions
+
+void ControlPanel::switchAutoExposureMode() {
+    if (!_qtCamera) return;
+    _qtCamera->setAutoExposureMode(ui_->mSegAutoExposureMode->selectedTag());
+    disableAutoControl();
+    // The exposure time the new mode left is written back, so the camera holds what is shown.
+    UVCValueViewController& exposure = *row(SettingsID::kExposureTimeAbsolute);
+    long value = 0;
+    exposure.setCur(
+        _qtCamera->queryExposureTimeAbsolute(&value) == kIOReturnSuccess ? value : exposure.cur());
+    settingChanged(SettingsID::kAutoExposureMode);
+}
+
+void ControlPanel::clickWhiteBalanceTemperatureAuto() {
+    if (!_qtCamera) return;
+    const long on = ui_->mBtnWhiteBalanceTemperatureAuto->isChecked() ? 1 : 0;
+    _qtCamera->setWhiteBalanceTemperatureAuto(on);
+    disableAutoControl();
+    if (!on) {
+        UVCValueViewController& temperature = *row(SettingsID::kWhiteBalanceTemperature);
+        long value = 0;
+        temperature.setCur(_qtCamera->queryWhiteBalanceTemperature(&value) == kIOReturnSuccess
+                               ? value
+                               : temperature.cur());
+    }
+    settingChanged(SettingsID::kWhiteBalanceTemperatureAuto);
+}
+
+void ControlPanel::switchPowerLineFrequency() {
+    if (!_qtCamera) return;
+    _qtCamera->setPowerLineFrequency(ui_->mSegPowerLineFrequency->selectedTag());
+    settingChanged(SettingsID::kPowerLineFrequency);
+}
+
+void ControlPanel::clickFocusAuto() {
+    if (!_qtCamera) return;
+    _qtCamera->setFocusAuto(ui_->mBtnFocusAuto->isChecked() ? 1 : 0);
+    disableAutoControl();
+    UVCValueViewController& focus = *row(SettingsID::kFocusAbsolute);
+    long value = 0;
+    focus.setCur(_qtCamera->queryFocusAbsolute(&value) == kIOReturnSuccess ? value : focus.cur());
+    settingChanged(SettingsID::kFocusAuto);
+}
+
+void ControlPanel::clickPTZ(int tag) {
+    if (_qtCamera) _qtCamera->setPTZ(tag);
+}
+
+void ControlPanel::swictLED() {
+    if (!_qtCamera) return;
+    _qtCamera->setLEDIndex(ui_->mSegLED->selectedSegment());
+    // Stored, but the LED does not make the profile count as modified.
+    if (delegate_ && delegate_->updateSettings) delegate_->updateSettings(SettingsID::kLED);
+}
+
+// ---------------------------------------------------------------------------------------------
+// Format, frame rate, stepped zoom
+
+void ControlPanel::showQTFormat(const platform::CaptureDevice* device) {
+    if (!device) return;
+    const std::vector<platform::CaptureFormatDescription> formats = device->formatDescriptions();
+    if (formats.empty()) {
+        ui_->mTxtFormatType->setText(QString());
+        ui_->mTxtFormatSummary->setText(QString());
+        return;
+    }
+    const uint32_t code = formats.front().formatType;
+    QString type;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const char c = static_cast<char>((code >> shift) & 0xFF);
+        type += QChar::fromLatin1(c);
+    }
+    ui_->mTxtFormatType->setText(type);
+    ui_->mTxtFormatSummary->setText(formats.front().localizedFormatSummary);
+}
+
+void ControlPanel::qtCameraFormatChanged(const platform::CaptureDevice* device) {
+    if (!device || !_qtCamera || !device->hasMediaType(platform::MediaType::Video)) return;
+    if (_qtCamera->qtCaptureDevice().get() != device) return;
+    showQTFormat(device);
+}
+
+void ControlPanel::updateFPS(double framesPerSecond) {
+    // The integer part; a rate that is no number at all shows as 0.
+    const double rate =
+        std::isfinite(framesPerSecond) ? std::clamp(framesPerSecond, -1e15, 1e15) : 0.0;
+    ui_->mTxtFPS->setText(QString::number(static_cast<long>(rate)));
+}
+
+void ControlPanel::zoomMSLifeCamStudio(int64_t target, QTCamera* camera) {
+    if (!camera) return;
+    // Steps beyond the camera's own maximum would only repeat it: a stored target out of range
+    // (a damaged record, say) must not block the interface for billions of requests.
+    const SupportedControl& sc = *camera->supportedControl();
+    const int64_t lastStep = sc.bZoomAbsolute ? std::min<int64_t>(target, sc.maxZoomAbsolute) : 0;
+    for (int64_t step = 0; step < lastStep; ++step)
+        camera->setZoomAbsolute(static_cast<long>(step));
+    camera->setZoomAbsolute(static_cast<long>(target));
+}
+
+void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera) {
+    auto timer = new QTimer();
+    timer->setSingleShot(true);
+    pendingZooms_.push_back({target, camera, timer});
+    connect(timer, &QTimer::timeout, this, [this, timer] {
+        const auto it = std::find_if(pendingZooms_.begin(), pendingZooms_.end(),
+                                     [timer](const PendingZoom& z) { return z.timer == timer; });
+        if (it == pendingZooms_.end()) return;
+        const PendingZoom zoom = *it;
+        pendingZooms_.erase(it);
+        timer->deleteLater();
+        zoomMSLifeCamStudio(zoom.target, zoom.camera);
+    });
+    timer->start(kSteppedZoomDelayMs);
+}
+
+void ControlPanel::forgetCamera(QTCamera* camera) {
+    for (auto it = pendingZooms_.begin(); it != pendingZooms_.end();) {
+        if (it->camera == camera) {
+            delete it->timer;
+            it = pendingZooms_.erase(it);
+        } else {
+            ++it;
+        }
+    }
+    if (_qtCamera == camera) _qtCamera = nullptr;
+}
+
+}  // namespace orvella::ui

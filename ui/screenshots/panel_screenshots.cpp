@@ -1,0 +1,243 @@
+// Renders the control panel for the documentation: for each fixture camera, language and light or
+// dark palette, one PNG with the panel's three tabs side by side
+// (docs/screenshots/panel-<camera>-<lang>-<theme>.png). Also renders the application icon's PNG
+// sizes for the icon theme.
+//
+//   orvella-ui-shots --fixtures DIR --out DIR [--camera NAME=FILE]... [--lang L]... [--theme T]...
+//   orvella-ui-shots --icons DIR      (DIR/<n>x<n>/apps/org.orvella.Orvella.png)
+//   orvella-ui-shots --icon-sheet FILE (every image at 16 and 32 px, light and dark)
+//
+// Run it under a display (xvfb-run -a) so the panel is laid out and drawn as on a desktop.
+
+#include <QApplication>
+#include <QComboBox>
+#include <QDir>
+#include <QImage>
+#include <QLabel>
+#include <QPainter>
+#include <QStyleFactory>
+#include <QSvgRenderer>
+#include <QTabWidget>
+#include <QTextStream>
+#include <cstdio>
+
+#include "camera/QTCamera.h"
+#include "platform/Clock.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "ui/ControlPanel.h"
+#include "ui/Images.h"
+#include "ui/Localization.h"
+#include "ui/ProfileItemRoles.h"
+#include "ui_ControlPanel.h"
+
+using namespace orvella;
+
+namespace {
+
+QPalette darkPalette() {
+    QPalette p;
+    const QColor window(0x2b, 0x2d, 0x31), base(0x1e, 0x1f, 0x22), text(0xe6, 0xe6, 0xe6);
+    p.setColor(QPalette::Window, window);
+    p.setColor(QPalette::WindowText, text);
+    p.setColor(QPalette::Base, base);
+    p.setColor(QPalette::AlternateBase, window);
+    p.setColor(QPalette::ToolTipBase, base);
+    p.setColor(QPalette::ToolTipText, text);
+    p.setColor(QPalette::PlaceholderText, QColor(0x8a, 0x8a, 0x8a));
+    p.setColor(QPalette::Text, text);
+    p.setColor(QPalette::Button, QColor(0x3a, 0x3c, 0x41));
+    p.setColor(QPalette::ButtonText, text);
+    p.setColor(QPalette::BrightText, Qt::white);
+    p.setColor(QPalette::Light, QColor(0x4a, 0x4c, 0x52));
+    p.setColor(QPalette::Midlight, QColor(0x42, 0x44, 0x49));
+    p.setColor(QPalette::Mid, QColor(0x25, 0x26, 0x29));
+    p.setColor(QPalette::Dark, QColor(0x18, 0x19, 0x1b));
+    p.setColor(QPalette::Shadow, Qt::black);
+    p.setColor(QPalette::Highlight, QColor(0x3d, 0x7e, 0xd6));
+    p.setColor(QPalette::HighlightedText, Qt::white);
+    p.setColor(QPalette::Link, QColor(0x6a, 0xa8, 0xf0));
+    const QColor disabled(0x7d, 0x7f, 0x84);
+    for (auto role : {QPalette::WindowText, QPalette::Text, QPalette::ButtonText})
+        p.setColor(QPalette::Disabled, role, disabled);
+    return p;
+}
+
+QImage grabTabs(ui::ControlPanel& panel) {
+    Ui::ControlPanel& ui = panel.outlets();
+    QList<QImage> shots;
+    for (int tab = 0; tab < ui.mTabView->count(); ++tab) {
+        ui.mTabView->setCurrentIndex(tab);
+        QApplication::processEvents();
+        shots << panel.window()->grab().toImage();
+    }
+    int width = 0, height = 0;
+    for (const QImage& shot : shots) {
+        width += shot.width();
+        height = std::max(height, shot.height());
+    }
+    const int gap = 12;
+    width += gap * (static_cast<int>(shots.size()) - 1);
+    QImage out(width, height, QImage::Format_ARGB32);
+    out.fill(Qt::transparent);
+    QPainter painter(&out);
+    int x = 0;
+    for (const QImage& shot : shots) {
+        painter.drawImage(x, 0, shot);
+        x += shot.width() + gap;
+    }
+    return out;
+}
+
+// Every image of the interface at 16 and 32 pixels, on the light and the dark palette.
+int renderIconSheet(const QString& path) {
+    const QStringList names = QDir(QStringLiteral(":/images")).entryList({"*.svg"}, QDir::Files);
+    const int cell = 56, columns = 8;
+    const int rows = (static_cast<int>(names.size()) + columns - 1) / columns;
+    const QPalette palettes[] = {QApplication::style()->standardPalette(), darkPalette()};
+    QImage sheet(columns * cell * 2 + 12, rows * cell, QImage::Format_ARGB32);
+    sheet.fill(Qt::transparent);
+    QPainter painter(&sheet);
+    for (int half = 0; half < 2; ++half) {
+        QApplication::setPalette(palettes[half]);
+        const int x0 = half * (columns * cell + 12);
+        painter.fillRect(x0, 0, columns * cell, rows * cell,
+                         palettes[half].color(QPalette::Window));
+        for (int i = 0; i < names.size(); ++i) {
+            const QString name = names[i].chopped(4);
+            const QIcon icon = ui::imageNamed(name);
+            const int x = x0 + (i % columns) * cell, y = (i / columns) * cell;
+            painter.drawPixmap(x + 4, y + 4, icon.pixmap(16, 16));
+            painter.drawPixmap(x + 22, y + 4, icon.pixmap(32, 32));
+            QFont font = painter.font();
+            font.setPixelSize(8);
+            painter.setFont(font);
+            painter.setPen(palettes[half].color(QPalette::WindowText));
+            painter.drawText(QRect(x, y + 38, cell, 16), Qt::AlignCenter, name.left(12));
+        }
+    }
+    painter.end();
+    return sheet.save(path) ? 0 : 1;
+}
+
+int renderIcons(const QString& dir) {
+    QSvgRenderer renderer(QStringLiteral(":/images/orvella.svg"));
+    if (!renderer.isValid()) {
+        std::fprintf(stderr, "orvella-ui-shots: no application icon in the resources\n");
+        return 1;
+    }
+    for (int size : {16, 22, 24, 32, 48, 64, 128, 256}) {
+        const QString path = QStringLiteral("%1/%2x%2/apps").arg(dir).arg(size);
+        QDir().mkpath(path);
+        QImage image(size, size, QImage::Format_ARGB32);
+        image.fill(Qt::transparent);
+        QPainter painter(&image);
+        painter.setRenderHint(QPainter::Antialiasing);
+        renderer.render(&painter, QRectF(0, 0, size, size));
+        painter.end();
+        if (!image.save(path + QStringLiteral("/org.orvella.Orvella.png"))) return 1;
+    }
+    return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    QString fixtures, out, icons, sheet;
+    QStringList cameras, languages, themes;
+    for (int i = 1; i + 1 < args.size(); i += 2) {
+        if (args[i] == "--fixtures")
+            fixtures = args[i + 1];
+        else if (args[i] == "--out")
+            out = args[i + 1];
+        else if (args[i] == "--camera")
+            cameras << args[i + 1];
+        else if (args[i] == "--lang")
+            languages << args[i + 1];
+        else if (args[i] == "--theme")
+            themes << args[i + 1];
+        else if (args[i] == "--icons")
+            icons = args[i + 1];
+        else if (args[i] == "--icon-sheet")
+            sheet = args[i + 1];
+        else {
+            std::fprintf(stderr, "orvella-ui-shots: unknown option %s\n", qPrintable(args[i]));
+            return 2;
+        }
+    }
+    if (!icons.isEmpty()) return renderIcons(icons);
+    if (!sheet.isEmpty()) {
+        QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+        return renderIconSheet(sheet);
+    }
+    if (fixtures.isEmpty() || out.isEmpty()) {
+        std::fprintf(stderr,
+                     "usage: orvella-ui-shots --fixtures DIR --out DIR [--camera NAME=FILE]... "
+                     "[--lang L]... [--theme light|dark]...\n"
+                     "       orvella-ui-shots --icons DIR\n");
+        return 2;
+    }
+    if (cameras.isEmpty())
+        cameras << "full=full-pu.json"
+                << "pantilt-led=motor-ptz.json"
+                << "builtin=builtin.json";
+    if (languages.isEmpty())
+        languages << "en"
+                  << "de";
+    if (themes.isEmpty())
+        themes << "light"
+               << "dark";
+    QDir().mkpath(out);
+
+    // One style for every shot, so light and dark differ only by the palette.
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    const QPalette light = QApplication::style()->standardPalette();
+
+    for (const QString& entry : cameras) {
+        const QString name = entry.section('=', 0, 0), file = entry.section('=', 1);
+        virtualcam::VirtualPlatform rig;
+        QString error;
+        auto capture = rig.addDefinitionFile(fixtures + '/' + file, &error);
+        if (!capture) {
+            std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
+            return 1;
+        }
+        const platform::MediaObjectID media = rig.mediaDeviceFor(*capture);
+        platform::RecordingClock clock;  // no real pauses between requests
+        auto camera = media
+                          ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
+                          : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+        if (!camera) return 1;
+        for (const QString& language : languages) {
+            if (!ui::installTranslation(language)) {
+                std::fprintf(stderr, "orvella-ui-shots: no string table for %s\n",
+                             qPrintable(language));
+                return 1;
+            }
+            for (const QString& theme : themes) {
+                QApplication::setPalette(theme == "dark" ? darkPalette() : light);
+                ui::ControlPanel panel;
+                Ui::ControlPanel& ui = panel.outlets();
+                ui.mPopCamera->addItem(camera->displayName());
+                ui.mPopCamera->setCurrentIndex(0);
+                ui.mPopCamera->setEnabled(true);
+                // Two profiles as the profile store would list them, the first one in force.
+                ui.mPopProfile->addItem(QStringLiteral("Video call"));
+                ui.mPopProfile->addItem(QStringLiteral("Evening"));
+                ui.mPopProfile->setItemData(2, Qt::Checked, ui::kProfileStateRole);
+                ui.mPopProfile->setCurrentIndex(2);
+                panel.setQTCamera(camera.get());
+                panel.loadSupportedControl();
+                panel.updateFPS(30);
+                panel.window()->show();
+                QApplication::processEvents();
+                const QString path =
+                    QStringLiteral("%1/panel-%2-%3-%4.png").arg(out, name, language, theme);
+                if (!grabTabs(panel).save(path)) return 1;
+                QTextStream(stdout) << path << '\n';
+            }
+        }
+    }
+    return 0;
+}

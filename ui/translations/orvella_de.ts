@@ -1,0 +1,342 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="de_DE" sourcelanguage="en_US">
+<context>
+    <name>InfoPlist</name>
+    <message>
+        <source>CFBundleName</source>
+        <translation>Orvella</translation>
+    </message>
+    <message>
+        <source>GenericName</source>
+        <translation>Webcam-Einstellungen</translation>
+    </message>
+    <message>
+        <source>Comment</source>
+        <translation>Belichtung, Fokus, Weißabgleich und weitere Bildregler von USB-Webcams einstellen</translation>
+    </message>
+</context>
+<context>
+    <name>Localizable</name>
+    <message>
+        <source>About</source>
+        <translation>Über %1</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>%1 beenden</translation>
+    </message>
+    <message>
+        <source>UseBWMenuIcon</source>
+        <translation>Schwarz-weißes Symbol im Infobereich</translation>
+    </message>
+    <message>
+        <source>Control_Panel_Title</source>
+        <translation>%1</translation>
+    </message>
+    <message>
+        <source>Exposure</source>
+        <translation>Belichtung</translation>
+    </message>
+    <message>
+        <source>Auto_Exposure_Mode</source>
+        <translation>Belichtungs&amp;modus:</translation>
+    </message>
+    <message>
+        <source>Manual</source>
+        <translation>Manuell</translation>
+    </message>
+    <message>
+        <source>Auto</source>
+        <translation>&amp;Automatik</translation>
+    </message>
+    <message>
+        <source>Shutter_Priority</source>
+        <translation>Zeitvorwahl</translation>
+    </message>
+    <message>
+        <source>Aperture_Priority</source>
+        <translation>Blendenvorwahl</translation>
+    </message>
+    <message>
+        <source>White_Balance_Temperature</source>
+        <translation>Weißabgleich (Farbtemperatur)</translation>
+    </message>
+    <message>
+        <source>Power_Line_Frequency</source>
+        <translation>Netzfrequenz</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>50_Hz</source>
+        <translation>50 Hz</translation>
+    </message>
+    <message>
+        <source>60_Hz</source>
+        <translation>60 Hz</translation>
+    </message>
+    <message>
+        <source>Backlight_Compensation</source>
+        <translation>Gegenlichtausgleich</translation>
+    </message>
+    <message>
+        <source>Startup</source>
+        <translation>Start</translation>
+    </message>
+    <message>
+        <source>Launch_App_at_Login</source>
+        <translation>%1 bei der Anmeldung &amp;starten</translation>
+    </message>
+    <message>
+        <source>Reset_to_Default</source>
+        <translation>Auf Standard &amp;zurücksetzen</translation>
+    </message>
+    <message>
+        <source>Basic</source>
+        <translation>Allgemein</translation>
+    </message>
+    <message>
+        <source>Advanced</source>
+        <translation>Erweitert</translation>
+    </message>
+    <message>
+        <source>Focus</source>
+        <translation>Fokus</translation>
+    </message>
+    <message>
+        <source>PanTilt</source>
+        <translation>Schwenken und Neigen</translation>
+    </message>
+    <message>
+        <source>LED</source>
+        <translation>LED</translation>
+    </message>
+    <message>
+        <source>On</source>
+        <translation>Ein</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>ManageProfile</source>
+        <translation>Profilverwaltung</translation>
+    </message>
+    <message>
+        <source>CameraDefault</source>
+        <translation>Kamera-Standard</translation>
+    </message>
+    <message>
+        <source>SaveNewProfile</source>
+        <translation>Neu speichern …</translation>
+    </message>
+    <message>
+        <source>UpdateProfile</source>
+        <translation>Aktualisieren</translation>
+    </message>
+    <message>
+        <source>DeleteProfile</source>
+        <translation>Löschen …</translation>
+    </message>
+    <message>
+        <source>LoadAtStart</source>
+        <translation>Beim Start laden</translation>
+    </message>
+    <message>
+        <source>Preferences</source>
+        <translation>Einstellungen</translation>
+    </message>
+    <message>
+        <source>UpdateSlider</source>
+        <translation>Regler im Automatikmodus auffrischen</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcam</source>
+        <translation>Einstellungen erneut an die Kameras senden</translation>
+    </message>
+    <message>
+        <source>Webcam</source>
+        <translation>Kamera</translation>
+    </message>
+    <message>
+        <source>Profile</source>
+        <translation>Profil</translation>
+    </message>
+    <message>
+        <source>HideMenuBarIcon</source>
+        <translation>Symbol im Infobereich aus&amp;blenden</translation>
+    </message>
+    <message>
+        <source>PopOverText</source>
+        <translation>%1 läuft im Infobereich weiter. Klicken Sie auf das Symbol, um das Bedienfeld wieder anzuzeigen.</translation>
+    </message>
+    <message>
+        <source>DisableNotification</source>
+        <translation>Nicht mehr anzeigen</translation>
+    </message>
+    <message>
+        <source>Exposure_Time</source>
+        <translation>Belichtungszeit</translation>
+    </message>
+    <message>
+        <source>Gain</source>
+        <translation>Verstärkung</translation>
+    </message>
+    <message>
+        <source>Aperture</source>
+        <translation>Blende</translation>
+    </message>
+    <message>
+        <source>Brightness</source>
+        <translation>Helligkeit</translation>
+    </message>
+    <message>
+        <source>Contrast</source>
+        <translation>Kontrast</translation>
+    </message>
+    <message>
+        <source>Hue</source>
+        <translation>Farbton</translation>
+    </message>
+    <message>
+        <source>Saturation</source>
+        <translation>Sättigung</translation>
+    </message>
+    <message>
+        <source>Sharpness</source>
+        <translation>Schärfe</translation>
+    </message>
+    <message>
+        <source>Gamma</source>
+        <translation>Gamma</translation>
+    </message>
+    <message>
+        <source>Zoom</source>
+        <translation>Zoom</translation>
+    </message>
+    <message>
+        <source>Pan</source>
+        <translation>Schwenken</translation>
+    </message>
+    <message>
+        <source>Tilt</source>
+        <translation>Neigen</translation>
+    </message>
+    <message>
+        <source>NoiseReduction</source>
+        <translation>Rauschminderung</translation>
+    </message>
+    <message>
+        <source>Hide_Panel</source>
+        <translation>%1-Bedienfeld ausblenden</translation>
+    </message>
+    <message>
+        <source>Show_Panel</source>
+        <translation>%1-Bedienfeld anzeigen</translation>
+    </message>
+    <message>
+        <source>SaveBtn</source>
+        <translation>Speichern</translation>
+    </message>
+    <message>
+        <source>CancelBtn</source>
+        <translation>Abbrechen</translation>
+    </message>
+    <message>
+        <source>SaveCurrentSettingsInfo</source>
+        <translation>Die aktuellen Einstellungen der Kamera, ausgehend von „%1“, als neues Profil speichern.</translation>
+    </message>
+    <message>
+        <source>ProfileName</source>
+        <translation>Profilname</translation>
+    </message>
+    <message>
+        <source>ProfileConfilict</source>
+        <translation>Ein Profil mit diesem Namen gibt es bereits</translation>
+    </message>
+    <message>
+        <source>OKBtn</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>ProfileConfilictInfo</source>
+        <translation>Für dieses Kameramodell gibt es schon ein Profil namens „%1“. Bitte wählen Sie einen anderen Namen.</translation>
+    </message>
+    <message>
+        <source>DeleteBtn</source>
+        <translation>Löschen</translation>
+    </message>
+    <message>
+        <source>DeleteSavedSettingsInfo</source>
+        <translation>Das Profil „%1“ wird gelöscht. Das lässt sich nicht rückgängig machen.</translation>
+    </message>
+    <message>
+        <source>ReadIntervalInfoWS</source>
+        <translation>Solange ein Regler im Automatikmodus ist, ändert die Kamera den Wert selbst. In diesem Abstand liest %1 solche Werte zurück, damit die Regler sie anzeigen.</translation>
+    </message>
+    <message>
+        <source>WriteIntervalInfo</source>
+        <translation>Manche Kameras vergessen ihre Einstellungen, etwa nachdem ein anderes Programm sie benutzt hat. In diesem Abstand sendet %1 die bekannten Werte erneut an alle angeschlossenen Kameras.</translation>
+    </message>
+    <message>
+        <source>Interval_Off</source>
+        <translation>Aus</translation>
+    </message>
+    <message>
+        <source>1_Second</source>
+        <translation>Jede Sekunde</translation>
+    </message>
+    <message>
+        <source>2_Seconds</source>
+        <translation>Alle 2 Sekunden</translation>
+    </message>
+    <message>
+        <source>5_Seconds</source>
+        <translation>Alle 5 Sekunden</translation>
+    </message>
+    <message>
+        <source>10_Seconds</source>
+        <translation>Alle 10 Sekunden</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>Format:</translation>
+    </message>
+    <message>
+        <source>FPS</source>
+        <translation>B/s</translation>
+    </message>
+    <message>
+        <source>Move_Up</source>
+        <translation>Nach oben neigen</translation>
+    </message>
+    <message>
+        <source>Move_Down</source>
+        <translation>Nach unten neigen</translation>
+    </message>
+    <message>
+        <source>Move_Left</source>
+        <translation>Nach links schwenken</translation>
+    </message>
+    <message>
+        <source>Move_Right</source>
+        <translation>Nach rechts schwenken</translation>
+    </message>
+    <message>
+        <source>Move_Center</source>
+        <translation>Zurück zur Mitte</translation>
+    </message>
+    <message>
+        <source>Interval_Info</source>
+        <translation>Was bewirkt das?</translation>
+    </message>
+    <message>
+        <source>NoCamera</source>
+        <translation>Keine Kamera angeschlossen</translation>
+    </message>
+</context>
+</TS>

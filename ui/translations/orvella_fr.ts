@@ -1,0 +1,342 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="fr_FR" sourcelanguage="en_US">
+<context>
+    <name>InfoPlist</name>
+    <message>
+        <source>CFBundleName</source>
+        <translation>Orvella</translation>
+    </message>
+    <message>
+        <source>GenericName</source>
+        <translation>Réglages de webcam</translation>
+    </message>
+    <message>
+        <source>Comment</source>
+        <translation>Régler l'exposition, la mise au point, la balance des blancs et les autres paramètres d'image des webcams USB</translation>
+    </message>
+</context>
+<context>
+    <name>Localizable</name>
+    <message>
+        <source>About</source>
+        <translation>À propos de %1</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Quitter %1</translation>
+    </message>
+    <message>
+        <source>UseBWMenuIcon</source>
+        <translation>Icône noir et blanc dans la zone de notification</translation>
+    </message>
+    <message>
+        <source>Control_Panel_Title</source>
+        <translation>%1</translation>
+    </message>
+    <message>
+        <source>Exposure</source>
+        <translation>Exposition</translation>
+    </message>
+    <message>
+        <source>Auto_Exposure_Mode</source>
+        <translation>Mode d'e&amp;xposition :</translation>
+    </message>
+    <message>
+        <source>Manual</source>
+        <translation>Manuel</translation>
+    </message>
+    <message>
+        <source>Auto</source>
+        <translation>&amp;Auto</translation>
+    </message>
+    <message>
+        <source>Shutter_Priority</source>
+        <translation>Priorité vitesse</translation>
+    </message>
+    <message>
+        <source>Aperture_Priority</source>
+        <translation>Priorité ouverture</translation>
+    </message>
+    <message>
+        <source>White_Balance_Temperature</source>
+        <translation>Balance des blancs (température)</translation>
+    </message>
+    <message>
+        <source>Power_Line_Frequency</source>
+        <translation>Fréquence du secteur</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>Désactivée</translation>
+    </message>
+    <message>
+        <source>50_Hz</source>
+        <translation>50 Hz</translation>
+    </message>
+    <message>
+        <source>60_Hz</source>
+        <translation>60 Hz</translation>
+    </message>
+    <message>
+        <source>Backlight_Compensation</source>
+        <translation>Compensation du contre-jour</translation>
+    </message>
+    <message>
+        <source>Startup</source>
+        <translation>Démarrage</translation>
+    </message>
+    <message>
+        <source>Launch_App_at_Login</source>
+        <translation>&amp;Lancer %1 à l'ouverture de session</translation>
+    </message>
+    <message>
+        <source>Reset_to_Default</source>
+        <translation>&amp;Réinitialiser</translation>
+    </message>
+    <message>
+        <source>Basic</source>
+        <translation>Général</translation>
+    </message>
+    <message>
+        <source>Advanced</source>
+        <translation>Avancé</translation>
+    </message>
+    <message>
+        <source>Focus</source>
+        <translation>Mise au point</translation>
+    </message>
+    <message>
+        <source>PanTilt</source>
+        <translation>Orientation</translation>
+    </message>
+    <message>
+        <source>LED</source>
+        <translation>Voyant</translation>
+    </message>
+    <message>
+        <source>On</source>
+        <translation>Activé</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Désactivé</translation>
+    </message>
+    <message>
+        <source>ManageProfile</source>
+        <translation>Profils</translation>
+    </message>
+    <message>
+        <source>CameraDefault</source>
+        <translation>Réglages d'origine</translation>
+    </message>
+    <message>
+        <source>SaveNewProfile</source>
+        <translation>Enregistrer sous…</translation>
+    </message>
+    <message>
+        <source>UpdateProfile</source>
+        <translation>Mettre à jour</translation>
+    </message>
+    <message>
+        <source>DeleteProfile</source>
+        <translation>Supprimer…</translation>
+    </message>
+    <message>
+        <source>LoadAtStart</source>
+        <translation>Charger au démarrage</translation>
+    </message>
+    <message>
+        <source>Preferences</source>
+        <translation>Préférences</translation>
+    </message>
+    <message>
+        <source>UpdateSlider</source>
+        <translation>Actualiser les curseurs en mode automatique</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcam</source>
+        <translation>Réappliquer les réglages aux caméras</translation>
+    </message>
+    <message>
+        <source>Webcam</source>
+        <translation>Caméra</translation>
+    </message>
+    <message>
+        <source>Profile</source>
+        <translation>Profil</translation>
+    </message>
+    <message>
+        <source>HideMenuBarIcon</source>
+        <translation>&amp;Masquer l'icône de notification</translation>
+    </message>
+    <message>
+        <source>PopOverText</source>
+        <translation>%1 reste actif dans la zone de notification. Cliquez sur son icône pour afficher de nouveau le panneau.</translation>
+    </message>
+    <message>
+        <source>DisableNotification</source>
+        <translation>Ne plus afficher</translation>
+    </message>
+    <message>
+        <source>Exposure_Time</source>
+        <translation>Temps de pose</translation>
+    </message>
+    <message>
+        <source>Gain</source>
+        <translation>Gain</translation>
+    </message>
+    <message>
+        <source>Aperture</source>
+        <translation>Ouverture</translation>
+    </message>
+    <message>
+        <source>Brightness</source>
+        <translation>Luminosité</translation>
+    </message>
+    <message>
+        <source>Contrast</source>
+        <translation>Contraste</translation>
+    </message>
+    <message>
+        <source>Hue</source>
+        <translation>Teinte</translation>
+    </message>
+    <message>
+        <source>Saturation</source>
+        <translation>Saturation</translation>
+    </message>
+    <message>
+        <source>Sharpness</source>
+        <translation>Netteté</translation>
+    </message>
+    <message>
+        <source>Gamma</source>
+        <translation>Gamma</translation>
+    </message>
+    <message>
+        <source>Zoom</source>
+        <translation>Zoom</translation>
+    </message>
+    <message>
+        <source>Pan</source>
+        <translation>Panoramique</translation>
+    </message>
+    <message>
+        <source>Tilt</source>
+        <translation>Inclinaison</translation>
+    </message>
+    <message>
+        <source>NoiseReduction</source>
+        <translation>Réduction du bruit</translation>
+    </message>
+    <message>
+        <source>Hide_Panel</source>
+        <translation>Masquer le panneau %1</translation>
+    </message>
+    <message>
+        <source>Show_Panel</source>
+        <translation>Afficher le panneau %1</translation>
+    </message>
+    <message>
+        <source>SaveBtn</source>
+        <translation>Enregistrer</translation>
+    </message>
+    <message>
+        <source>CancelBtn</source>
+        <translation>Annuler</translation>
+    </message>
+    <message>
+        <source>SaveCurrentSettingsInfo</source>
+        <translation>Enregistrer les réglages actuels de la caméra, à partir de « %1 », comme nouveau profil.</translation>
+    </message>
+    <message>
+        <source>ProfileName</source>
+        <translation>Nom du profil</translation>
+    </message>
+    <message>
+        <source>ProfileConfilict</source>
+        <translation>Un profil porte déjà ce nom</translation>
+    </message>
+    <message>
+        <source>OKBtn</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>ProfileConfilictInfo</source>
+        <translation>Ce modèle de caméra a déjà un profil nommé « %1 ». Veuillez choisir un autre nom.</translation>
+    </message>
+    <message>
+        <source>DeleteBtn</source>
+        <translation>Supprimer</translation>
+    </message>
+    <message>
+        <source>DeleteSavedSettingsInfo</source>
+        <translation>Le profil « %1 » sera supprimé. Cette action est irréversible.</translation>
+    </message>
+    <message>
+        <source>ReadIntervalInfoWS</source>
+        <translation>Lorsqu'un réglage est en mode automatique, la caméra le modifie elle-même. À cet intervalle, %1 relit ces valeurs pour que les curseurs les affichent.</translation>
+    </message>
+    <message>
+        <source>WriteIntervalInfo</source>
+        <translation>Certaines caméras oublient leurs réglages, par exemple après avoir servi à un autre programme. À cet intervalle, %1 renvoie les valeurs connues à toutes les caméras branchées.</translation>
+    </message>
+    <message>
+        <source>Interval_Off</source>
+        <translation>Jamais</translation>
+    </message>
+    <message>
+        <source>1_Second</source>
+        <translation>Chaque seconde</translation>
+    </message>
+    <message>
+        <source>2_Seconds</source>
+        <translation>Toutes les 2 secondes</translation>
+    </message>
+    <message>
+        <source>5_Seconds</source>
+        <translation>Toutes les 5 secondes</translation>
+    </message>
+    <message>
+        <source>10_Seconds</source>
+        <translation>Toutes les 10 secondes</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>Format :</translation>
+    </message>
+    <message>
+        <source>FPS</source>
+        <translation>i/s</translation>
+    </message>
+    <message>
+        <source>Move_Up</source>
+        <translation>Incliner vers le haut</translation>
+    </message>
+    <message>
+        <source>Move_Down</source>
+        <translation>Incliner vers le bas</translation>
+    </message>
+    <message>
+        <source>Move_Left</source>
+        <translation>Tourner vers la gauche</translation>
+    </message>
+    <message>
+        <source>Move_Right</source>
+        <translation>Tourner vers la droite</translation>
+    </message>
+    <message>
+        <source>Move_Center</source>
+        <translation>Revenir au centre</translation>
+    </message>
+    <message>
+        <source>Interval_Info</source>
+        <translation>À quoi cela sert-il ?</translation>
+    </message>
+    <message>
+        <source>NoCamera</source>
+        <translation>Aucune caméra branchée</translation>
+    </message>
+</context>
+</TS>

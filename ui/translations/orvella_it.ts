@@ -1,0 +1,342 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="it_IT" sourcelanguage="en_US">
+<context>
+    <name>InfoPlist</name>
+    <message>
+        <source>CFBundleName</source>
+        <translation>Orvella</translation>
+    </message>
+    <message>
+        <source>GenericName</source>
+        <translation>Impostazioni webcam</translation>
+    </message>
+    <message>
+        <source>Comment</source>
+        <translation>Regola esposizione, messa a fuoco, bilanciamento del bianco e altri controlli d'immagine delle webcam USB</translation>
+    </message>
+</context>
+<context>
+    <name>Localizable</name>
+    <message>
+        <source>About</source>
+        <translation>Informazioni su %1</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Esci da %1</translation>
+    </message>
+    <message>
+        <source>UseBWMenuIcon</source>
+        <translation>Icona in bianco e nero nell'area di notifica</translation>
+    </message>
+    <message>
+        <source>Control_Panel_Title</source>
+        <translation>%1</translation>
+    </message>
+    <message>
+        <source>Exposure</source>
+        <translation>Esposizione</translation>
+    </message>
+    <message>
+        <source>Auto_Exposure_Mode</source>
+        <translation>Modalità di e&amp;sposizione:</translation>
+    </message>
+    <message>
+        <source>Manual</source>
+        <translation>Manuale</translation>
+    </message>
+    <message>
+        <source>Auto</source>
+        <translation>&amp;Automatica</translation>
+    </message>
+    <message>
+        <source>Shutter_Priority</source>
+        <translation>Priorità tempi</translation>
+    </message>
+    <message>
+        <source>Aperture_Priority</source>
+        <translation>Priorità diaframma</translation>
+    </message>
+    <message>
+        <source>White_Balance_Temperature</source>
+        <translation>Bilanciamento del bianco (temperatura)</translation>
+    </message>
+    <message>
+        <source>Power_Line_Frequency</source>
+        <translation>Frequenza di rete</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>Disattivata</translation>
+    </message>
+    <message>
+        <source>50_Hz</source>
+        <translation>50 Hz</translation>
+    </message>
+    <message>
+        <source>60_Hz</source>
+        <translation>60 Hz</translation>
+    </message>
+    <message>
+        <source>Backlight_Compensation</source>
+        <translation>Compensazione del controluce</translation>
+    </message>
+    <message>
+        <source>Startup</source>
+        <translation>Avvio</translation>
+    </message>
+    <message>
+        <source>Launch_App_at_Login</source>
+        <translation>&amp;Avvia %1 all'accesso</translation>
+    </message>
+    <message>
+        <source>Reset_to_Default</source>
+        <translation>&amp;Ripristina predefiniti</translation>
+    </message>
+    <message>
+        <source>Basic</source>
+        <translation>Base</translation>
+    </message>
+    <message>
+        <source>Advanced</source>
+        <translation>Avanzate</translation>
+    </message>
+    <message>
+        <source>Focus</source>
+        <translation>Messa a fuoco</translation>
+    </message>
+    <message>
+        <source>PanTilt</source>
+        <translation>Rotazione e inclinazione</translation>
+    </message>
+    <message>
+        <source>LED</source>
+        <translation>LED</translation>
+    </message>
+    <message>
+        <source>On</source>
+        <translation>Acceso</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Spento</translation>
+    </message>
+    <message>
+        <source>ManageProfile</source>
+        <translation>Profili</translation>
+    </message>
+    <message>
+        <source>CameraDefault</source>
+        <translation>Predefiniti della videocamera</translation>
+    </message>
+    <message>
+        <source>SaveNewProfile</source>
+        <translation>Salva come nuovo…</translation>
+    </message>
+    <message>
+        <source>UpdateProfile</source>
+        <translation>Aggiorna</translation>
+    </message>
+    <message>
+        <source>DeleteProfile</source>
+        <translation>Elimina…</translation>
+    </message>
+    <message>
+        <source>LoadAtStart</source>
+        <translation>Carica all'avvio</translation>
+    </message>
+    <message>
+        <source>Preferences</source>
+        <translation>Preferenze</translation>
+    </message>
+    <message>
+        <source>UpdateSlider</source>
+        <translation>Aggiorna i cursori in modalità automatica</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcam</source>
+        <translation>Riapplica le impostazioni alle videocamere</translation>
+    </message>
+    <message>
+        <source>Webcam</source>
+        <translation>Videocamera</translation>
+    </message>
+    <message>
+        <source>Profile</source>
+        <translation>Profilo</translation>
+    </message>
+    <message>
+        <source>HideMenuBarIcon</source>
+        <translation>&amp;Nascondi l'icona nell'area di notifica</translation>
+    </message>
+    <message>
+        <source>PopOverText</source>
+        <translation>%1 resta attivo nell'area di notifica. Fai clic sulla sua icona per mostrare di nuovo il pannello.</translation>
+    </message>
+    <message>
+        <source>DisableNotification</source>
+        <translation>Non mostrare più</translation>
+    </message>
+    <message>
+        <source>Exposure_Time</source>
+        <translation>Tempo di esposizione</translation>
+    </message>
+    <message>
+        <source>Gain</source>
+        <translation>Guadagno</translation>
+    </message>
+    <message>
+        <source>Aperture</source>
+        <translation>Diaframma</translation>
+    </message>
+    <message>
+        <source>Brightness</source>
+        <translation>Luminosità</translation>
+    </message>
+    <message>
+        <source>Contrast</source>
+        <translation>Contrasto</translation>
+    </message>
+    <message>
+        <source>Hue</source>
+        <translation>Tonalità</translation>
+    </message>
+    <message>
+        <source>Saturation</source>
+        <translation>Saturazione</translation>
+    </message>
+    <message>
+        <source>Sharpness</source>
+        <translation>Nitidezza</translation>
+    </message>
+    <message>
+        <source>Gamma</source>
+        <translation>Gamma</translation>
+    </message>
+    <message>
+        <source>Zoom</source>
+        <translation>Zoom</translation>
+    </message>
+    <message>
+        <source>Pan</source>
+        <translation>Rotazione</translation>
+    </message>
+    <message>
+        <source>Tilt</source>
+        <translation>Inclinazione</translation>
+    </message>
+    <message>
+        <source>NoiseReduction</source>
+        <translation>Riduzione del rumore</translation>
+    </message>
+    <message>
+        <source>Hide_Panel</source>
+        <translation>Nascondi il pannello di %1</translation>
+    </message>
+    <message>
+        <source>Show_Panel</source>
+        <translation>Mostra il pannello di %1</translation>
+    </message>
+    <message>
+        <source>SaveBtn</source>
+        <translation>Salva</translation>
+    </message>
+    <message>
+        <source>CancelBtn</source>
+        <translation>Annulla</translation>
+    </message>
+    <message>
+        <source>SaveCurrentSettingsInfo</source>
+        <translation>Salva le impostazioni attuali della videocamera, partendo da «%1», come nuovo profilo.</translation>
+    </message>
+    <message>
+        <source>ProfileName</source>
+        <translation>Nome del profilo</translation>
+    </message>
+    <message>
+        <source>ProfileConfilict</source>
+        <translation>Esiste già un profilo con questo nome</translation>
+    </message>
+    <message>
+        <source>OKBtn</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>ProfileConfilictInfo</source>
+        <translation>Questo modello di videocamera ha già un profilo chiamato «%1». Scegli un altro nome.</translation>
+    </message>
+    <message>
+        <source>DeleteBtn</source>
+        <translation>Elimina</translation>
+    </message>
+    <message>
+        <source>DeleteSavedSettingsInfo</source>
+        <translation>Il profilo «%1» verrà eliminato. L'operazione non può essere annullata.</translation>
+    </message>
+    <message>
+        <source>ReadIntervalInfoWS</source>
+        <translation>Quando un controllo è in modalità automatica, la videocamera lo regola da sé. A questo intervallo %1 rilegge tali valori perché i cursori li mostrino.</translation>
+    </message>
+    <message>
+        <source>WriteIntervalInfo</source>
+        <translation>Alcune videocamere dimenticano le impostazioni, ad esempio dopo essere state usate da un altro programma. A questo intervallo %1 invia di nuovo i valori noti a tutte le videocamere collegate.</translation>
+    </message>
+    <message>
+        <source>Interval_Off</source>
+        <translation>Mai</translation>
+    </message>
+    <message>
+        <source>1_Second</source>
+        <translation>Ogni secondo</translation>
+    </message>
+    <message>
+        <source>2_Seconds</source>
+        <translation>Ogni 2 secondi</translation>
+    </message>
+    <message>
+        <source>5_Seconds</source>
+        <translation>Ogni 5 secondi</translation>
+    </message>
+    <message>
+        <source>10_Seconds</source>
+        <translation>Ogni 10 secondi</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>Formato:</translation>
+    </message>
+    <message>
+        <source>FPS</source>
+        <translation>fps</translation>
+    </message>
+    <message>
+        <source>Move_Up</source>
+        <translation>Inclina verso l'alto</translation>
+    </message>
+    <message>
+        <source>Move_Down</source>
+        <translation>Inclina verso il basso</translation>
+    </message>
+    <message>
+        <source>Move_Left</source>
+        <translation>Ruota a sinistra</translation>
+    </message>
+    <message>
+        <source>Move_Right</source>
+        <translation>Ruota a destra</translation>
+    </message>
+    <message>
+        <source>Move_Center</source>
+        <translation>Torna al centro</translation>
+    </message>
+    <message>
+        <source>Interval_Info</source>
+        <translation>A cosa serve?</translation>
+    </message>
+    <message>
+        <source>NoCamera</source>
+        <translation>Nessuna videocamera collegata</translation>
+    </message>
+</context>
+</TS>

@@ -1,0 +1,342 @@
+<?xml version="1.0" encoding="utf-8"?>
+<!DOCTYPE TS>
+<TS version="2.1" language="pt_BR" sourcelanguage="en_US">
+<context>
+    <name>InfoPlist</name>
+    <message>
+        <source>CFBundleName</source>
+        <translation>Orvella</translation>
+    </message>
+    <message>
+        <source>GenericName</source>
+        <translation>Ajustes de webcam</translation>
+    </message>
+    <message>
+        <source>Comment</source>
+        <translation>Ajuste exposição, foco, balanço de branco e outros controles de imagem de webcams USB</translation>
+    </message>
+</context>
+<context>
+    <name>Localizable</name>
+    <message>
+        <source>About</source>
+        <translation>Sobre o %1</translation>
+    </message>
+    <message>
+        <source>Quit</source>
+        <translation>Sair do %1</translation>
+    </message>
+    <message>
+        <source>UseBWMenuIcon</source>
+        <translation>Ícone preto e branco na bandeja</translation>
+    </message>
+    <message>
+        <source>Control_Panel_Title</source>
+        <translation>%1</translation>
+    </message>
+    <message>
+        <source>Exposure</source>
+        <translation>Exposição</translation>
+    </message>
+    <message>
+        <source>Auto_Exposure_Mode</source>
+        <translation>Modo de e&amp;xposição:</translation>
+    </message>
+    <message>
+        <source>Manual</source>
+        <translation>Manual</translation>
+    </message>
+    <message>
+        <source>Auto</source>
+        <translation>&amp;Automático</translation>
+    </message>
+    <message>
+        <source>Shutter_Priority</source>
+        <translation>Prioridade obturador</translation>
+    </message>
+    <message>
+        <source>Aperture_Priority</source>
+        <translation>Prioridade abertura</translation>
+    </message>
+    <message>
+        <source>White_Balance_Temperature</source>
+        <translation>Balanço de branco (temperatura)</translation>
+    </message>
+    <message>
+        <source>Power_Line_Frequency</source>
+        <translation>Frequência da rede elétrica</translation>
+    </message>
+    <message>
+        <source>Disabled</source>
+        <translation>Desativada</translation>
+    </message>
+    <message>
+        <source>50_Hz</source>
+        <translation>50 Hz</translation>
+    </message>
+    <message>
+        <source>60_Hz</source>
+        <translation>60 Hz</translation>
+    </message>
+    <message>
+        <source>Backlight_Compensation</source>
+        <translation>Compensação de luz de fundo</translation>
+    </message>
+    <message>
+        <source>Startup</source>
+        <translation>Inicialização</translation>
+    </message>
+    <message>
+        <source>Launch_App_at_Login</source>
+        <translation>&amp;Abrir o %1 ao iniciar a sessão</translation>
+    </message>
+    <message>
+        <source>Reset_to_Default</source>
+        <translation>&amp;Restaurar padrão</translation>
+    </message>
+    <message>
+        <source>Basic</source>
+        <translation>Básico</translation>
+    </message>
+    <message>
+        <source>Advanced</source>
+        <translation>Avançado</translation>
+    </message>
+    <message>
+        <source>Focus</source>
+        <translation>Foco</translation>
+    </message>
+    <message>
+        <source>PanTilt</source>
+        <translation>Giro e inclinação</translation>
+    </message>
+    <message>
+        <source>LED</source>
+        <translation>LED</translation>
+    </message>
+    <message>
+        <source>On</source>
+        <translation>Ligado</translation>
+    </message>
+    <message>
+        <source>Off</source>
+        <translation>Desligado</translation>
+    </message>
+    <message>
+        <source>ManageProfile</source>
+        <translation>Perfis</translation>
+    </message>
+    <message>
+        <source>CameraDefault</source>
+        <translation>Padrão da câmera</translation>
+    </message>
+    <message>
+        <source>SaveNewProfile</source>
+        <translation>Salvar como novo…</translation>
+    </message>
+    <message>
+        <source>UpdateProfile</source>
+        <translation>Atualizar</translation>
+    </message>
+    <message>
+        <source>DeleteProfile</source>
+        <translation>Excluir…</translation>
+    </message>
+    <message>
+        <source>LoadAtStart</source>
+        <translation>Carregar ao iniciar</translation>
+    </message>
+    <message>
+        <source>Preferences</source>
+        <translation>Preferências</translation>
+    </message>
+    <message>
+        <source>UpdateSlider</source>
+        <translation>Atualizar controles no modo automático</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcam</source>
+        <translation>Reaplicar os ajustes às câmeras</translation>
+    </message>
+    <message>
+        <source>Webcam</source>
+        <translation>Câmera</translation>
+    </message>
+    <message>
+        <source>Profile</source>
+        <translation>Perfil</translation>
+    </message>
+    <message>
+        <source>HideMenuBarIcon</source>
+        <translation>&amp;Ocultar o ícone da bandeja</translation>
+    </message>
+    <message>
+        <source>PopOverText</source>
+        <translation>O %1 continua em execução na bandeja do sistema. Clique no ícone para mostrar o painel novamente.</translation>
+    </message>
+    <message>
+        <source>DisableNotification</source>
+        <translation>Não mostrar novamente</translation>
+    </message>
+    <message>
+        <source>Exposure_Time</source>
+        <translation>Tempo de exposição</translation>
+    </message>
+    <message>
+        <source>Gain</source>
+        <translation>Ganho</translation>
+    </message>
+    <message>
+        <source>Aperture</source>
+        <translation>Abertura</translation>
+    </message>
+    <message>
+        <source>Brightness</source>
+        <translation>Brilho</translation>
+    </message>
+    <message>
+        <source>Contrast</source>
+        <translation>Contraste</translation>
+    </message>
+    <message>
+        <source>Hue</source>
+        <translation>Matiz</translation>
+    </message>
+    <message>
+        <source>Saturation</source>
+        <translation>Saturação</translation>
+    </message>
+    <message>
+        <source>Sharpness</source>
+        <translation>Nitidez</translation>
+    </message>
+    <message>
+        <source>Gamma</source>
+        <translation>Gama</translation>
+    </message>
+    <message>
+        <source>Zoom</source>
+        <translation>Zoom</translation>
+    </message>
+    <message>
+        <source>Pan</source>
+        <translation>Giro</translation>
+    </message>
+    <message>
+        <source>Tilt</source>
+        <translation>Inclinação</translation>
+    </message>
+    <message>
+        <source>NoiseReduction</source>
+        <translation>Redução de ruído</translation>
+    </message>
+    <message>
+        <source>Hide_Panel</source>
+        <translation>Ocultar o painel do %1</translation>
+    </message>
+    <message>
+        <source>Show_Panel</source>
+        <translation>Mostrar o painel do %1</translation>
+    </message>
+    <message>
+        <source>SaveBtn</source>
+        <translation>Salvar</translation>
+    </message>
+    <message>
+        <source>CancelBtn</source>
+        <translation>Cancelar</translation>
+    </message>
+    <message>
+        <source>SaveCurrentSettingsInfo</source>
+        <translation>Salvar os ajustes atuais da câmera, com base em “%1”, como um novo perfil.</translation>
+    </message>
+    <message>
+        <source>ProfileName</source>
+        <translation>Nome do perfil</translation>
+    </message>
+    <message>
+        <source>ProfileConfilict</source>
+        <translation>Já existe um perfil com este nome</translation>
+    </message>
+    <message>
+        <source>OKBtn</source>
+        <translation>OK</translation>
+    </message>
+    <message>
+        <source>ProfileConfilictInfo</source>
+        <translation>Este modelo de câmera já tem um perfil chamado “%1”. Escolha outro nome.</translation>
+    </message>
+    <message>
+        <source>DeleteBtn</source>
+        <translation>Excluir</translation>
+    </message>
+    <message>
+        <source>DeleteSavedSettingsInfo</source>
+        <translation>O perfil “%1” será excluído. Esta ação não pode ser desfeita.</translation>
+    </message>
+    <message>
+        <source>ReadIntervalInfoWS</source>
+        <translation>Enquanto um controle está no modo automático, a câmera o ajusta sozinha. Neste intervalo, o %1 lê esses valores de volta para que os controles deslizantes os mostrem.</translation>
+    </message>
+    <message>
+        <source>WriteIntervalInfo</source>
+        <translation>Algumas câmeras esquecem seus ajustes, por exemplo depois de serem usadas por outro programa. Neste intervalo, o %1 envia novamente os valores conhecidos a todas as câmeras conectadas.</translation>
+    </message>
+    <message>
+        <source>Interval_Off</source>
+        <translation>Nunca</translation>
+    </message>
+    <message>
+        <source>1_Second</source>
+        <translation>A cada segundo</translation>
+    </message>
+    <message>
+        <source>2_Seconds</source>
+        <translation>A cada 2 segundos</translation>
+    </message>
+    <message>
+        <source>5_Seconds</source>
+        <translation>A cada 5 segundos</translation>
+    </message>
+    <message>
+        <source>10_Seconds</source>
+        <translation>A cada 10 segundos</translation>
+    </message>
+    <message>
+        <source>Format</source>
+        <translation>Formato:</translation>
+    </message>
+    <message>
+        <source>FPS</source>
+        <translation>qps</translation>
+    </message>
+    <message>
+        <source>Move_Up</source>
+        <translation>Inclinar para cima</translation>
+    </message>
+    <message>
+        <source>Move_Down</source>
+        <translation>Inclinar para baixo</translation>
+    </message>
+    <message>
+        <source>Move_Left</source>
+        <translation>Girar para a esquerda</translation>
+    </message>
+    <message>
+        <source>Move_Right</source>
+        <translation>Girar para a direita</translation>
+    </message>
+    <message>
+        <source>Move_Center</source>
+        <translation>Voltar ao centro</translation>
+    </message>
+    <message>
+        <source>Interval_Info</source>
+        <translation>Para que serve isto?</translation>
+    </message>
+    <message>
+        <source>NoCamera</source>
+        <translation>Nenhuma câmera conectada</translation>
+    </message>
+</context>
+</TS>
