@@ -79,10 +79,11 @@ TEST(StatusMenu, SectionsFollowTheModelsBetweenTheirMarkers) {
     profiles.appendRow(item("Evening", true));
     menu.setCameraModel(&cameras);
     menu.setProfileModel(&profiles);
-    // Keys without a translation show themselves.
-    EXPECT_EQ(titles(menu), QStringList({"About", "-", "Webcam", "HD Webcam C270", "HD Webcam C270",
-                                         "-", "Profile", "CameraDefault", "Evening", "-",
-                                         "Show_Panel", "UseBWMenuIcon", "-", "Quit"}));
+    // The marker items take their texts from the English table, with the application's name.
+    EXPECT_EQ(titles(menu),
+              QStringList({"About Orvella", "-", "Camera", "HD Webcam C270", "HD Webcam C270", "-",
+                           "Profile", "Camera default", "Evening", "-", "Show Orvella Panel",
+                           "Use black and white tray icon", "-", "Quit Orvella"}));
     ASSERT_EQ(menu.cameraItems().size(), 2u);
     EXPECT_TRUE(menu.cameraItems()[0]->isChecked());
     EXPECT_FALSE(menu.cameraItems()[1]->isChecked());
