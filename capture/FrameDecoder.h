@@ -1,0 +1,30 @@
+#pragma once
+// Turns a camera frame into an image: MJPEG through libjpeg-turbo's TurboJPEG API, YUYV, UYVY and
+// NV12 through libswscale. One decoder per thread (it keeps its decompressor and scaler).
+
+#include <QImage>
+#include <memory>
+
+#include "platform/CaptureStream.h"
+
+namespace orvella::capture {
+
+class FrameDecoder {
+  public:
+    FrameDecoder();
+    ~FrameDecoder();
+    FrameDecoder(const FrameDecoder&) = delete;
+    FrameDecoder& operator=(const FrameDecoder&) = delete;
+
+    // The frame as an RGB32 image of its own size; a null image when the frame is damaged or
+    // in a format this decoder does not know.
+    QImage toImage(const platform::VideoFrame& frame);
+    // The same into `image`, reusing its memory when the size is unchanged.
+    bool decodeInto(const platform::VideoFrame& frame, QImage* image);
+
+  private:
+    struct Private;
+    std::unique_ptr<Private> d_;
+};
+
+}  // namespace orvella::capture
