@@ -291,7 +291,9 @@ int QTCameraCapture::stopRecord() {
                 std::lock_guard lock(outputLock_);
                 captureMovieFileOutput_.reset();
             }
-            captureOutput(url, output->finish());
+            const auto error = output->finish();
+            lastMovieFrames_ = output->framesWritten();
+            captureOutput(url, error);
         }
     }
     setCaptureAttributes(3, QString(), nullptr, QString());
@@ -394,6 +396,7 @@ void QTCameraCapture::streamFailed(IOReturn status, const QString& reason) {
     if (!output) return;
     const QUrl url = output->outputFileURL();
     auto error = output->finish();
+    lastMovieFrames_ = output->framesWritten();
     if (!error) error = CaptureError{QStringLiteral("Capture"), status, reason};
     captureOutput(url, error);
 }

@@ -125,6 +125,8 @@ class QTCameraCapture final : public QObject, private platform::CaptureStreamCli
     std::optional<platform::StreamError> streamError() const;
     // Frames the current movie holds so far.
     int64_t framesRecorded() const;
+    // Frames the last finished movie holds.
+    int64_t framesInLastMovie() const { return lastMovieFrames_; }
 
   private:
     void streamDidOutputFrame(const platform::FramePtr& frame) override { captureOutput(frame); }
@@ -165,6 +167,7 @@ class QTCameraCapture final : public QObject, private platform::CaptureStreamCli
     // The movie output, swapped by the main thread and fed by the capture thread.
     mutable std::mutex outputLock_;
     std::shared_ptr<MovieFileOutput> captureMovieFileOutput_;
+    int64_t lastMovieFrames_ = 0;
 };
 
 }  // namespace orvella::capture

@@ -14,6 +14,7 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/CameraReport.h"
+#include "tools/CtlCapture.h"
 #include "tools/CtlControls.h"
 
 namespace orvella::tools {
@@ -29,6 +30,9 @@ Options (anywhere on the line):
                    --virtual=FILE works too)
   --demo           add the bundled demo camera
   --json           with show: print JSON instead of text
+  --format WxH     with snapshot and record: the stream size (one the camera lists in show)
+  --seconds N      with record: how long to record
+  --video-codec E  with record: the FFmpeg encoder for the video
   --verbose, -v    write the core's trace (control requests, probing) to standard error
   --help, -h       print this help
   --               end of options (for a VALUE that begins with "-", though plain
@@ -42,6 +46,15 @@ Commands:
   get CAMERA CONTROL          print the control's current value, read from the camera
   set CAMERA CONTROL VALUE    write the value, then print the value the camera holds
   defaults CAMERA             write every supported control's default value
+  snapshot CAMERA FILE [--format WxH]
+                              write a still image of the camera's picture; PNG or JPEG by
+                              FILE's extension (.png, .jpg, .jpeg)
+  record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER]
+                              record a movie of N seconds (container by FILE's extension:
+                              .mkv, .mp4, .mov, .avi); ENCODER is an FFmpeg encoder name
+                              (libx264, mpeg4, mjpeg, ffv1, ...); without one, MJPEG frames are
+                              copied unchanged where the container allows. Progress goes to
+                              standard error once a second
 
 CAMERA is the camera's number in list (from 1), its uniqueID, or a part of its display name
 that no other camera's name contains (case is ignored). With one camera it may be left out.
@@ -77,6 +90,7 @@ struct Options {
     bool json = false;
     bool verbose = false;
     bool help = false;
+    CaptureOptions capture;
     QStringList positional;
 };
 
@@ -132,6 +146,8 @@ std::optional<Failure> parseOptions(const std::vector<std::string>& arguments, O
             options.verbose = true;
         } else if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
             options.help = true;
+        } else if (QString error; takeCaptureOption(arguments, i, options.capture, &error)) {
+            if (!error.isEmpty()) return Failure{error, kExitUsage};
         } else {
             return Failure{
                 QStringLiteral("unknown option \"%1\" (see orvellactl --help)").arg(argument),
@@ -366,6 +382,18 @@ std::optional<Failure> commandDefaults(Session& session, const Options&, const A
     return std::nullopt;
 }
 
+// snapshot [CAMERA] FILE and record [CAMERA] FILE: the capture commands (tools/CtlCapture.h).
+template <auto run>
+std::optional<Failure> commandCapture(Session& session, const Options& options,
+                                      const Arguments& args) {
+    const auto found = session.find(args.size() == 2 ? std::optional(args[0]) : std::nullopt);
+    if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
+    if (auto failure =
+            run(*std::get<QTCamera*>(found), args.back(), options.capture, session.err()))
+        return Failure{failure->message, failure->usage ? kExitUsage : kExitFailure};
+    return std::nullopt;
+}
+
 struct Command {
     const char* name;
     int minArguments;
@@ -380,6 +408,9 @@ constexpr Command kCommands[] = {
     {"get", 1, 2, commandGet, "get CAMERA CONTROL"},
     {"set", 2, 3, commandSet, "set CAMERA CONTROL VALUE"},
     {"defaults", 0, 1, commandDefaults, "defaults CAMERA"},
+    {"snapshot", 1, 2, commandCapture<snapshotCommand>, "snapshot CAMERA FILE [--format WxH]"},
+    {"record", 1, 2, commandCapture<recordCommand>,
+     "record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER]"},
 };
 
 int fail(std::ostream& err, const Failure& failure) {
