@@ -69,7 +69,7 @@ int QTCameraCapture::startPreview(PreviewView* view) {
 
     setCaptureAttributes(0, QString(), nullptr, QString());
     needNotificationOnFirstFrame_ = true;
-    startSession();
+    startSession(false);
     camera_.setCameraMode(kCameraModePreviewing);
 
     timerCheckStream_.reset();
@@ -127,9 +127,9 @@ bool QTCameraCapture::openSession() {
     return sessionOpen_;
 }
 
-void QTCameraCapture::startSession() {
+void QTCameraCapture::startSession(bool reopen) {
     if (!captureSession_ || sessionRunning_) return;
-    if (!sessionOpen_ && !openSession()) return;
+    if (!sessionOpen_ && (!reopen || !openSession())) return;
     {
         std::lock_guard lock(lock_);
         streamFailure_.reset();
@@ -146,7 +146,7 @@ void QTCameraCapture::checkStream() {
     if (camera_.cameraMode() == kCameraModePreviewing && needNotificationOnFirstFrame_) {
         NSLog("Stream Not Start!");
         stopSession();
-        startSession();
+        startSession(true);  // a camera that could not be opened is tried again
         return;
     }
     // Deleted later: this may run inside the timer's own signal.

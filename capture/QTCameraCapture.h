@@ -132,8 +132,8 @@ class QTCameraCapture final : public QObject, private platform::CaptureStreamCli
     void streamDidOutputFrame(const platform::FramePtr& frame) override { captureOutput(frame); }
     void streamDidFail(IOReturn status, const QString& reason) override;
 
-    bool openSession();  // opens the stream, logging the error object's fields
-    void startSession();
+    bool openSession();              // opens the stream, logging the error object's fields
+    void startSession(bool reopen);  // reopen: open a stream that could not be opened before
     void stopSession();
     void applyPixelBufferAttributes();
     void streamFailed(IOReturn status, const QString& reason);  // main thread
