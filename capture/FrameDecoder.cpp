@@ -17,7 +17,7 @@ struct FrameDecoder::Private {
         sws_freeContext(scaler);
     }
 
-    bool decodeJpeg(const platform::VideoFrame& frame, QImage* image) {
+    bool decodeJpeg(const platform::VideoFrame& frame, QImage* image, QSize target) {
         if (!jpeg) jpeg = tjInitDecompress();
         if (!jpeg || frame.data.isEmpty()) return false;
         const auto* bytes = reinterpret_cast<const unsigned char*>(frame.data.constData());
@@ -27,6 +27,18 @@ struct FrameDecoder::Private {
                 0 ||
             width <= 0 || height <= 0)
             return false;
+        const int fullWidth = width, fullHeight = height;
+        if (!target.isEmpty()) {
+            // Scaling factors come largest first; keep the last one still covering the target.
+            int count = 0;
+            const tjscalingfactor* factors = tjGetScalingFactors(&count);
+            for (int i = 0; factors && i < count; ++i) {
+                if (factors[i].num > factors[i].denom) continue;
+                const int w = TJSCALED(fullWidth, factors[i]), h = TJSCALED(fullHeight, factors[i]);
+                if (w >= target.width() && h >= target.height() && w * h < width * height)
+                    width = w, height = h;
+            }
+        }
         if (image->width() != width || image->height() != height ||
             image->format() != QImage::Format_RGB32)
             *image = QImage(width, height, QImage::Format_RGB32);
@@ -40,7 +52,7 @@ struct FrameDecoder::Private {
         return true;
     }
 
-    bool convert(const platform::VideoFrame& frame, QImage* image) {
+    bool convert(const platform::VideoFrame& frame, QImage* image, QSize target) {
         AVPixelFormat source;
         qsizetype needed = 0;
         const qsizetype w = frame.width, h = frame.height;
@@ -66,13 +78,13 @@ struct FrameDecoder::Private {
                 return false;
         }
         if (w <= 0 || h <= 0 || frame.data.size() < needed) return false;
-        scaler = sws_getCachedContext(scaler, frame.width, frame.height, source, frame.width,
-                                      frame.height, AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr,
+        const QSize out = target.isEmpty() ? QSize(frame.width, frame.height) : target;
+        scaler = sws_getCachedContext(scaler, frame.width, frame.height, source, out.width(),
+                                      out.height(), AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr, nullptr,
                                       nullptr);
         if (!scaler) return false;
-        if (image->width() != frame.width || image->height() != frame.height ||
-            image->format() != QImage::Format_RGB32)
-            *image = QImage(frame.width, frame.height, QImage::Format_RGB32);
+        if (image->size() != out || image->format() != QImage::Format_RGB32)
+            *image = QImage(out, QImage::Format_RGB32);
         if (image->isNull()) return false;
         const auto* base = reinterpret_cast<const uint8_t*>(frame.data.constData());
         const uint8_t* planes[4] = {base, nullptr, nullptr, nullptr};
@@ -80,7 +92,7 @@ struct FrameDecoder::Private {
         uint8_t* destination[4] = {image->bits(), nullptr, nullptr, nullptr};
         int destinationStrides[4] = {static_cast<int>(image->bytesPerLine()), 0, 0, 0};
         return sws_scale(scaler, planes, strides, 0, frame.height, destination,
-                         destinationStrides) == frame.height;
+                         destinationStrides) == out.height();
     }
 };
 
@@ -94,8 +106,13 @@ QImage FrameDecoder::toImage(const platform::VideoFrame& frame) {
 }
 
 bool FrameDecoder::decodeInto(const platform::VideoFrame& frame, QImage* image) {
-    if (frame.pixelFormat == platform::kPixelFormatMJPG) return d_->decodeJpeg(frame, image);
-    return d_->convert(frame, image);
+    return decodeInto(frame, image, QSize());
+}
+
+bool FrameDecoder::decodeInto(const platform::VideoFrame& frame, QImage* image, QSize target) {
+    if (frame.pixelFormat == platform::kPixelFormatMJPG)
+        return d_->decodeJpeg(frame, image, target);
+    return d_->convert(frame, image, target);
 }
 
 }  // namespace orvella::capture

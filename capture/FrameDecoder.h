@@ -3,6 +3,7 @@
 // NV12 through libswscale. One decoder per thread (it keeps its decompressor and scaler).
 
 #include <QImage>
+#include <QSize>
 #include <memory>
 
 #include "platform/CaptureStream.h"
@@ -21,6 +22,11 @@ class FrameDecoder {
     QImage toImage(const platform::VideoFrame& frame);
     // The same into `image`, reusing its memory when the size is unchanged.
     bool decodeInto(const platform::VideoFrame& frame, QImage* image);
+    // For display at `target` size: uncompressed frames are converted and scaled to exactly that
+    // size in one pass; MJPEG is decoded at the smallest of libjpeg-turbo's DCT scales that is at
+    // least that size (decoding fewer pixels is most of the saving). An empty target decodes
+    // the whole frame.
+    bool decodeInto(const platform::VideoFrame& frame, QImage* image, QSize target);
 
   private:
     struct Private;
