@@ -27,6 +27,10 @@ class FrameDecoder {
     // least that size (decoding fewer pixels is most of the saving). An empty target decodes
     // the whole frame.
     bool decodeInto(const platform::VideoFrame& frame, QImage* image, QSize target);
+    // Straight into RGB32 memory of exactly `size` (a window's backing store, say); false when
+    // the frame cannot be decoded at exactly that size (MJPEG has only its DCT scales).
+    bool decodeTo(const platform::VideoFrame& frame, uchar* pixels, qsizetype bytesPerLine,
+                  QSize size);
 
   private:
     struct Private;

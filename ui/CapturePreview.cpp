@@ -1,6 +1,7 @@
 #include "ui/CapturePreview.h"
 
 #include <QMetaObject>
+#include <QPaintEngine>
 #include <QPainter>
 
 #include "capture/QTCameraCapture.h"
@@ -26,6 +27,7 @@ CapturePreview::~CapturePreview() = default;
 void CapturePreview::setCaptureSession(capture::QTCameraCapture* camera) {
     camera_ = camera;
     image_ = QImage();
+    decodedSize_ = QSize();
     shownSequence_ = UINT64_MAX;
     frameSize_ = QSize();
     fps_ = 0;
@@ -59,30 +61,57 @@ QRect CapturePreview::targetRect(QSize frameSize) const {
     return QRect(QPoint((width() - fitted.width()) / 2, (height() - fitted.height()) / 2), fitted);
 }
 
+bool CapturePreview::decodeIntoBackingStore(QPainter& painter, const platform::VideoFrame& frame,
+                                            const QRect& target) {
+    // Only a plain RGB32 raster store at 1:1 (no scaling for the screen) can be written into.
+    QPaintEngine* engine = painter.paintEngine();
+    QPaintDevice* device = engine ? engine->paintDevice() : nullptr;
+    if (!device || device->devType() != QInternal::Image) return false;
+    const QTransform transform = painter.deviceTransform();
+    if (transform.type() > QTransform::TxTranslate) return false;
+    auto* store = static_cast<QImage*>(device);
+    if (store->format() != QImage::Format_RGB32) return false;
+    const QRect onStore = transform.mapRect(target);
+    if (!store->rect().contains(onStore)) return false;
+    uchar* origin = store->bits() + onStore.y() * store->bytesPerLine() + onStore.x() * 4;
+    return decoder_.decodeTo(frame, origin, store->bytesPerLine(), onStore.size());
+}
+
 void CapturePreview::paintEvent(QPaintEvent*) {
     updateQueued_ = false;
-    if (camera_) {
-        const platform::FramePtr frame = camera_->currentImageBuffer();
-        if (frame && frame->sequence != shownSequence_) {
-            shownSequence_ = frame->sequence;
-            frameSize_ = QSize(frame->width, frame->height);
-            const QSize target = targetRect(frameSize_).size() * devicePixelRatioF();
-            if (decoder_.decodeInto(*frame, &image_, target)) ++shown_;
-        }
-    }
+    platform::FramePtr frame = camera_ ? camera_->currentImageBuffer() : nullptr;
+    const bool fresh = frame && frame->sequence != shownSequence_;
+    if (frame) frameSize_ = QSize(frame->width, frame->height);
     QPainter painter(this);
     const QRect target = targetRect(frameSize_);
-    if (image_.isNull() || target.isEmpty()) {
-        painter.fillRect(rect(), Qt::black);
-        return;
-    }
-    // Bars around the picture, then the picture.
-    const QRegion bars = QRegion(rect()) - QRegion(target);
+    // Bars around the picture.
+    const QRegion bars =
+        target.isEmpty() || !frame ? QRegion(rect()) : QRegion(rect()) - QRegion(target);
     for (const QRect& r : bars)
         painter.fillRect(r, Qt::black);
-    if (image_.size() != target.size() * devicePixelRatioF())
-        painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawImage(target, image_);
+    if (!frame || target.isEmpty()) return;
+
+    // Decoded straight into the window's buffer when the picture needs no further scaling: no
+    // intermediate image, no second pass over the pixels.
+    if (decodeIntoBackingStore(painter, *frame, target)) {
+        image_ = QImage();
+        decodedSize_ = target.size();
+    } else {
+        if (fresh || image_.isNull()) {
+            if (!decoder_.decodeInto(*frame, &image_, target.size() * devicePixelRatioF())) {
+                painter.fillRect(target, Qt::black);
+                return;
+            }
+            decodedSize_ = image_.size();
+        }
+        if (image_.size() != target.size() * devicePixelRatioF())
+            painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        painter.drawImage(target, image_);
+    }
+    if (fresh) {
+        shownSequence_ = frame->sequence;
+        ++shown_;
+    }
 }
 
 }  // namespace orvella::ui

@@ -3,10 +3,12 @@
 // around it) and shows the frame rate the camera measured. It is a capture::PreviewView: the
 // capture thread only flags that a frame is there (no copy, no decode); the widget takes the
 // latest frame under the camera's lock when it paints and decodes it at display size on the main
-// thread. Frames that arrive faster than the screen takes them are skipped and counted.
+// thread, straight into the window's buffer when no further scaling is needed. Frames that arrive
+// faster than the screen takes them are skipped and counted.
 
 #include <QImage>
 #include <QLabel>
+#include <QPainter>
 #include <QWidget>
 #include <atomic>
 #include <cstdint>
@@ -35,8 +37,9 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
     // Frames shown, and frames that arrived but were replaced by a newer one before being shown.
     int64_t framesShown() const { return shown_; }
     int64_t framesDropped() const;
-    // The image last painted (at display size).
-    const QImage& displayedImage() const { return image_; }
+    // The size the last frame was decoded at (the display size, or the nearest JPEG scale
+    // above it).
+    QSize decodedSize() const { return decodedSize_; }
 
     QSize sizeHint() const override { return {640, 360}; }
 
@@ -45,6 +48,8 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
 
   private:
     QRect targetRect(QSize frameSize) const;
+    bool decodeIntoBackingStore(QPainter& painter, const platform::VideoFrame& frame,
+                                const QRect& target);
 
     capture::QTCameraCapture* camera_ = nullptr;
     QLabel* fpsLabel_;
@@ -52,6 +57,7 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
     QImage image_;
     uint64_t shownSequence_ = UINT64_MAX;
     QSize frameSize_;
+    QSize decodedSize_;
     uint32_t fps_ = 0;
     int64_t shown_ = 0;
     std::atomic<int64_t> arrived_{0};

@@ -7,6 +7,7 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QScreen>
 #include <QThread>
 #include <chrono>
 
@@ -43,35 +44,43 @@ TEST(CapturePreview, PaintsTheLatestFrameScaledToFitWithTheFrameRate) {
     for (const FormatEntry& f : camera->formatArray())
         if (f.FormatWidth == 1280 && f.FormatCode == 0x47504A4D) capture.setImageFormat(f);
 
-    ui::CapturePreview preview;
-    preview.resize(400, 400);  // taller than 16:9: bars above and below
-    preview.show();
-    ASSERT_EQ(capture.startPreview(&preview), capture::kCaptureDone);
-    EXPECT_EQ(preview.captureSession(), &capture);
-    ASSERT_TRUE(spinUntil([&] { return preview.framesShown() >= 3 && preview.frameRate() > 0; }));
-    EXPECT_EQ(preview.frameRateText(), QStringLiteral("%1 fps").arg(preview.frameRate()));
-    // Decoded at display size, not at the stream's 1280 x 720.
-    EXPECT_LE(preview.displayedImage().width(), 640);
-    EXPECT_GE(preview.displayedImage().width(), 400);
+    // 400 wide: decoded at the next JPEG scale up and scaled down when painted; 640 wide: half
+    // the stream's size, decoded straight into the window's buffer.
+    for (const int side : {400, 640}) {
+        SCOPED_TRACE(side);
+        ui::CapturePreview preview;
+        preview.resize(side, side);  // taller than 16:9: bars above and below
+        preview.show();
+        ASSERT_EQ(capture.startPreview(&preview), capture::kCaptureDone);
+        EXPECT_EQ(preview.captureSession(), &capture);
+        ASSERT_TRUE(
+            spinUntil([&] { return preview.framesShown() >= 3 && preview.frameRate() > 0; }));
+        EXPECT_EQ(preview.frameRateText(), QStringLiteral("%1 fps").arg(preview.frameRate()));
+        // Decoded near display size, not at the stream's 1280 x 720.
+        EXPECT_EQ(preview.decodedSize().width(), side == 400 ? 480 : 640);
 
-    const QImage shot = preview.grab().toImage();
-    // ORVELLA_SCREENSHOT_DIR=DIR keeps the picture for a person to look at.
-    if (const QString dir = qEnvironmentVariable("ORVELLA_SCREENSHOT_DIR"); !dir.isEmpty())
-        shot.save(dir + QStringLiteral("/capture-preview.png"));
-    const int barHeight = (400 - 400 * 720 / 1280) / 2;    // 87
-    EXPECT_EQ(qGray(shot.pixel(200, barHeight / 2)), 0);   // bar above
-    EXPECT_GT(qGray(shot.pixel(400 / 16 + 5, 200)), 200);  // white colour bar
-    // The blue bar (300..350); the moving white stripe covers at most one of these two points.
-    const auto blue = [&](int x) {
-        return qRed(shot.pixel(x, 200)) < 60 && qBlue(shot.pixel(x, 200)) > 180;
-    };
-    EXPECT_TRUE(blue(310) || blue(340));
-    EXPECT_EQ(qGray(shot.pixel(200, 400 - barHeight / 2)), 0);  // bar below
+        // What reached the screen (the window's buffer, or the screen under X11).
+        const QImage shot = QGuiApplication::primaryScreen()->grabWindow(preview.winId()).toImage();
+        // ORVELLA_SCREENSHOT_DIR=DIR keeps the picture for a person to look at.
+        if (const QString dir = qEnvironmentVariable("ORVELLA_SCREENSHOT_DIR"); !dir.isEmpty())
+            shot.save(QStringLiteral("%1/capture-preview-%2.png").arg(dir).arg(side));
+        ASSERT_EQ(shot.size(), QSize(side, side));
+        const int bar = (side - side * 720 / 1280) / 2;
+        EXPECT_EQ(qGray(shot.pixel(side / 2, bar / 2)), 0);          // bar above
+        EXPECT_GT(qGray(shot.pixel(side / 16 + 5, side / 2)), 200);  // white colour bar
+        // The blue bar (6/8 to 7/8 of the width); the moving white stripe covers at most one
+        // of these two points.
+        const auto blue = [&](int x) {
+            const QRgb p = shot.pixel(x, side / 2);
+            return qRed(p) < 60 && qBlue(p) > 180;
+        };
+        EXPECT_TRUE(blue(side * 25 / 32) || blue(side * 27 / 32));
+        EXPECT_EQ(qGray(shot.pixel(side / 2, side - bar / 2)), 0);  // bar below
 
-    EXPECT_EQ(capture.stopPreview(&preview), capture::kCaptureDone);
-    EXPECT_EQ(preview.captureSession(), nullptr);
-    const QImage stopped = preview.grab().toImage();
-    EXPECT_EQ(qGray(stopped.pixel(200, 200)), 0);
+        EXPECT_EQ(capture.stopPreview(&preview), capture::kCaptureDone);
+        EXPECT_EQ(preview.captureSession(), nullptr);
+        EXPECT_EQ(qGray(preview.grab().toImage().pixel(side / 2, side / 2)), 0);
+    }
 }
 
 }  // namespace
