@@ -43,18 +43,21 @@ std::vector<OfferedFormat> offeredFormatsOf(const VirtualCamera& camera) {
     for (const InterfaceDefinition& interface : camera.interfaces()) {
         if (interface.subClass != kSubClassVideoStreaming) continue;
         uint32_t format = 0;
+        uint8_t formatIndex = 0;
         for (const platform::Descriptor& d : interface.descriptors) {
             if (d.size() < 4 || d[1] != 0x24) continue;
             if (d[2] == kFormatUncompressed) {
                 format = d.size() >= 9 ? pixelFormatForGuid(d) : 0;
+                formatIndex = d[3];
             } else if (d[2] == kFormatMjpeg) {
                 format = platform::kPixelFormatMJPG;
+                formatIndex = d[3];
             } else if ((d[2] == kFrameUncompressed || d[2] == kFrameMjpeg) && format &&
                        d.size() >= 9) {
                 const int32_t width = d[5] | (d[6] << 8), height = d[7] | (d[8] << 8);
                 // Sizes a test pattern cannot be laid out in are left out.
                 if (width >= 2 && height >= 2 && width % 2 == 0 && height % 2 == 0)
-                    offered.push_back({format, width, height});
+                    offered.push_back({format, width, height, formatIndex, d[3]});
             }
         }
     }
@@ -343,6 +346,13 @@ OfferedFormat VirtualFramePlayer::choose(const platform::StreamFormat& wanted) c
 
 std::unique_ptr<platform::CaptureStream> VirtualFramePlayer::createStream() {
     return std::make_unique<VirtualCaptureStream>(shared_from_this());
+}
+
+std::optional<OfferedFormat> VirtualFramePlayer::formatAt(uint8_t formatIndex,
+                                                          uint8_t frameIndex) const {
+    for (const OfferedFormat& o : offered_)
+        if (o.formatIndex == formatIndex && o.frameIndex == frameIndex) return o;
+    return std::nullopt;
 }
 
 void VirtualFramePlayer::changeSize(int32_t width, int32_t height) {

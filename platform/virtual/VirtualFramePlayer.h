@@ -41,6 +41,8 @@ struct OfferedFormat {
     uint32_t pixelFormat = 0;  // seam code (platform::kPixelFormat...)
     int32_t width = 0;
     int32_t height = 0;
+    uint8_t formatIndex = 0;  // bFormatIndex and bFrameIndex of the descriptors
+    uint8_t frameIndex = 0;
 };
 
 // What the streams of one virtual capture device share: the plan, the live faults, the
@@ -55,6 +57,8 @@ class VirtualFramePlayer : public std::enable_shared_from_this<VirtualFramePlaye
     OfferedFormat choose(const platform::StreamFormat& wanted) const;
 
     std::unique_ptr<platform::CaptureStream> createStream();
+    // The format with these descriptor indexes (as the commit control names them), if offered.
+    std::optional<OfferedFormat> formatAt(uint8_t formatIndex, uint8_t frameIndex) const;
 
     // ---- Faults at run time ----
     void setStalled(bool stalled) { stalled_ = stalled; }
