@@ -116,27 +116,31 @@ TEST(CaptureDelegate, RatesAndFirstFrameArriveQueuedOnTheMainThread) {
     QFile::remove(file);
 }
 
-TEST(CaptureWatchdog, RestartsAStreamThatDeliversNothingThenEnds) {
-    // The camera stays silent on its first start, as some cameras do.
-    CaptureRig rig(QJsonObject{{"fps", 100}, {"silentStarts", 1}});
+// The first check after the first frame ends the watchdog: no restart follows it. (How many
+// restarts it takes depends on how soon the camera's first frame comes on a busy machine.)
+void expectRestartsUntilTheFirstFrame(CaptureRig& rig, int silentStarts) {
     log::ScopedCapture log;
-    rig.capture->setWatchdogInterval(60ms);
+    rig.capture->setWatchdogInterval(100ms);
     ASSERT_EQ(rig.capture->startPreview(nullptr), kCaptureDone);
     EXPECT_TRUE(rig.capture->watchdogActive());
     ASSERT_TRUE(spinUntil([&] { return rig.delegate.firstFrames == 1; }));
     EXPECT_TRUE(logged(log, "Stream Not Start!"));
-    EXPECT_EQ(rig.device->player().startCount(), 2);
-    // The first check after the first frame ends the watchdog.
+    const int starts = rig.device->player().startCount();
+    EXPECT_GT(starts, silentStarts);
     ASSERT_TRUE(spinUntil([&] { return !rig.capture->watchdogActive(); }));
-    EXPECT_EQ(rig.device->player().startCount(), 2);
+    spinFor(250ms);
+    EXPECT_EQ(rig.device->player().startCount(), starts);
+}
+
+TEST(CaptureWatchdog, RestartsAStreamThatDeliversNothingThenEnds) {
+    // The camera stays silent on its first start, as some cameras do.
+    CaptureRig rig(QJsonObject{{"fps", 100}, {"silentStarts", 1}});
+    expectRestartsUntilTheFirstFrame(rig, 1);
 }
 
 TEST(CaptureWatchdog, KeepsRetryingWhileTheCameraStaysSilent) {
     CaptureRig rig(QJsonObject{{"fps", 100}, {"silentStarts", 3}});
-    rig.capture->setWatchdogInterval(250ms);
-    ASSERT_EQ(rig.capture->startPreview(nullptr), kCaptureDone);
-    ASSERT_TRUE(spinUntil([&] { return rig.delegate.firstFrames == 1; }));
-    EXPECT_EQ(rig.device->player().startCount(), 4);
+    expectRestartsUntilTheFirstFrame(rig, 3);
 }
 
 TEST(StillCapture, WaitsForAFrameOfTheNewSizeAfterAFormatChange) {
