@@ -102,10 +102,12 @@ TEST(CaptureDelegate, RatesAndFirstFrameArriveQueuedOnTheMainThread) {
     CaptureRig rig;
     ASSERT_EQ(rig.capture->startPreview(nullptr), kCaptureDone);
     EXPECT_TRUE(rig.capture->needNotificationOnFirstFrame());
-    ASSERT_TRUE(spinUntil([&] { return rig.delegate.rates.size() >= 2; }));
+    // 100 frames a second, loosely (the camera renders its pattern loop on first use, so the
+    // first seconds of a slow machine can count less).
+    ASSERT_TRUE(
+        spinUntil([&] { return !rig.delegate.rates.empty() && rig.delegate.rates.back() > 10u; }));
     EXPECT_EQ(rig.delegate.firstFrames, 1);
     EXPECT_FALSE(rig.delegate.offMainThread);
-    EXPECT_GT(rig.delegate.rates.back(), 10u);  // 100 frames a second, loosely
 
     // A recording counts as a new start for the first-frame message.
     const QString file = QDir::temp().filePath("orvella-first-frame.mkv");
