@@ -82,8 +82,11 @@ class QTCamera {
     void setCameraHeight(int32_t value) { _cameraHeight = value; }
     bool bLoadAtStart() const { return _bLoadAtStart; }
     void setBLoadAtStart(bool value) { _bLoadAtStart = value; }
+    // Capture state (capture/QTCameraCapture.h): 0 no capture, 1 idle, 3 previewing, 5 recording.
     int32_t cameraMode() const { return _cameraMode; }
+    void setCameraMode(int32_t value) { _cameraMode = value; }
     const std::optional<std::chrono::system_clock::time_point>& date() const { return _date; }
+    void setDate(std::chrono::system_clock::time_point value) { _date = value; }
 
     // ---- UVC control requests ----
     IOReturn sendControlRequest(platform::ControlRequest& request);

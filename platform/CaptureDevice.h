@@ -10,6 +10,8 @@
 #include <memory>
 #include <vector>
 
+#include "platform/CaptureStream.h"
+
 namespace orvella::platform {
 
 enum class MediaType { Video, Sound, Muxed };
@@ -33,6 +35,8 @@ class CaptureDevice {
     virtual QString localizedDisplayName() const = 0;
     virtual bool hasMediaType(MediaType type) const = 0;
     virtual std::vector<CaptureFormatDescription> formatDescriptions() const = 0;
+    // A new stream on this device (not yet opened); null when the device cannot stream.
+    virtual std::unique_ptr<CaptureStream> createStream() { return nullptr; }
 };
 
 // Told about capture devices that connect or disconnect (on the thread that owns the system).

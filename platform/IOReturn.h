@@ -25,6 +25,7 @@ constexpr IOReturn kIOReturnNotResponding = ioReturn(0xE00002ED);
 constexpr IOReturn kIOReturnTimeout = ioReturn(0xE00002D6);
 constexpr IOReturn kIOReturnUnsupported = ioReturn(0xE00002C7);
 constexpr IOReturn kIOReturnNotOpen = ioReturn(0xE00002CD);
+constexpr IOReturn kIOReturnExclusiveAccess = ioReturn(0xE00002C5);  // held by another client
 // USB family: the endpoint answered with a STALL handshake (request refused).
 constexpr IOReturn kIOUSBPipeStalled = ioReturn(0xE000404F);
 

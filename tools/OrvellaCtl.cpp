@@ -14,6 +14,7 @@
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "tools/CameraReport.h"
+#include "tools/CtlCapture.h"
 #include "tools/CtlControls.h"
 #include "tools/CtlProfiles.h"
 #include "tools/CtlRequestLog.h"
@@ -35,6 +36,9 @@ Options (anywhere on the line):
   --request-log FILE
                    append every request each virtual camera sees to FILE, one line each,
                    in the format of orvella-usbip-camera --log
+  --format WxH     with snapshot and record: the stream size (one the camera lists in show)
+  --seconds N      with record: how long to record
+  --video-codec E  with record: the FFmpeg encoder for the video
   --verbose, -v    write the core's trace (control requests, probing) to standard error
   --help, -h       print this help
   --               end of options (for a VALUE that begins with "-", though plain
@@ -58,6 +62,15 @@ Commands:
   apply-last CAMERA           apply the model's last state, as the application does when the
                               camera appears (recorded first if the model has none)
   apply-last --all            the same for every connected camera
+  snapshot CAMERA FILE [--format WxH]
+                              write a still image of the camera's picture; PNG or JPEG by
+                              FILE's extension (.png, .jpg, .jpeg)
+  record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER]
+                              record a movie of N seconds (container by FILE's extension:
+                              .mkv, .mp4, .mov, .avi); ENCODER is an FFmpeg encoder name
+                              (libx264, mpeg4, mjpeg, ffv1, ...); without one, MJPEG frames are
+                              copied unchanged where the container allows. Progress goes to
+                              standard error once a second
 
 CAMERA is the camera's number in list (from 1), its uniqueID, or a part of its display name
 that no other camera's name contains (case is ignored). With one camera it may be left out.
@@ -99,6 +112,7 @@ struct Options {
     bool help = false;
     bool all = false;
     QString requestLog;
+    CaptureOptions capture;
     QStringList positional;
 };
 
@@ -165,6 +179,8 @@ std::optional<Failure> parseOptions(const std::vector<std::string>& arguments, O
             options.verbose = true;
         } else if (argument == QLatin1String("--help") || argument == QLatin1String("-h")) {
             options.help = true;
+        } else if (QString error; takeCaptureOption(arguments, i, options.capture, &error)) {
+            if (!error.isEmpty()) return Failure{error, kExitUsage};
         } else {
             return Failure{
                 QStringLiteral("unknown option \"%1\" (see orvellactl --help)").arg(argument),
@@ -436,6 +452,18 @@ std::optional<Failure> commandApplyLast(Session& session, const Options& options
     return std::nullopt;
 }
 
+// snapshot [CAMERA] FILE and record [CAMERA] FILE: the capture commands (tools/CtlCapture.h).
+template <auto run>
+std::optional<Failure> commandCapture(Session& session, const Options& options,
+                                      const Arguments& args) {
+    const auto found = session.find(args.size() == 2 ? std::optional(args[0]) : std::nullopt);
+    if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
+    if (auto failure =
+            run(*std::get<QTCamera*>(found), args.back(), options.capture, session.err()))
+        return Failure{failure->message, failure->usage ? kExitUsage : kExitFailure};
+    return std::nullopt;
+}
+
 struct Command {
     const char* name;
     int minArguments;
@@ -452,6 +480,9 @@ constexpr Command kCommands[] = {
     {"defaults", 0, 1, commandDefaults, "defaults CAMERA"},
     {"profile", 1, 3, commandProfile, "profile list|save|apply|delete|show [CAMERA] [NAME]"},
     {"apply-last", 0, 1, commandApplyLast, "apply-last CAMERA | apply-last --all"},
+    {"snapshot", 1, 2, commandCapture<snapshotCommand>, "snapshot CAMERA FILE [--format WxH]"},
+    {"record", 1, 2, commandCapture<recordCommand>,
+     "record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER]"},
 };
 
 int fail(std::ostream& err, const Failure& failure) {

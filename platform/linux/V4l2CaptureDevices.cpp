@@ -10,6 +10,7 @@
 #include "platform/CaptureIdentity.h"
 #include "platform/linux/Sysfs.h"
 #include "platform/linux/UsbDescriptors.h"
+#include "platform/linux/V4l2CaptureStream.h"
 
 namespace orvella::linuxplatform {
 
@@ -49,6 +50,10 @@ std::vector<platform::CaptureFormatDescription> V4l2CaptureDevice::formatDescrip
                                              .arg(description.width)
                                              .arg(description.height);
     return {description};
+}
+
+std::unique_ptr<platform::CaptureStream> V4l2CaptureDevice::createStream() {
+    return std::make_unique<V4l2CaptureStream>(devicePath_, opener_);
 }
 
 std::optional<std::string> V4l2CaptureDevice::accessProblem() const {

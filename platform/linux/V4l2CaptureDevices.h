@@ -26,6 +26,8 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     }
     // The node's current format (VIDIOC_G_FMT); empty when the node cannot be opened.
     std::vector<platform::CaptureFormatDescription> formatDescriptions() const override;
+    // Memory-mapped streaming from the node (platform/linux/V4l2CaptureStream.h).
+    std::unique_ptr<platform::CaptureStream> createStream() override;
 
     const std::string& devicePath() const { return devicePath_; }
     const std::string& usbDirectory() const { return usbDirectory_; }

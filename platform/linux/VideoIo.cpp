@@ -1,7 +1,9 @@
 #include "platform/linux/VideoIo.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/ioctl.h>
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -24,6 +26,29 @@ class PosixVideoIo final : public VideoIo {
             result = ::ioctl(fd_, request, argument);
         } while (result < 0 && errno == EINTR);
         return result < 0 ? -errno : result;
+    }
+
+    void* mmap(size_t length, int64_t offset) override {
+        void* address = ::mmap(nullptr, length, PROT_READ | PROT_WRITE, MAP_SHARED, fd_,
+                               static_cast<off_t>(offset));
+        return address == MAP_FAILED ? nullptr : address;
+    }
+
+    void munmap(void* address, size_t length) override {
+        if (address) ::munmap(address, length);
+    }
+
+    int waitReadable(int timeoutMs) override {
+        pollfd p{fd_, POLLIN, 0};
+        int result;
+        do {
+            result = ::poll(&p, 1, timeoutMs);
+        } while (result < 0 && errno == EINTR);
+        if (result < 0) return -errno;
+        if (result == 0) return 0;
+        // An error without data: the device went away or the queue is not streaming.
+        if ((p.revents & (POLLERR | POLLHUP)) && !(p.revents & POLLIN)) return -ENODEV;
+        return 1;
     }
 
   private:

@@ -2,6 +2,9 @@
 // The one door through which the Linux backend talks to a V4L2 device node: every ioctl goes
 // through VideoIo, so the UVC translation is tested with a fake device and no kernel.
 
+#include <cerrno>
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -14,6 +17,23 @@ class VideoIo {
     virtual ~VideoIo() = default;
     // Returns the ioctl's non-negative result, or -errno.
     virtual int ioctl(unsigned long request, void* argument) = 0;
+
+    // Streaming: maps a buffer the driver allocated (VIDIOC_QUERYBUF's length and offset), null
+    // on failure; unmaps it; waits up to `timeoutMs` for a filled buffer to dequeue (1 ready,
+    // 0 not yet, -errno on error). Nodes that only carry controls need none of them.
+    virtual void* mmap(size_t length, int64_t offset) {
+        (void)length;
+        (void)offset;
+        return nullptr;
+    }
+    virtual void munmap(void* address, size_t length) {
+        (void)address;
+        (void)length;
+    }
+    virtual int waitReadable(int timeoutMs) {
+        (void)timeoutMs;
+        return -ENOSYS;
+    }
 };
 
 class VideoIoOpener {

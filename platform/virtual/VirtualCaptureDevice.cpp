@@ -65,6 +65,9 @@ std::shared_ptr<VirtualCaptureDevice> VirtualCaptureDevice::create(
         device->modelUniqueID_ =
             platform::usbCaptureModelUniqueID(camera->vendorID(), camera->productID());
     }
+    const auto plan = FramePlan::parse(camera->json(), error);
+    if (!plan) return nullptr;
+    device->player_ = std::make_shared<VirtualFramePlayer>(camera, *plan);
     device->camera_ = std::move(camera);
     return device;
 }

@@ -3,18 +3,20 @@
 // capture device has (platform/CaptureIdentity.h) and the camera's displayName; a media-device
 // (built-in) camera, one whose definition has a "mediaDevice" key, takes its unique and model
 // identifiers from that key. The format description is the first format and frame size of the
-// camera's VideoStreaming descriptors.
+// camera's VideoStreaming descriptors. Its streams play the camera's test patterns
+// (platform/virtual/VirtualFramePlayer.h).
 
 #include <memory>
 
 #include "platform/CaptureDevice.h"
 #include "platform/virtual/VirtualCamera.h"
+#include "platform/virtual/VirtualFramePlayer.h"
 
 namespace orvella::virtualcam {
 
 class VirtualCaptureDevice final : public platform::CaptureDevice {
   public:
-    // Null with *error set when the camera's media-device key is malformed.
+    // Null with *error set when the camera's media-device or frames key is malformed.
     static std::shared_ptr<VirtualCaptureDevice> create(std::shared_ptr<VirtualCamera> camera,
                                                         QString* error);
 
@@ -31,6 +33,11 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     std::vector<platform::CaptureFormatDescription> formatDescriptions() const override {
         return formats_;
     }
+    std::unique_ptr<platform::CaptureStream> createStream() override {
+        return player_->createStream();
+    }
+    // The frame player, for faults at run time (stall, busy, size change, rate).
+    VirtualFramePlayer& player() { return *player_; }
 
   private:
     VirtualCaptureDevice() = default;
@@ -41,6 +48,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     QString modelUniqueID_;
     QString displayName_;
     std::vector<platform::CaptureFormatDescription> formats_;
+    std::shared_ptr<VirtualFramePlayer> player_;
 };
 
 }  // namespace orvella::virtualcam

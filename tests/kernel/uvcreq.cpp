@@ -6,6 +6,12 @@
 //   uvcreq [--camera N] --formats
 //   uvcreq [--camera N] --v4l2 get|set|query ID [VALUE]
 //   uvcreq [--camera N] --set-format FOURCC WIDTHxHEIGHT
+//   uvcreq [--camera N] --stream FOURCC WIDTHxHEIGHT COUNT
+//
+// --stream takes COUNT frames through the capture backend's memory-mapped stream and prints one
+// line per frame ("frame SEQ FOURCC WxH BYTES ok|bad", bad when an uncompressed frame has the
+// wrong size or an MJPEG frame lacks its start or end marker), then "streamed N"; a camera that
+// cannot be opened prints "open failed: STATUS DESCRIPTION" and exits 1.
 //
 // REQUEST is set_cur, get_cur, get_min, get_max, get_res, get_len, get_info or get_def; DATA the
 // bytes of a set_cur in hexadecimal. Each request prints one line: the IOReturn status in
@@ -26,6 +32,12 @@
 #include "platform/linux/LinuxUsbHost.h"
 #include "platform/linux/V4l2CaptureDevices.h"
 #include "platform/linux/VideoIo.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <mutex>
+#include <thread>
 
 namespace {
 
@@ -199,6 +211,78 @@ int setFormat(const std::string& node, const std::string& fourcc, const std::str
 
 }  // namespace
 
+// Frames of a stream, counted on the capture thread.
+class FrameCounter final : public platform::CaptureStreamClient {
+  public:
+    explicit FrameCounter(int wanted) : wanted_(wanted) {}
+    void streamDidOutputFrame(const platform::FramePtr& frame) override {
+        std::lock_guard lock(mutex_);
+        if (count_ >= wanted_) return;
+        const auto* b = reinterpret_cast<const uint8_t*>(frame->data.constData());
+        const auto n = static_cast<size_t>(frame->data.size());
+        bool good;
+        if (frame->pixelFormat == platform::kPixelFormatMJPG)
+            good = n > 4 && b[0] == 0xFF && b[1] == 0xD8 && b[n - 2] == 0xFF && b[n - 1] == 0xD9;
+        else
+            good =
+                n == static_cast<size_t>(frame->bytesPerLine) * static_cast<size_t>(frame->height);
+        const uint32_t f = frame->pixelFormat;
+        std::printf("frame %llu %c%c%c%c %dx%d %zu %s\n",
+                    static_cast<unsigned long long>(frame->sequence), char(f >> 24), char(f >> 16),
+                    char(f >> 8), char(f), frame->width, frame->height, n, good ? "ok" : "bad");
+        ++count_;
+        done_.notify_all();
+    }
+    void streamDidFail(IOReturn status, const QString& reason) override {
+        std::lock_guard lock(mutex_);
+        std::printf("stream failed: 0x%08x %s\n", static_cast<uint32_t>(status),
+                    reason.toLocal8Bit().constData());
+        failed_ = true;
+        done_.notify_all();
+    }
+    int wait(std::chrono::seconds limit) {
+        std::unique_lock lock(mutex_);
+        done_.wait_for(lock, limit, [&] { return count_ >= wanted_ || failed_; });
+        return count_;
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable done_;
+    int wanted_;
+    int count_ = 0;
+    bool failed_ = false;
+};
+
+int stream(platform::CaptureDevice& device, const std::string& fourcc, const std::string& size,
+           int count) {
+    unsigned width = 0, height = 0;
+    if (fourcc.size() != 4 || std::sscanf(size.c_str(), "%ux%u", &width, &height) != 2) return 2;
+    platform::StreamFormat format;
+    format.pixelFormat = uint32_t(uint8_t(fourcc[0])) << 24 | uint32_t(uint8_t(fourcc[1])) << 16 |
+                         uint32_t(uint8_t(fourcc[2])) << 8 | uint8_t(fourcc[3]);
+    format.width = static_cast<int32_t>(width);
+    format.height = static_cast<int32_t>(height);
+    auto s = device.createStream();
+    platform::StreamError error;
+    if (const IOReturn status = s->open(&error); status != kIOReturnSuccess) {
+        std::printf("open failed: 0x%08x %s\n", static_cast<uint32_t>(status),
+                    error.localizedDescription.toLocal8Bit().constData());
+        return 1;
+    }
+    s->setFormat(format);
+    FrameCounter counter(count);
+    if (const IOReturn status = s->start(&counter); status != kIOReturnSuccess) {
+        std::printf("start failed: 0x%08x\n", static_cast<uint32_t>(status));
+        return 1;
+    }
+    const int got = counter.wait(std::chrono::seconds(30));
+    s->close();
+    std::printf("streamed %d\n", got);
+    std::fflush(stdout);
+    return got == count ? 0 : 1;
+}
+
 int main(int argc, char** argv) {
     std::vector<std::string> args(argv + 1, argv + argc);
     int camera = 1;
@@ -218,6 +302,14 @@ int main(int argc, char** argv) {
         const auto devices = capture.scan();
         if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
         return setFormat(devices[static_cast<size_t>(camera - 1)]->devicePath(), args[1], args[2]);
+    }
+    if (args.size() == 4 && args[0] == "--stream") {
+        linuxplatform::V4l2CaptureDeviceSystem capture;
+        const auto devices = capture.scan();
+        if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
+        setvbuf(stdout, nullptr, _IOLBF, 0);
+        return stream(*devices[static_cast<size_t>(camera - 1)], args[1], args[2],
+                      std::atoi(args[3].c_str()));
     }
     if (args.size() == 1 && args[0] == "--formats") {
         linuxplatform::V4l2CaptureDeviceSystem capture;

@@ -68,8 +68,49 @@ std::string UsbipConnection::serve(int fd) {
             if (!writeAll(fd, reply.data(), reply.size())) return "connection closed";
             continue;
         }
+        if (video_ && !gone_ && command->endpoint == video_->endpoint() &&
+            command->direction == kDirIn && command->numberOfPackets > 0) {
+            if (!submitVideo(fd, *command, iso)) return "connection closed";
+            continue;
+        }
         if (!submit(fd, *command, out)) return "connection closed";
     }
+}
+
+bool UsbipConnection::submitVideo(int fd, const Command& command, const std::vector<uint8_t>& iso) {
+    auto get32 = [&](size_t at) {
+        return uint32_t{iso[at]} << 24 | uint32_t{iso[at + 1]} << 16 | uint32_t{iso[at + 2]} << 8 |
+               uint32_t{iso[at + 3]};
+    };
+    std::vector<IsoPacket> packets(static_cast<size_t>(command.numberOfPackets));
+    for (size_t i = 0; i < packets.size(); ++i) {
+        packets[i].offset = get32(i * kIsoPacketDescriptorSize);
+        packets[i].length = get32(i * kIsoPacketDescriptorSize + 4);
+        // A packet that would run past the buffer gets nothing.
+        if (uint64_t{packets[i].offset} + packets[i].length >
+            static_cast<uint64_t>(command.transferBufferLength))
+            packets[i].length = 0;
+    }
+    const std::vector<uint8_t> data = video_->fill(packets);
+    // Each packet is a microframe: the URB completes when its time has passed.
+    ::usleep(static_cast<useconds_t>(packets.size() * 125));
+    const Header reply = retSubmitIso(command.seqnum, static_cast<int32_t>(data.size()),
+                                      command.startFrame, command.numberOfPackets);
+    std::vector<uint8_t> descriptors(packets.size() * kIsoPacketDescriptorSize);
+    auto put32 = [&](size_t at, uint32_t value) {
+        descriptors[at] = static_cast<uint8_t>(value >> 24);
+        descriptors[at + 1] = static_cast<uint8_t>(value >> 16);
+        descriptors[at + 2] = static_cast<uint8_t>(value >> 8);
+        descriptors[at + 3] = static_cast<uint8_t>(value);
+    };
+    for (size_t i = 0; i < packets.size(); ++i) {
+        put32(i * kIsoPacketDescriptorSize, packets[i].offset);
+        put32(i * kIsoPacketDescriptorSize + 4, packets[i].length);
+        put32(i * kIsoPacketDescriptorSize + 8, packets[i].actualLength);
+        put32(i * kIsoPacketDescriptorSize + 12, 0);
+    }
+    return writeAll(fd, reply.data(), reply.size()) && writeAll(fd, data.data(), data.size()) &&
+           writeAll(fd, descriptors.data(), descriptors.size());
 }
 
 bool UsbipConnection::submit(int fd, const Command& command, const std::vector<uint8_t>& out) {

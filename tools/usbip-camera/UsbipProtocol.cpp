@@ -72,6 +72,14 @@ Header retSubmit(uint32_t seqnum, int32_t status, int32_t actualLength) {
     return h;
 }
 
+Header retSubmitIso(uint32_t seqnum, int32_t actualLength, int32_t startFrame,
+                    int32_t numberOfPackets) {
+    Header h = retSubmit(seqnum, 0, actualLength);
+    put32(h, 28, static_cast<uint32_t>(startFrame));
+    put32(h, 32, static_cast<uint32_t>(numberOfPackets));
+    return h;
+}
+
 Header retUnlink(uint32_t seqnum, int32_t status) {
     return reply(kRetUnlink, seqnum, status);
 }

@@ -56,6 +56,9 @@ std::optional<Command> parseCommand(const Header& bytes);
 // RET_SUBMIT for `seqnum`: status is 0 or a negative errno (-EPIPE for a stall); actualLength
 // bytes of IN data follow it on the wire.
 Header retSubmit(uint32_t seqnum, int32_t status, int32_t actualLength);
+// RET_SUBMIT of an isochronous URB: the packet count echoed, no packet in error.
+Header retSubmitIso(uint32_t seqnum, int32_t actualLength, int32_t startFrame,
+                    int32_t numberOfPackets);
 // RET_UNLINK for the unlink command `seqnum`: -ECONNRESET when the URB was still pending and is
 // now cancelled, 0 when it had already completed.
 Header retUnlink(uint32_t seqnum, int32_t status);

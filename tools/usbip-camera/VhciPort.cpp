@@ -72,6 +72,8 @@ bool VhciPort::plug(std::string* error) {
     const int fd = pair[0];
     thread_ = std::thread([this, fd] {
         UsbipConnection connection(*device_, log_, number_);
+        IsochronousVideo video(camera_);
+        connection.setVideo(&video);
         connection.setOnGone([this, fd] {
             if (detach() != 0) ::shutdown(fd, SHUT_RDWR);
         });

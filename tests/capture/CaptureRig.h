@@ -1,0 +1,110 @@
+#pragma once
+// A virtual camera with frames, its camera object and capture path, and helpers that let the
+// main thread's queued messages run while a test waits.
+
+#include <gtest/gtest.h>
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QThread>
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "camera/QTCamera.h"
+#include "capture/QTCameraCapture.h"
+#include "platform/virtual/VirtualPlatform.h"
+
+namespace orvella::testing {
+
+// Lets queued messages run until `done` or the time is up; returns `done()`.
+inline bool spinUntil(const std::function<bool()>& done,
+                      std::chrono::milliseconds limit = std::chrono::seconds(10)) {
+    const auto end = std::chrono::steady_clock::now() + limit;
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return true;
+}
+
+inline void spinFor(std::chrono::milliseconds time) {
+    spinUntil([] { return false; }, time);
+}
+
+// The generic fixture camera (YUYV 640x480 and 1280x720, MJPEG 1280x720 and 1920x1080) with the
+// given "frames" key.
+inline QJsonObject genericWithFrames(const QJsonObject& frames) {
+    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/generic.json"));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
+    QJsonObject definition = QJsonDocument::fromJson(file.readAll()).object();
+    definition.insert(QStringLiteral("frames"), frames);
+    return definition;
+}
+
+// What reached the delegate, and on which thread.
+struct RecordingDelegate : capture::QTCameraDelegate {
+    std::vector<uint32_t> rates;
+    int firstFrames = 0;
+    std::vector<std::pair<QUrl, std::optional<capture::CaptureError>>> finished;
+    bool offMainThread = false;
+
+    void check() {
+        if (QThread::currentThread() != QCoreApplication::instance()->thread())
+            offMainThread = true;
+    }
+    void updateFPS(uint32_t fps) override {
+        check();
+        rates.push_back(fps);
+    }
+    void gotFirstFrame(capture::QTCameraCapture*) override {
+        check();
+        ++firstFrames;
+    }
+    void didFinishRecordingToOutputFileAtURL(
+        const QUrl& url, const std::optional<capture::CaptureError>& error) override {
+        finished.emplace_back(url, error);
+    }
+};
+
+struct CaptureRig {
+    virtualcam::VirtualPlatform platform;
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> device;
+    std::unique_ptr<QTCamera> camera;
+    std::unique_ptr<capture::QTCameraCapture> capture;
+    RecordingDelegate delegate;
+
+    explicit CaptureRig(const QJsonObject& frames = QJsonObject{{"fps", 100}}) {
+        QString error;
+        auto virtualCamera = virtualcam::VirtualCamera::fromJson(
+            QJsonDocument(genericWithFrames(frames)).toJson(), &error);
+        EXPECT_TRUE(virtualCamera) << error.toStdString();
+        device = platform.addCamera(virtualCamera, &error);
+        EXPECT_TRUE(device) << error.toStdString();
+        camera = QTCamera::initWithQTCaptureDevice(platform.platform(), device);
+        capture = std::make_unique<capture::QTCameraCapture>(*camera);
+        capture->setDelegate(&delegate);
+    }
+    ~CaptureRig() {
+        capture.reset();  // stops the stream before the camera goes
+    }
+
+    // The camera's format entry of that code and size.
+    FormatEntry format(int64_t code, int32_t width, int32_t height) const {
+        for (const FormatEntry& f : camera->formatArray())
+            if (f.FormatCode == code && f.FormatWidth == width && f.FormatHeight == height)
+                return f;
+        ADD_FAILURE() << "no format " << width << "x" << height;
+        return {};
+    }
+};
+
+constexpr int64_t kCodeYUY2 = 0x32595559;  // 'YUY2' as a little-endian number
+constexpr int64_t kCodeMJPG = 0x47504A4D;
+
+}  // namespace orvella::testing

@@ -1,0 +1,94 @@
+// orvellactl snapshot and record, run as a program against virtual cameras.
+
+#include <gtest/gtest.h>
+
+#include <QImage>
+#include <QProcess>
+#include <QTemporaryDir>
+
+#include "CaptureRig.h"
+
+namespace orvella::testing {
+namespace {
+
+struct ToolRun {
+    int status = -1;
+    QString out, err;
+};
+
+ToolRun orvellactl(const QStringList& arguments) {
+    QProcess process;
+    process.start(QStringLiteral(ORVELLA_ORVELLACTL), arguments);
+    EXPECT_TRUE(process.waitForFinished(60000));
+    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
+            QString::fromUtf8(process.readAllStandardError())};
+}
+
+QString writeCamera(const QTemporaryDir& dir, const QJsonObject& frames) {
+    const QString path = dir.filePath("camera.json");
+    QFile file(path);
+    EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(QJsonDocument(genericWithFrames(frames)).toJson());
+    return path;
+}
+
+TEST(OrvellactlSnapshot, WritesPngAndJpegOfTheChosenSize) {
+    QTemporaryDir dir;
+    for (const auto& [name, size] : std::vector<std::pair<QString, QSize>>{
+             {"still.png", QSize(1920, 1080)}, {"still.JPG", QSize(640, 480)}}) {
+        const QString file = dir.filePath(name);
+        const ToolRun run =
+            orvellactl({"--demo", "snapshot", file, "--format",
+                        QStringLiteral("%1x%2").arg(size.width()).arg(size.height())});
+        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        const QImage image(file);
+        EXPECT_EQ(image.size(), size);
+        EXPECT_GT(qGray(image.pixel(size.width() / 32 * 3, size.height() / 2)), 200);  // white bar
+    }
+}
+
+TEST(OrvellactlSnapshot, RefusesWhatItCannotDoWithAClearMessage) {
+    QTemporaryDir dir;
+    const struct {
+        QStringList arguments;
+        int status;
+        QString message;
+    } cases[] = {
+        {{"--demo", "snapshot", dir.filePath("x.gif")}, 2, "must end in .png, .jpg or .jpeg"},
+        {{"--demo", "snapshot", dir.filePath("x.png"), "--format", "800x600"},
+         2,
+         "offers no 800x600 (it offers 640x480, 1280x720, 1920x1080)"},
+        {{"--demo", "snapshot", dir.filePath("x.png"), "--format", "big"}, 2, "--format wants"},
+        {{"--demo", "record", dir.filePath("x.mkv")}, 2, "record needs --seconds N"},
+        {{"--demo", "record", dir.filePath("x.mkv"), "--seconds", "-1"}, 2, "--seconds wants"},
+        {{"--virtual", writeCamera(dir, QJsonObject{{"busy", true}}), "snapshot",
+          dir.filePath("x.png")},
+         1,
+         "the camera is streaming to another program"},
+    };
+    for (const auto& c : cases) {
+        const ToolRun run = orvellactl(c.arguments);
+        EXPECT_EQ(run.status, c.status) << c.arguments.join(' ').toStdString();
+        EXPECT_TRUE(run.err.contains(c.message)) << run.err.toStdString();
+    }
+    EXPECT_FALSE(QFile::exists(dir.filePath("x.png")));
+}
+
+TEST(OrvellactlRecord, WritesAMovieAndReportsProgress) {
+    QTemporaryDir dir;
+    const QString file = dir.filePath("movie.mp4");
+    const ToolRun run =
+        orvellactl({"--virtual", writeCamera(dir, QJsonObject{{"fps", 20}}), "record", file,
+                    "--seconds", "1.5", "--format", "640x480", "--video-codec", "mpeg4"});
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("recording: 1 of 1.5 s, ")) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("recorded ")) << run.err.toStdString();
+    QProcess probe;
+    probe.start("ffprobe", {"-v", "error", "-show_entries", "stream=codec_name,width,height", "-of",
+                            "csv=p=0", file});
+    ASSERT_TRUE(probe.waitForFinished(30000));
+    EXPECT_EQ(QString::fromUtf8(probe.readAllStandardOutput()).trimmed(), "mpeg4,640,480");
+}
+
+}  // namespace
+}  // namespace orvella::testing

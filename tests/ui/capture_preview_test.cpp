@@ -1,0 +1,87 @@
+// The capture preview widget against a virtual camera: it shows the latest frame scaled to fit,
+// keeps the aspect ratio, shows the measured rate and lets go of the camera when the preview stops.
+
+#include <gtest/gtest.h>
+
+#include <QApplication>
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QScreen>
+#include <QThread>
+#include <chrono>
+
+#include "camera/QTCamera.h"
+#include "capture/QTCameraCapture.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "ui/CapturePreview.h"
+
+namespace orvella::testing {
+namespace {
+
+bool spinUntil(const std::function<bool()>& done) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!done()) {
+        if (std::chrono::steady_clock::now() > end) return false;
+        QApplication::processEvents(QEventLoop::AllEvents, 5);
+        QThread::msleep(2);
+    }
+    return true;
+}
+
+TEST(CapturePreview, PaintsTheLatestFrameScaledToFitWithTheFrameRate) {
+    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/generic.json"));
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    QJsonObject definition = QJsonDocument::fromJson(file.readAll()).object();
+    definition.insert("frames", QJsonObject{{"fps", 60}});
+    QString error;
+    virtualcam::VirtualPlatform platform;
+    auto device = platform.addCamera(
+        virtualcam::VirtualCamera::fromJson(QJsonDocument(definition).toJson(), &error), &error);
+    ASSERT_TRUE(device) << error.toStdString();
+    auto camera = QTCamera::initWithQTCaptureDevice(platform.platform(), device);
+    capture::QTCameraCapture capture(*camera);
+    for (const FormatEntry& f : camera->formatArray())
+        if (f.FormatWidth == 1280 && f.FormatCode == 0x47504A4D) capture.setImageFormat(f);
+
+    // 400 wide: decoded at the next JPEG scale up and scaled down when painted; 640 wide: half
+    // the stream's size, decoded straight into the window's buffer.
+    for (const int side : {400, 640}) {
+        SCOPED_TRACE(side);
+        ui::CapturePreview preview;
+        preview.resize(side, side);  // taller than 16:9: bars above and below
+        preview.show();
+        ASSERT_EQ(capture.startPreview(&preview), capture::kCaptureDone);
+        EXPECT_EQ(preview.captureSession(), &capture);
+        ASSERT_TRUE(
+            spinUntil([&] { return preview.framesShown() >= 3 && preview.frameRate() > 0; }));
+        EXPECT_EQ(preview.frameRateText(), QStringLiteral("%1 fps").arg(preview.frameRate()));
+        // Decoded near display size, not at the stream's 1280 x 720.
+        EXPECT_EQ(preview.decodedSize().width(), side == 400 ? 480 : 640);
+
+        // What reached the screen (the window's buffer, or the screen under X11).
+        const QImage shot = QGuiApplication::primaryScreen()->grabWindow(preview.winId()).toImage();
+        // ORVELLA_SCREENSHOT_DIR=DIR keeps the picture for a person to look at.
+        if (const QString dir = qEnvironmentVariable("ORVELLA_SCREENSHOT_DIR"); !dir.isEmpty())
+            shot.save(QStringLiteral("%1/capture-preview-%2.png").arg(dir).arg(side));
+        ASSERT_EQ(shot.size(), QSize(side, side));
+        const int bar = (side - side * 720 / 1280) / 2;
+        EXPECT_EQ(qGray(shot.pixel(side / 2, bar / 2)), 0);          // bar above
+        EXPECT_GT(qGray(shot.pixel(side / 16 + 5, side / 2)), 200);  // white colour bar
+        // The blue bar (6/8 to 7/8 of the width); the moving white stripe covers at most one
+        // of these two points.
+        const auto blue = [&](int x) {
+            const QRgb p = shot.pixel(x, side / 2);
+            return qRed(p) < 60 && qBlue(p) > 180;
+        };
+        EXPECT_TRUE(blue(side * 25 / 32) || blue(side * 27 / 32));
+        EXPECT_EQ(qGray(shot.pixel(side / 2, side - bar / 2)), 0);  // bar below
+
+        EXPECT_EQ(capture.stopPreview(&preview), capture::kCaptureDone);
+        EXPECT_EQ(preview.captureSession(), nullptr);
+        EXPECT_EQ(qGray(preview.grab().toImage().pixel(side / 2, side / 2)), 0);
+    }
+}
+
+}  // namespace
+}  // namespace orvella::testing
