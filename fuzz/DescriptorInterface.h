@@ -25,8 +25,13 @@ class DescriptorInterface final : public platform::UsbInterface {
     IOReturn getInterfaceNumber(uint8_t& n) override { return (n = 0, kIOReturnSuccess); }
     std::vector<platform::Descriptor> classSpecificDescriptors() override { return descriptors_; }
     IOReturn controlRequest(uint8_t, platform::ControlRequest& request) override {
-        const uint8_t answer[8] = {request.bRequest, static_cast<uint8_t>(request.wValue >> 8),
-                                   static_cast<uint8_t>(request.wIndex >> 8), 0x7F, 0x80, 1, 0xFF,
+        const uint8_t answer[8] = {request.bRequest,
+                                   static_cast<uint8_t>(request.wValue >> 8),
+                                   static_cast<uint8_t>(request.wIndex >> 8),
+                                   0x7F,
+                                   0x80,
+                                   1,
+                                   0xFF,
                                    0};
         const size_t n = std::min<size_t>(request.wLength, sizeof answer);
         if ((request.bmRequestType & 0x80) && request.pData) std::memcpy(request.pData, answer, n);

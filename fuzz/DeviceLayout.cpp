@@ -172,7 +172,8 @@ DeviceScript decodeDevice(const uint8_t* data, size_t size) {
                 break;
             }
             case kTagStall:
-                stalls.append(QJsonObject{{"unit", in.u8()}, {"selector", in.u8()}, {"code", in.u8()}});
+                stalls.append(
+                    QJsonObject{{"unit", in.u8()}, {"selector", in.u8()}, {"code", in.u8()}});
                 break;
             case kTagProductString:
                 d["productString"] = QString::fromLatin1(reinterpret_cast<const char*>(body.data()),
@@ -251,15 +252,15 @@ std::vector<uint8_t> encodeDevice(virtualcam::VirtualCamera& camera,
             if (!info) continue;
             const auto control = camera.control(unit, info->selector);
             if (!control) continue;
-            std::vector<uint8_t> body{static_cast<uint8_t>(
-                                          bit | (type == virtualcam::UnitType::ProcessingUnit
-                                                     ? kProcessingUnitBit
-                                                     : 0)),
-                                      static_cast<uint8_t>(kMin | kMax | kRes | kDef | kCur | kInfo)};
+            std::vector<uint8_t> body{
+                static_cast<uint8_t>(
+                    bit | (type == virtualcam::UnitType::ProcessingUnit ? kProcessingUnitBit : 0)),
+                static_cast<uint8_t>(kMin | kMax | kRes | kDef | kCur | kInfo)};
             if (control->answerLength) body[1] |= kAnswerLength;
             writeAnswers(body, *control);
             if (control->answerLength)
-                body.push_back(static_cast<uint8_t>(std::min<uint16_t>(*control->answerLength, 255)));
+                body.push_back(
+                    static_cast<uint8_t>(std::min<uint16_t>(*control->answerLength, 255)));
             section(out, kTagControl, body);
         }
     }

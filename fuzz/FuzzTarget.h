@@ -49,24 +49,24 @@ void prepare();
 
 }  // namespace orvella::fuzz
 
-#define ORVELLA_FUZZ_DECLARE_(name)                                                       \
-    static int orvellaFuzzRun_##name(const uint8_t* data, size_t size);                   \
-    [[maybe_unused]] static std::vector<orvella::fuzz::Seed> orvellaFuzzSeeds_##name(     \
+#define ORVELLA_FUZZ_DECLARE_(name)                                                   \
+    static int orvellaFuzzRun_##name(const uint8_t* data, size_t size);               \
+    [[maybe_unused]] static std::vector<orvella::fuzz::Seed> orvellaFuzzSeeds_##name( \
         const std::string& fixtures);
 
 #ifdef ORVELLA_LIBFUZZER
-#define ORVELLA_FUZZ_TARGET(name)                                                         \
-    ORVELLA_FUZZ_DECLARE_(name)                                                           \
-    extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {             \
-        orvella::fuzz::prepare();                                                         \
-        return orvellaFuzzRun_##name(data, size);                                         \
-    }                                                                                     \
+#define ORVELLA_FUZZ_TARGET(name)                                             \
+    ORVELLA_FUZZ_DECLARE_(name)                                               \
+    extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) { \
+        orvella::fuzz::prepare();                                             \
+        return orvellaFuzzRun_##name(data, size);                             \
+    }                                                                         \
     static int orvellaFuzzRun_##name(const uint8_t* data, size_t size)
 #else
-#define ORVELLA_FUZZ_TARGET(name)                                                         \
-    ORVELLA_FUZZ_DECLARE_(name)                                                           \
-    static const orvella::fuzz::TargetRegistrar orvellaFuzzRegistrar_##name(             \
-        #name, &orvellaFuzzRun_##name, &orvellaFuzzSeeds_##name);                         \
+#define ORVELLA_FUZZ_TARGET(name)                                            \
+    ORVELLA_FUZZ_DECLARE_(name)                                              \
+    static const orvella::fuzz::TargetRegistrar orvellaFuzzRegistrar_##name( \
+        #name, &orvellaFuzzRun_##name, &orvellaFuzzSeeds_##name);            \
     static int orvellaFuzzRun_##name(const uint8_t* data, size_t size)
 #endif
 

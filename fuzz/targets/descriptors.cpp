@@ -16,7 +16,8 @@ ORVELLA_FUZZ_SEEDS(descriptors) {
     std::vector<fuzz::Seed> seeds;
     for (const auto& [name, json] : fuzz::fixtureFiles(fixtures)) {
         auto camera = virtualcam::VirtualCamera::fromJson(
-            QByteArray(reinterpret_cast<const char*>(json.data()), static_cast<qsizetype>(json.size())),
+            QByteArray(reinterpret_cast<const char*>(json.data()),
+                       static_cast<qsizetype>(json.size())),
             nullptr);
         if (!camera) continue;
         fuzz::Bytes block;

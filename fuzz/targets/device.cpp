@@ -20,7 +20,8 @@ ORVELLA_FUZZ_SEEDS(device) {
     for (const auto& [name, json] : fuzz::fixtureFiles(fixtures)) {
         QString error;
         auto camera = virtualcam::VirtualCamera::fromJson(
-            QByteArray(reinterpret_cast<const char*>(json.data()), static_cast<qsizetype>(json.size())),
+            QByteArray(reinterpret_cast<const char*>(json.data()),
+                       static_cast<qsizetype>(json.size())),
             &error);
         if (!camera) continue;
         fuzz::Bytes plain = fuzz::encodeDevice(*camera, writes);

@@ -25,8 +25,8 @@ void put32(fuzz::Bytes& out, uint32_t v) {
 void submit(fuzz::Bytes& out, uint32_t seqnum, uint32_t direction, uint32_t endpoint,
             uint32_t length, std::array<uint8_t, 8> setup, const fuzz::Bytes& data = {},
             int32_t packets = -1) {
-    for (uint32_t v : {usbip::kCmdSubmit, seqnum, 0x00010002u, direction, endpoint, 0u, length,
-                       0u, static_cast<uint32_t>(packets), 0u})
+    for (uint32_t v : {usbip::kCmdSubmit, seqnum, 0x00010002u, direction, endpoint, 0u, length, 0u,
+                       static_cast<uint32_t>(packets), 0u})
         put32(out, v);
     out.insert(out.end(), setup.begin(), setup.end());
     out.insert(out.end(), data.begin(), data.end());

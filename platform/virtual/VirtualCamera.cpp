@@ -443,13 +443,13 @@ void VirtualCamera::Private::parseFaults(VirtualCamera& c, const QJsonObject& o)
             toRanged(faults.value("vanishOnRequest"), "faults.vanishOnRequest", 1, 1 << 30));
     if (faults.contains("failOnRequest")) {
         const QJsonObject f = faults.value("failOnRequest").toObject();
-        c.failCountdown_ = static_cast<int>(toRanged(f.value("request"),
-                                                     "faults.failOnRequest.request", 1, 1 << 30));
-        c.failStatusLater_ = f.contains("status")
-                                 ? static_cast<IOReturn>(toRanged(f.value("status"),
-                                                                  "faults.failOnRequest.status",
-                                                                  0, 0xFFFFFFFFll))
-                                 : kIOReturnNotResponding;
+        c.failCountdown_ = static_cast<int>(
+            toRanged(f.value("request"), "faults.failOnRequest.request", 1, 1 << 30));
+        c.failStatusLater_ =
+            f.contains("status")
+                ? static_cast<IOReturn>(
+                      toRanged(f.value("status"), "faults.failOnRequest.status", 0, 0xFFFFFFFFll))
+                : kIOReturnNotResponding;
         const int count = f.contains("count")
                               ? static_cast<int>(toRanged(f.value("count"),
                                                           "faults.failOnRequest.count", 0, 1 << 30))
