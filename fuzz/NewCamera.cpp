@@ -72,7 +72,6 @@ std::unique_ptr<NewCamera> runDevice(const uint8_t* data, size_t size) {
     for (const ControlWrite& write : script.writes)
         run->write(write);
     if (script.writeDefaults) run->writeDefaults();
-    run->describe();
     return run;
 }
 

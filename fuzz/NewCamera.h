@@ -1,8 +1,9 @@
 #pragma once
 // What the application does with a camera that has just appeared, as one sequence the fuzz
 // targets and the fault sweeps share: build the camera object from its capture device (identity,
-// interface lookup, probing, control status, formats, naming), read every control, write some,
-// and describe it as `orvellactl show --json` does.
+// interface lookup, probing, control status, formats, naming), read every control, write some.
+// (Describing it as `orvellactl show --json` does is kept out of the whole-device target: it only
+// formats the record, and costs more than everything else together.)
 
 #include <memory>
 #include <vector>
