@@ -15,7 +15,11 @@ NewCamera::NewCamera(std::shared_ptr<virtualcam::VirtualCamera> device)
 
 QTCamera* NewCamera::bringUp() {
     if (!capture_) return nullptr;
-    camera_ = QTCamera::initWithQTCaptureDevice(platform_.platform(&clock_), capture_);
+    if (capture_->isMediaDevice())
+        camera_ = QTCamera::initWithQTCaptureDevice(platform_.platform(&clock_), capture_,
+                                                    platform_.mediaDeviceFor(*capture_));
+    else
+        camera_ = QTCamera::initWithQTCaptureDevice(platform_.platform(&clock_), capture_);
     return camera_.get();
 }
 

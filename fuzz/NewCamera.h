@@ -26,7 +26,8 @@ class NewCamera {
     QTCamera* camera() { return camera_.get(); }
     platform::RecordingClock& clock() { return clock_; }
 
-    // Builds the camera object: identity, lookup, probing, status, formats.
+    // Builds the camera object: identity, lookup, probing, status, formats (USB cameras), or
+    // the control objects (media-device cameras).
     QTCamera* bringUp();
     // Reads every control of the orvellactl table; the status of each read, in table order.
     std::vector<IOReturn> readEveryControl();
