@@ -1,7 +1,10 @@
 #include "fuzz/DeviceLayout.h"
 
 #include <QJsonArray>
+#include <QJsonDocument>
 #include <algorithm>
+#include <cstdio>
+#include <map>
 #include <string>
 
 #include "fuzz/ByteReader.h"
@@ -53,24 +56,76 @@ enum Field : uint8_t {
 constexpr const char* kValueFields[] = {"min", "max", "res", "def", "cur"};
 constexpr uint8_t kProcessingUnitBit = 0x80;
 
-QString hex(const std::vector<uint8_t>& bytes) {
-    return QString::fromLatin1(QByteArray(reinterpret_cast<const char*>(bytes.data()),
-                                          static_cast<qsizetype>(bytes.size()))
-                                   .toHex());
-}
+// The definition is written as JSON text directly: building a QJsonObject first and serialising it
+// costed more than the rest of a whole-device run.
+class JsonText {
+  public:
+    // Members of the object being written.
+    void raw(const char* key, const std::string& value) {
+        text_ += text_.empty() ? "{" : ",";
+        text_ += '"';
+        text_ += key;
+        text_ += "\":";
+        text_ += value;
+    }
+    void number(const char* key, long value) { raw(key, std::to_string(value)); }
+    bool empty() const { return text_.empty(); }
+    std::string close() const { return text_.empty() ? "{}" : text_ + "}"; }
 
-QJsonArray byteArray(const std::vector<uint8_t>& bytes) {
-    QJsonArray array;
-    for (uint8_t b : bytes)
-        array.append(b);
-    return array;
-}
+    static std::string hexString(const std::vector<uint8_t>& bytes) {
+        static const char digits[] = "0123456789abcdef";
+        std::string out = "\"";
+        for (uint8_t b : bytes) {
+            out += digits[b >> 4];
+            out += digits[b & 0xF];
+        }
+        return out + '"';
+    }
+    static std::string byteArray(const std::vector<uint8_t>& bytes) {
+        std::string out = "[";
+        for (size_t i = 0; i < bytes.size(); ++i) {
+            if (i) out += ',';
+            out += std::to_string(bytes[i]);
+        }
+        return out + ']';
+    }
+    // Latin-1 bytes as a JSON string.
+    static std::string latin1String(const std::vector<uint8_t>& bytes) {
+        std::string out = "\"";
+        char escaped[8];
+        for (uint8_t b : bytes) {
+            if (b >= 0x20 && b < 0x7F && b != '"' && b != '\\') {
+                out += static_cast<char>(b);
+            } else {
+                std::snprintf(escaped, sizeof escaped, "\\u%04x", b);
+                out += escaped;
+            }
+        }
+        return out + '"';
+    }
+    static std::string list(const std::vector<std::string>& items) {
+        std::string out = "[";
+        for (size_t i = 0; i < items.size(); ++i)
+            out += (i ? "," : "") + items[i];
+        return out + ']';
+    }
+    static std::string object(const std::map<std::string, std::string>& members) {
+        std::string out = "{";
+        for (const auto& [key, value] : members)
+            out += (out.size() > 1 ? ",\"" : "\"") + key + "\":" + value;
+        return out + '}';
+    }
+
+  private:
+    std::string text_;
+};
 
 // min..cur and info from a control section body; the fields byte has been read.
-void readAnswers(ByteReader& in, uint8_t fields, QJsonObject& answers) {
+void readAnswers(ByteReader& in, uint8_t fields, JsonText& answers) {
     for (size_t i = 0; i < std::size(kValueFields); ++i)
-        if (fields & (1u << i)) answers[kValueFields[i]] = byteArray(in.bytes(in.u8()));
-    if (fields & kInfo) answers["info"] = in.u8();
+        if (fields & (1u << i))
+            answers.raw(kValueFields[i], JsonText::byteArray(in.bytes(in.u8())));
+    if (fields & kInfo) answers.number("info", in.u8());
 }
 
 void writeAnswers(std::vector<uint8_t>& out, const virtualcam::DeviceControl& control) {
@@ -92,39 +147,45 @@ void section(std::vector<uint8_t>& out, uint8_t tag, const std::vector<uint8_t>&
 
 }  // namespace
 
+QJsonObject DeviceScript::definition() const {
+    return QJsonDocument::fromJson(json).object();
+}
+
 DeviceScript decodeDevice(const uint8_t* data, size_t size) {
     DeviceScript script;
-    QJsonObject& d = script.definition;
+    JsonText d;
     ByteReader header(data, size);
-    d["vendorID"] = header.u16();
-    d["productID"] = header.u16();
+    d.number("vendorID", header.u16());
+    d.number("productID", header.u16());
     const uint8_t flags = header.u8();
-    d["vcInterfaceNumber"] = header.u8();
+    d.number("vcInterfaceNumber", header.u8());
     const uint8_t vsNumber = header.u8();
-    if (flags & kVsNumberGiven) d["vsInterfaceNumber"] = vsNumber;
+    if (flags & kVsNumberGiven) d.number("vsInterfaceNumber", vsNumber);
     const uint8_t stringIndex = header.u8();
-    if (flags & kStringIndexGiven) d["productStringIndex"] = stringIndex;
-    if (flags & kSuspended) d["suspended"] = true;
-    if (flags & kOutOfRangeStall) d["outOfRange"] = QStringLiteral("stall");
+    if (flags & kStringIndexGiven) d.number("productStringIndex", stringIndex);
+    if (flags & kSuspended) d.raw("suspended", "true");
+    if (flags & kOutOfRangeStall) d.raw("outOfRange", "\"stall\"");
     script.writeDefaults = (flags & kWriteDefaults) != 0;
 
-    QJsonObject faults;
-    if (flags & kNotRespondingOnce) faults["notRespondingOnce"] = true;
-    if (flags & kPlugInFails) faults["plugIn"] = QStringLiteral("0xe00002bc");
-    if (const uint16_t vanish = header.u16()) faults["vanishOnRequest"] = vanish;
+    JsonText faults;
+    if (flags & kNotRespondingOnce) faults.raw("notRespondingOnce", "true");
+    if (flags & kPlugInFails) faults.raw("plugIn", "\"0xe00002bc\"");
+    if (const uint16_t vanish = header.u16()) faults.number("vanishOnRequest", vanish);
     const uint16_t failAt = header.u16();
     const uint8_t failStatus = header.u8();
     const uint8_t failCount = header.u8();
     if (failAt) {
-        const IOReturn status = kFailStatuses[failStatus % std::size(kFailStatuses)];
-        faults["failOnRequest"] = QJsonObject{
-            {"request", failAt},
-            {"status", QStringLiteral("0x%1").arg(static_cast<uint32_t>(status), 0, 16)},
-            {"count", failCount}};
+        JsonText fail;
+        fail.number("request", failAt);
+        fail.number("status",
+                    static_cast<uint32_t>(kFailStatuses[failStatus % std::size(kFailStatuses)]));
+        fail.number("count", failCount);
+        faults.raw("failOnRequest", fail.close());
     }
 
-    QJsonArray vc, vs, extension, stalls;
-    QJsonObject controls, strings;
+    std::vector<std::string> vc, vs, extension, stalls;
+    std::map<std::string, std::string> controls, strings;
+    std::string productString;
     const size_t headerSize = 14;
     ByteReader sections(size > headerSize ? data + headerSize : nullptr,
                         size > headerSize ? size - headerSize : 0);
@@ -134,10 +195,10 @@ DeviceScript decodeDevice(const uint8_t* data, size_t size) {
         ByteReader in(body.data(), body.size());
         switch (tag) {
             case kTagVc:
-                vc.append(hex(body));
+                vc.push_back(JsonText::hexString(body));
                 break;
             case kTagVs:
-                vs.append(hex(body));
+                vs.push_back(JsonText::hexString(body));
                 break;
             case kTagControl: {
                 const uint8_t which = in.u8();
@@ -147,37 +208,39 @@ DeviceScript decodeDevice(const uint8_t* data, size_t size) {
                     which & 0x1F);
                 if (!info) break;
                 const uint8_t fields = in.u8();
-                QJsonObject answers;
+                JsonText answers;
                 readAnswers(in, fields, answers);
-                if (fields & kAnswerLength) answers["answerLength"] = in.u8();
-                if (fields & kUnit) answers["unit"] = in.u8();
-                controls[QString::fromLatin1(info->name.data(),
-                                             static_cast<qsizetype>(info->name.size()))] = answers;
+                if (fields & kAnswerLength) answers.number("answerLength", in.u8());
+                if (fields & kUnit) answers.number("unit", in.u8());
+                controls[std::string(info->name)] = answers.close();
                 break;
             }
             case kTagExtension: {
-                QJsonObject answers;
-                answers["unit"] = in.u8();
-                answers["selector"] = in.u8();
-                answers["length"] = 1 + in.u8() % 64;
+                JsonText answers;
+                answers.number("unit", in.u8());
+                answers.number("selector", in.u8());
+                answers.number("length", 1 + in.u8() % 64);
                 const uint8_t fields = in.u8();
                 readAnswers(in, fields, answers);
-                if (fields & kAnswerLength) answers["signed"] = true;
-                extension.append(answers);
+                if (fields & kAnswerLength) answers.raw("signed", "true");
+                extension.push_back(answers.close());
                 break;
             }
             case kTagString: {
                 const uint8_t index = in.u8();
-                strings[QString::number(index)] = hex(in.bytes(in.left()));
+                strings[std::to_string(index)] = JsonText::hexString(in.bytes(in.left()));
                 break;
             }
-            case kTagStall:
-                stalls.append(
-                    QJsonObject{{"unit", in.u8()}, {"selector", in.u8()}, {"code", in.u8()}});
+            case kTagStall: {
+                JsonText stall;
+                stall.number("unit", in.u8());
+                stall.number("selector", in.u8());
+                stall.number("code", in.u8());
+                stalls.push_back(stall.close());
                 break;
+            }
             case kTagProductString:
-                d["productString"] = QString::fromLatin1(reinterpret_cast<const char*>(body.data()),
-                                                         static_cast<qsizetype>(body.size()));
+                productString = JsonText::latin1String(body);
                 break;
             case kTagWrite: {
                 ControlWrite write;
@@ -190,13 +253,16 @@ DeviceScript decodeDevice(const uint8_t* data, size_t size) {
                 break;
         }
     }
-    d["vc"] = vc;
-    d["vs"] = vs;
-    if (!controls.isEmpty()) d["controls"] = controls;
-    if (!extension.isEmpty()) d["extensionControls"] = extension;
-    if (!strings.isEmpty()) d["rawStrings"] = strings;
-    if (!stalls.isEmpty()) faults["stall"] = stalls;
-    if (!faults.isEmpty()) d["faults"] = faults;
+    if (!productString.empty()) d.raw("productString", productString);
+    d.raw("vc", JsonText::list(vc));
+    d.raw("vs", JsonText::list(vs));
+    if (!controls.empty()) d.raw("controls", JsonText::object(controls));
+    if (!extension.empty()) d.raw("extensionControls", JsonText::list(extension));
+    if (!strings.empty()) d.raw("rawStrings", JsonText::object(strings));
+    if (!stalls.empty()) faults.raw("stall", JsonText::list(stalls));
+    if (!faults.empty()) d.raw("faults", faults.close());
+    const std::string text = d.close();
+    script.json = QByteArray(text.data(), static_cast<qsizetype>(text.size()));
     return script;
 }
 

@@ -33,6 +33,7 @@
 //          orvellactl control table, modulo its size), u32 value (signed)
 //   Unknown tags are skipped.
 
+#include <QByteArray>
 #include <QJsonObject>
 #include <cstdint>
 #include <vector>
@@ -54,7 +55,8 @@ struct ControlWrite {
 };
 
 struct DeviceScript {
-    QJsonObject definition;
+    QByteArray json;  // the camera definition
+    QJsonObject definition() const;
     std::vector<ControlWrite> writes;
     bool writeDefaults = false;
 };

@@ -66,8 +66,7 @@ void NewCamera::describe() {
 
 std::unique_ptr<NewCamera> runDevice(const uint8_t* data, size_t size) {
     const DeviceScript script = decodeDevice(data, size);
-    auto device = virtualcam::VirtualCamera::fromJson(
-        QJsonDocument(script.definition).toJson(QJsonDocument::Compact), nullptr);
+    auto device = virtualcam::VirtualCamera::fromJson(script.json, nullptr);
     if (!device) return nullptr;
     auto run = std::make_unique<NewCamera>(std::move(device));
     if (!run->plugged()) return nullptr;

@@ -108,8 +108,8 @@ int decodeDevice(int argc, char** argv) {
     if (argc != 3) return usage();
     const fuzz::Bytes bytes = readFile(argv[2]);
     const fuzz::DeviceScript script = fuzz::decodeDevice(bytes.data(), bytes.size());
-    std::fwrite(QJsonDocument(script.definition).toJson().constData(), 1,
-                static_cast<size_t>(QJsonDocument(script.definition).toJson().size()), stdout);
+    const QByteArray text = QJsonDocument(script.definition()).toJson();
+    std::fwrite(text.constData(), 1, static_cast<size_t>(text.size()), stdout);
     for (const fuzz::ControlWrite& write : script.writes)
         std::fprintf(stderr, "write control %u value %d\n", write.control, write.value);
     if (script.writeDefaults) std::fprintf(stderr, "write the defaults\n");

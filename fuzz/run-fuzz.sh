@@ -32,7 +32,7 @@ mkdir -p "$out/crashes" "$out/logs"
 
 # No allocation stacks while fuzzing: they cost more than the target itself. A fault's input is
 # replayed with them by orvella-fuzz (docs/fuzzing.md).
-export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:malloc_context_size=0
+export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:malloc_context_size=0:allocator_release_to_os_interval_ms=-1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
 status=0
 for t in "${targets[@]}"; do
@@ -40,7 +40,7 @@ for t in "${targets[@]}"; do
     mkdir -p "$corpus"
     inputs=("$corpus" "$out/seeds/$t")
     for extra in fuzz/regressions/$t fuzz/corpus/$t; do [ -d "$extra" ] && inputs+=("$extra"); done
-    options=(-max_total_time="$seconds" -entropic=0 -timeout=10 -rss_limit_mb=1024 -max_len=4096
+    options=(-max_total_time="$seconds" -entropic=0 -reload=0 -timeout=10 -rss_limit_mb=1024 -max_len=4096
              -print_final_stats=1 -artifact_prefix="$out/crashes/$t-")
     [ -n "${FUZZ_RUNS:-}" ] && options+=(-runs="$FUZZ_RUNS")
     [ -f "fuzz/dictionaries/$t.dict" ] && options+=(-dict="fuzz/dictionaries/$t.dict")

@@ -16,8 +16,7 @@ namespace {
 std::shared_ptr<virtualcam::VirtualCamera> decoded(const std::vector<uint8_t>& bytes) {
     const DeviceScript script = decodeDevice(bytes.data(), bytes.size());
     QString error;
-    auto camera = virtualcam::VirtualCamera::fromJson(
-        QJsonDocument(script.definition).toJson(QJsonDocument::Compact), &error);
+    auto camera = virtualcam::VirtualCamera::fromJson(script.json, &error);
     EXPECT_TRUE(camera) << error.toStdString();
     return camera;
 }
@@ -54,7 +53,7 @@ TEST(DeviceLayout, FaultsAndWritesSurviveTheRoundTrip) {
     EXPECT_EQ(script.writes[0].value, -5);
     EXPECT_EQ(script.writes[1].control, 255);
     EXPECT_TRUE(script.writeDefaults);
-    EXPECT_EQ(script.definition["faults"].toObject()["vanishOnRequest"].toInt(), 9);
+    EXPECT_EQ(script.definition()["faults"].toObject()["vanishOnRequest"].toInt(), 9);
 
     auto device = decoded(bytes);
     ASSERT_TRUE(device);
@@ -67,6 +66,13 @@ TEST(DeviceLayout, FaultsAndWritesSurviveTheRoundTrip) {
         ++control;
         EXPECT_EQ(r.status == kIOReturnNoDevice, control >= 9) << "request " << control;
     }
+}
+
+TEST(DeviceLayout, HostileProductStringStaysOneString) {
+    std::vector<uint8_t> bytes(14, 0);
+    bytes.insert(bytes.end(), {7, 6, '"', '\\', 0, 0x0A, 0xE9, '}'});
+    const QJsonObject definition = decodeDevice(bytes.data(), bytes.size()).definition();
+    EXPECT_EQ(definition["productString"].toString(), QString::fromLatin1("\"\\\0\n\xE9}", 6));
 }
 
 TEST(DeviceLayout, EveryTruncationDecodes) {
