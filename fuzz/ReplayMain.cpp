@@ -56,7 +56,14 @@ int replay(int argc, char** argv) {
     for (int i = 3; i < argc; ++i) {
         const std::string arg = argv[i];
         if (arg == "--seeds" && i + 1 < argc) {
-            for (const fuzz::Seed& seed : target->seeds(argv[++i])) {
+            const std::vector<fuzz::Seed> seeds = target->seeds(argv[++i]);
+            // No seeds means the fixtures moved or stopped loading: say so rather than pass.
+            if (seeds.empty()) {
+                std::fprintf(stderr, "orvella-fuzz: no seeds for %s from %s\n",
+                             target->name.c_str(), argv[i]);
+                return 1;
+            }
+            for (const fuzz::Seed& seed : seeds) {
                 runOne(*target, "seed " + seed.name, seed.bytes);
                 ++count;
             }

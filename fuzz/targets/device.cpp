@@ -1,6 +1,8 @@
 // A whole hostile camera (fuzz/DeviceLayout.h): its descriptors, strings, every control's answers
 // and its faults, taken through what the application does with a new camera.
 
+#include <cstdlib>
+
 #include "fuzz/DeviceLayout.h"
 #include "fuzz/FuzzTarget.h"
 #include "fuzz/NewCamera.h"
@@ -9,7 +11,12 @@
 using namespace orvella;
 
 ORVELLA_FUZZ_TARGET(device) {
-    fuzz::runDevice(data, size);
+    const auto run = fuzz::runDevice(data, size);
+    // A camera that vanished must be reported gone, whatever it answered before.
+    if (run && run->camera() && !run->device().present()) {
+        long value = 0;
+        if (run->camera()->queryBrightness(&value) != kIOReturnNoDevice) std::abort();
+    }
     return 0;
 }
 
