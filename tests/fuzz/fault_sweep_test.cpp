@@ -1,7 +1,8 @@
 // Fault sweeps: a camera that vanishes at each control request in turn, and one that stops
 // answering at each request in turn, while it is opened and probed and while every control is
-// read and written. Every step must end with the camera reported gone (or the request failed),
-// without a sanitizer report or a leak, and without the core hammering a dead device.
+// read and written (each to its current value, then all to their defaults). Every step must end
+// with the camera reported gone (or the request failed), without a sanitizer report or a leak, and
+// without the core hammering a dead device.
 
 #include <gtest/gtest.h>
 
@@ -42,6 +43,7 @@ struct Sweep {
         run->bringUp();
         run->readEveryControl();
         run->writeEveryControl();
+        run->writeDefaults();
         return run;
     }
 
