@@ -68,6 +68,25 @@ TEST(DeviceLayout, FaultsAndWritesSurviveTheRoundTrip) {
     }
 }
 
+TEST(DeviceLayout, FailingRequestsFailForTheirCountOnly) {
+    std::vector<uint8_t> bytes = encodeDevice(*testing::loadFixture("generic.json"));
+    bytes[10] = 3;  // from the third control request
+    bytes[12] = 2;  // stall
+    bytes[13] = 2;  // twice
+    auto device = decoded(bytes);
+    ASSERT_TRUE(device);
+    NewCamera run(device);
+    run.bringUp();
+    std::vector<IOReturn> statuses;
+    for (const auto& r : device->requests())
+        if (r.kind == virtualcam::RecordedRequest::Kind::Control) statuses.push_back(r.status);
+    ASSERT_GT(statuses.size(), 5u);
+    EXPECT_EQ(statuses[1], kIOReturnSuccess);
+    EXPECT_EQ(statuses[2], kIOUSBPipeStalled);
+    EXPECT_EQ(statuses[3], kIOUSBPipeStalled);
+    EXPECT_EQ(statuses[4], kIOReturnSuccess);
+}
+
 TEST(DeviceLayout, HostileProductStringStaysOneString) {
     std::vector<uint8_t> bytes(14, 0);
     bytes.insert(bytes.end(), {7, 6, '"', '\\', 0, 0x0A, 0xE9, '}'});
