@@ -53,9 +53,9 @@ for t in "${targets[@]}"; do
     faults=$(( after - before ))
     runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log" | tail -1)
     cov=$(grep -o 'cov: [0-9]* ft: [0-9]*' "$log" | tail -1)
-    corpus_size=$(ls "$corpus" | wc -l)
+    corpus_size=$(grep -o 'corp: [0-9]*' "$log" | tail -1 | cut -d' ' -f2)
     printf '%-20s %10s runs  %-22s corpus %5s  %4ss  %s fault(s)\n' \
-        "$t" "${runs:-?}" "${cov:-cov: ?}" "$corpus_size" "$elapsed" "$faults"
+        "$t" "${runs:-?}" "${cov:-cov: ?}" "${corpus_size:-?}" "$elapsed" "$faults"
     if [ "$faults" -ne 0 ] || ! grep -q '^Done [0-9]* runs' "$log"; then
         status=1
         grep -m1 -E 'ERROR: |runtime error|==[0-9]+==' "$log" | sed 's/^/    /' || true
