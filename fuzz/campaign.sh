@@ -5,8 +5,8 @@
 set -uo pipefail
 cd "$(dirname "$0")/.."
 plan=("$@")
-[ ${#plan[@]} -eq 0 ] && plan=(device=2100000 descriptors=2000000 sysfs_descriptors=2500000
-                               camera_definition=2500000 usbip=1200000)
+[ ${#plan[@]} -eq 0 ] && plan=(sysfs_descriptors=6700000 camera_definition=1000000 descriptors=800000
+                               usbip=400000 device=2050000)
 FUZZ_RUNS=1 fuzz/run-fuzz.sh 1 >/dev/null 2>&1 || true  # builds every target
 for entry in "${plan[@]}"; do
     FUZZ_NO_BUILD=1 FUZZ_RUNS="${entry#*=}" fuzz/run-fuzz.sh 7200 "${entry%%=*}"
