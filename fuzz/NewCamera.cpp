@@ -1,8 +1,6 @@
 #include "fuzz/NewCamera.h"
 
-#include <QJsonDocument>
 
-#include "tools/CameraReport.h"
 #include "tools/CtlControls.h"
 
 namespace orvella::fuzz {
@@ -55,13 +53,6 @@ std::vector<IOReturn> NewCamera::writeEveryControl() {
 
 void NewCamera::writeDefaults() {
     if (camera_) camera_->setDefaults();
-}
-
-void NewCamera::describe() {
-    if (!camera_) return;
-    const QJsonObject report = tools::jsonReport(*camera_);
-    (void)QJsonDocument(report).toJson(QJsonDocument::Compact);
-    (void)tools::textReport(*camera_);
 }
 
 std::unique_ptr<NewCamera> runDevice(const uint8_t* data, size_t size) {

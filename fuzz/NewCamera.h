@@ -2,8 +2,6 @@
 // What the application does with a camera that has just appeared, as one sequence the fuzz
 // targets and the fault sweeps share: build the camera object from its capture device (identity,
 // interface lookup, probing, control status, formats, naming), read every control, write some.
-// (Describing it as `orvellactl show --json` does is kept out of the whole-device target: it only
-// formats the record, and costs more than everything else together.)
 
 #include <memory>
 #include <vector>
@@ -37,8 +35,6 @@ class NewCamera {
     std::vector<IOReturn> writeEveryControl();
     // Writes the defaults back, as "Reset to defaults" does.
     void writeDefaults();
-    // The identity, record and formats as orvellactl's JSON report.
-    void describe();
 
   private:
     std::shared_ptr<virtualcam::VirtualCamera> device_;
