@@ -1,6 +1,5 @@
 #include "fuzz/NewCamera.h"
 
-
 #include "tools/CtlControls.h"
 
 namespace orvella::fuzz {
