@@ -441,6 +441,21 @@ void VirtualCamera::Private::parseFaults(VirtualCamera& c, const QJsonObject& o)
     if (faults.contains("vanishOnRequest"))
         c.vanishCountdown_ = static_cast<int>(
             toRanged(faults.value("vanishOnRequest"), "faults.vanishOnRequest", 1, 1 << 30));
+    if (faults.contains("failOnRequest")) {
+        const QJsonObject f = faults.value("failOnRequest").toObject();
+        c.failCountdown_ = static_cast<int>(
+            toRanged(f.value("request"), "faults.failOnRequest.request", 1, 1 << 30));
+        c.failStatusLater_ =
+            f.contains("status")
+                ? static_cast<IOReturn>(
+                      toRanged(f.value("status"), "faults.failOnRequest.status", 0, 0xFFFFFFFFll))
+                : kIOReturnNotResponding;
+        const int count = f.contains("count")
+                              ? static_cast<int>(toRanged(f.value("count"),
+                                                          "faults.failOnRequest.count", 0, 1 << 30))
+                              : 0;
+        c.failCountLater_ = count > 0 ? count : std::numeric_limits<int>::max();
+    }
     if (faults.contains("plugIn"))
         c.plugInStatus_ = static_cast<IOReturn>(
             toRanged(faults.value("plugIn"), "faults.plugIn", 0, 0xFFFFFFFFll));
@@ -562,6 +577,10 @@ IOReturn VirtualCamera::controlRequest(uint8_t interfaceNumber, platform::Contro
     IOReturn status;
     std::vector<uint8_t> answered;
     if (present_ && vanishCountdown_ > 0 && --vanishCountdown_ == 0) present_ = false;
+    if (present_ && failCountdown_ > 0 && --failCountdown_ == 0) {
+        failStatus_ = failStatusLater_;
+        failCount_ = failCountLater_;
+    }
     if (!present_) {
         status = kIOReturnNoDevice;
     } else if (failCount_ > 0) {
@@ -822,6 +841,13 @@ void VirtualCamera::failNext(IOReturn status, int count) {
 void VirtualCamera::vanishOnRequest(int n) {
     std::lock_guard<std::mutex> lock(mutex_);
     vanishCountdown_ = std::max(n, 0);
+}
+
+void VirtualCamera::failOnRequest(int n, IOReturn status, int count) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    failCountdown_ = std::max(n, 0);
+    failStatusLater_ = status;
+    failCountLater_ = count > 0 ? count : std::numeric_limits<int>::max();
 }
 
 void VirtualCamera::vanish() {

@@ -121,6 +121,10 @@ class VirtualCamera {
     // The n-th control request from now (1 = the next one) finds the device gone mid-request:
     // it and everything after it answer kIOReturnNoDevice.
     void vanishOnRequest(int n);
+    // The n-th control request from now (1 = the next one) and the `count` - 1 after it fail with
+    // `status` without reaching the device; count 0 = every request from then on (a camera that
+    // stops answering for good, with kIOReturnNotResponding).
+    void failOnRequest(int n, IOReturn status, int count = 0);
     void vanish();
     bool present() const;
     void setSuspended(bool suspended);
@@ -177,6 +181,9 @@ class VirtualCamera {
     IOReturn failStatus_ = kIOReturnSuccess;
     int failCount_ = 0;
     int vanishCountdown_ = 0;
+    int failCountdown_ = 0;  // failOnRequest: requests until failStatusLater_ takes effect
+    IOReturn failStatusLater_ = kIOReturnSuccess;
+    int failCountLater_ = 0;
     bool present_ = true;
     bool suspended_ = false;
     int openCount_ = 0;

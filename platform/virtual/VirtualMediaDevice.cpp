@@ -350,7 +350,10 @@ const VirtualMediaDeviceSystem::Property* VirtualMediaDeviceSystem::findProperty
 std::vector<MediaObjectID> VirtualMediaDeviceSystem::ownedObjects(
     MediaObjectID owner, const std::vector<uint32_t>& classes) const {
     std::vector<MediaObjectID> owned;
-    for (const auto& [id, object] : objects_) {
+    for (const auto& entry : objects_) {
+        // A plain reference rather than a structured binding: clang before 16 cannot capture
+        // bindings in the lambda below, and the fuzzing build uses clang.
+        const auto& object = entry.second;
         if (object.owner != owner || !object.present) continue;
         // Every control object derives from the control base class.
         const bool matches =
@@ -358,7 +361,7 @@ std::vector<MediaObjectID> VirtualMediaDeviceSystem::ownedObjects(
                 return wanted == object.classCode ||
                        (wanted == cmio::kClassControl && object.classCode != cmio::kClassDevice);
             });
-        if (matches) owned.push_back(id);
+        if (matches) owned.push_back(entry.first);
     }
     return owned;
 }
