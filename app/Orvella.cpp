@@ -20,6 +20,7 @@
 #include "ui/ControlPanel.h"
 #include "ui/Images.h"
 #include "ui/Localization.h"
+#include "ui/PopViewController.h"
 #include "ui/ProfileItemRoles.h"
 #include "ui/StatusBar.h"
 #include "ui/StatusMenu.h"
@@ -224,7 +225,11 @@ void Orvella::wireMenu() {
     connect(menu_.get(), &ui::StatusMenu::bwMenuIconClicked, this, &Orvella::setMenuIcon);
     connect(menu_.get(), &ui::StatusMenu::quitClicked, qApp, &QCoreApplication::quit);
     connect(menu_.get(), &ui::StatusMenu::aboutClicked, this, [this] {
-        QApplication::aboutQt();  // the platform's about box names the toolkit; ours is the panel
+        QMessageBox::about(
+            panel_->window(), ui::nameFormat("About"),
+            QStringLiteral("<b>%1</b> %2<br>%3")
+                .arg(ui::applicationName(), QCoreApplication::applicationVersion(),
+                     ui::PopViewController::infoValueForKey(QStringLiteral("Comment"))));
     });
     connect(statusBar_.get(), &ui::StatusBar::disablePopupClicked, this,
             [this](bool disabled) { preferences_.setDisablePopup(disabled); });
