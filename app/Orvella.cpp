@@ -306,6 +306,8 @@ void Orvella::applicationDidFinishLaunching() {
     }
     showHidePanelAndUpdateMenu();
     timer_.installTimerAfterLaunch();
+    // One line that scripts and benchmarks can wait for.
+    NSLog("Ready: %d camera(s), control panel %s", cameras_.size(), _panelOn ? "shown" : "hidden");
 }
 
 void Orvella::applicationWillBecomeActive() {

@@ -57,6 +57,17 @@ int setCurCount(const virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t s
     return count;
 }
 
+// The values written to a control of two bytes, in order.
+std::vector<int> writtenValues(const virtualcam::VirtualCamera& camera, uint8_t unit,
+                               uint8_t selector) {
+    std::vector<int> values;
+    for (const auto& request : camera.requests())
+        if (request.bRequest == kSetCur && request.unit() == unit &&
+            request.selector() == selector && request.data.size() == 2)
+            values.push_back(static_cast<int16_t>(request.data[0] | (request.data[1] << 8)));
+    return values;
+}
+
 int allSetCurCount(const virtualcam::VirtualCamera& camera) {
     int count = 0;
     for (const auto& request : camera.requests())
@@ -309,6 +320,7 @@ TEST_F(Controller, StartUpAppliesTheLastStateAndTheStartProfileOncePerCamera) {
     // Next start: the last state at plug-in, then the start profile when the panel shows it.
     auto camera = plug(fixture("generic.json"));
     start();
+    EXPECT_EQ(writtenValues(*camera, kPU, kBrightnessSelector), (std::vector<int>{2, 1}));
     EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
     EXPECT_EQ(popUpIndex(), 2);
     EXPECT_EQ(menuCheckedRow(), 2);
