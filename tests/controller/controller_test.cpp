@@ -4,7 +4,9 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -473,6 +475,66 @@ TEST_F(Controller, OrvellactlAndTheApplicationShareProfilesAndTheStoreSurvivesAR
     stop();
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), before);
+}
+
+}  // namespace
+}  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+TEST_F(Controller, BadSurroundingsLoseNothing) {
+    // A preferences file that is no property list: set aside, the application starts afresh.
+    QDir().mkpath(QFileInfo(storePath()).path());
+    {
+        QFile garbage(storePath());
+        ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
+        garbage.write("<plist><dict><key>Settings</key><array>");
+    }
+    auto camera = plug(fixture("generic.json"));
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> second;
+    plug(genericAt("0x14200000", "0x0777"), &second);
+    start();
+    EXPECT_FALSE(orvella->defaults().setAsidePath().isEmpty());
+    ASSERT_TRUE(orvella->qtCamera());
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
+
+    // The current camera goes away while the name dialog is open: the dialog goes with it and
+    // the other camera becomes current.
+    orvella->clickSaveNewProfile();
+    ASSERT_TRUE(orvella->sheet());
+    platform.removeCamera(platform.capture().devices().front());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(orvella->sheet(), nullptr);
+    ASSERT_TRUE(orvella->qtCamera());
+    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    expectListsInStep();
+    platform.removeCamera(second);
+    EXPECT_EQ(orvella->qtCamera(), nullptr);
+    orvella->clickSaveNewProfile();  // nothing to save without a camera
+    EXPECT_EQ(orvella->sheet(), nullptr);
+}
+
+TEST_F(Controller, WithoutATrayHostThePanelStaysOpenAsAWindow) {
+    {
+        settings::DefaultsStore store(storePath());
+        store.setBool(false, QStringLiteral("Show/Hide Control Panel"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    defaults = std::make_unique<settings::DefaultsStore>(storePath());
+    OrvellaOptions options;
+    options.trayAvailable = [] { return false; };
+    orvella = std::make_unique<Orvella>(*defaults, cameras, nullptr, options);
+    orvella->applicationDidFinishLaunching();
+    EXPECT_TRUE(orvella->panelOn());
+    EXPECT_TRUE(orvella->panel().window()->isVisible());
+    // Closing hides it; a second start (the bus) shows it again.
+    orvella->panel().window()->close();
+    EXPECT_FALSE(orvella->panel().window()->isVisible());
+    EXPECT_FALSE(orvella->isPanelVisible());
+    orvella->setPanelVisible(true);
+    EXPECT_TRUE(orvella->isPanelVisible());
 }
 
 }  // namespace
