@@ -539,3 +539,31 @@ TEST_F(Controller, WithoutATrayHostThePanelStaysOpenAsAWindow) {
 
 }  // namespace
 }  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+TEST_F(Controller, ALifeCamStudioGetsItsStoredZoomStepByStepASecondAfterPlugIn) {
+    QByteArray lifeCam = fixture("motor-ptz.json");
+    lifeCam.replace("\"0x046d\"", "\"0x045e\"");
+    lifeCam.replace("\"0x0837\"", "\"0x0772\"");
+    auto first = plug(lifeCam);
+    start();
+    orvella->panel().row(SettingsID::kZoomAbsolute)->plusAction();
+    orvella->panel().row(SettingsID::kZoomAbsolute)->plusAction();  // last state: zoom 102
+
+    QByteArray another = lifeCam;
+    another.replace("\"0x14400000\"", "\"0x14500000\"");
+    auto second = plug(another);
+    constexpr uint8_t kCameraTerminal = 1, kZoomSelector = 0x0b;
+    EXPECT_EQ(writtenValues(*second, kCameraTerminal, kZoomSelector), std::vector<int>{102});
+    EXPECT_TRUE(orvella->panel().hasPendingZoom());
+    QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
+    const std::vector<int> steps = writtenValues(*second, kCameraTerminal, kZoomSelector);
+    ASSERT_GT(steps.size(), 3u);
+    EXPECT_EQ(steps.back(), 102);
+    EXPECT_EQ(second->currentValue(kCameraTerminal, kZoomSelector), 102);
+}
+
+}  // namespace
+}  // namespace orvella::app
