@@ -567,3 +567,26 @@ TEST_F(Controller, ALifeCamStudioGetsItsStoredZoomStepByStepASecondAfterPlugIn) 
 
 }  // namespace
 }  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
+    {
+        settings::DefaultsStore store(storePath());
+        store.setInteger(2, QStringLiteral("UpdateSlider"));  // every second
+        ASSERT_TRUE(store.synchronize());
+    }
+    auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time is automatic
+    start();
+    EXPECT_EQ(ui().mPopUpdateSlider->currentData().toInt(), 2);
+    constexpr uint8_t kCameraTerminal = 1, kExposureTimeSelector = 0x04;
+    ASSERT_TRUE(camera->setCurrentValue(kCameraTerminal, kExposureTimeSelector, 700));
+    QTRY_COMPARE_WITH_TIMEOUT(orvella->panel().row(SettingsID::kExposureTimeAbsolute)->cur(),
+                              int64_t{700}, 5000);
+    // Refreshing reads; it writes nothing.
+    EXPECT_EQ(allSetCurCount(*camera), 0);
+}
+
+}  // namespace
+}  // namespace orvella::app
