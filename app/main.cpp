@@ -1,6 +1,6 @@
 // orvella: the desktop application. Parses the command line, keeps one running instance per user,
-// assembles the platform (the machine's cameras or virtual ones), lists the cameras and shows the
-// tray icon with its menu.
+// assembles the platform (the machine's cameras or virtual ones) and runs the controller, which
+// owns the panel, the tray icon and everything behind them.
 
 #include <QApplication>
 #include <QDBusConnection>
@@ -10,49 +10,51 @@
 #include "app/CameraDiscovery.h"
 #include "app/CameraList.h"
 #include "app/CommandLine.h"
+#include "app/Orvella.h"
 #include "app/OrvellaBus.h"
 #include "app/QuitOnSignal.h"
 #include "platform/Log.h"
-#include "ui/StatusBar.h"
-#include "ui/StatusMenu.h"
+#include "platform/linux/XdgAutostart.h"
+#include "platform/virtual/VirtualCamera.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "settings/DefaultsStore.h"
+#include "ui/Localization.h"
 
 namespace {
 
 using namespace orvella;
 
-// Stands in for the controller until it exists: cameras are listed and their list answers the
-// bus; there is no panel and no profile store yet.
-class Application final : public app::CameraDiscoveryDelegate, public app::ScriptingTarget {
+// The demo camera for a newcomer without a camera: on the virtual platform it is plugged in
+// there; on the machine's own cameras it gets a small virtual platform of its own, whose camera
+// joins the same list.
+class DemoCameraSource {
   public:
-    explicit Application(app::CameraList& cameras) : cameras_(cameras) {}
-
-    void loadAppDefault(QTCamera& camera) override {
-        NSLog("Camera found: %s", qUtf8Printable(camera.displayName()));
+    DemoCameraSource(app::AppPlatform& platform, app::CameraList& cameras,
+                     app::CameraDiscoveryDelegate& delegate)
+        : platform_(platform), cameras_(cameras), delegate_(delegate) {}
+    void add() {
+        QString why;
+        if (virtualcam::VirtualPlatform* own = platform_.virtualPlatform()) {
+            if (!own->addCamera(virtualcam::VirtualCamera::demo(), &why))
+                NSLog("The demo camera cannot be built: %s", qUtf8Printable(why));
+            return;
+        }
+        if (!demo_) {
+            demo_ = std::make_unique<virtualcam::VirtualPlatform>();
+            discovery_ = std::make_unique<app::CameraDiscovery>(demo_->platform(), demo_->capture(),
+                                                                cameras_, delegate_);
+            discovery_->registerDeviceCallbackHandler();
+        }
+        if (!demo_->addCamera(virtualcam::VirtualCamera::demo(), &why))
+            NSLog("The demo camera cannot be built: %s", qUtf8Printable(why));
     }
-    void switchCamera(QTCamera* camera) override {
-        NSLog("Current camera: %s", camera ? qUtf8Printable(camera->displayName()) : "none");
-    }
-    void observeFormatChanges(bool) override {}
-
-    std::vector<Camera> cameras() const override {
-        std::vector<Camera> list;
-        for (int row = 0; row < cameras_.size(); ++row)
-            list.push_back({cameras_.at(row)->uniqueID(), cameras_.at(row)->displayName(),
-                            row == cameras_.currentRow()});
-        return list;
-    }
-    QString applyProfile(const QString&, const QString&) override {
-        return QStringLiteral("profiles are not available yet");
-    }
-    void setPanelVisible(bool visible) override {
-        panelVisible_ = visible;
-        NSLog("The control panel is not available yet");
-    }
-    bool isPanelVisible() const override { return panelVisible_; }
 
   private:
+    app::AppPlatform& platform_;
     app::CameraList& cameras_;
-    bool panelVisible_ = false;
+    app::CameraDiscoveryDelegate& delegate_;
+    std::unique_ptr<virtualcam::VirtualPlatform> demo_;
+    std::unique_ptr<app::CameraDiscovery> discovery_;
 };
 
 }  // namespace
@@ -86,8 +88,11 @@ int main(int argc, char** argv) {
     QObject::connect(&quitOnSignal, &app::QuitOnSignal::quitRequested, &application,
                      &QCoreApplication::quit);
 
+    ui::installTranslation();  // first: the panel's rows take their titles when built
+    settings::DefaultsStore defaults;
+    linuxplatform::XdgAutostart loginItem;
     app::CameraList cameras;
-    Application controller(cameras);
+    app::Orvella controller(defaults, cameras, &loginItem);
     app::OrvellaBus bus(controller);
     switch (bus.claim(QDBusConnection::sessionBus())) {
         case app::OrvellaBus::Claim::Taken: {
@@ -113,27 +118,25 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "orvella: %s\n", qUtf8Printable(error));
         return app::CommandLine::kExitUsage;
     }
-    app::CameraDiscovery discovery(platform->services(), platform->captureDevices(), cameras,
-                                   controller);
-    discovery.registerDeviceCallbackHandler();
-    platform->start();
+    int status = 0;
+    {
+        app::CameraDiscovery discovery(platform->services(), platform->captureDevices(), cameras,
+                                       controller);
+        DemoCameraSource demo(*platform, cameras, controller);
+        controller.setDiscovery(&discovery);
+        controller.setPowerEvents(&platform->power());
+        controller.setDemoCamera([&demo] { demo.add(); });
+        controller.applicationDidFinishLaunching();
+        platform->start();
 
-    // The tray: the cameras are listed and can be chosen; the rest comes with the controller.
-    ui::StatusMenu menu;
-    menu.setCameraModel(&cameras);
-    QObject::connect(&menu, &ui::StatusMenu::cameraSelected,
-                     [&discovery](int row) { discovery.selectCamera(row); });
-    QObject::connect(&menu, &ui::StatusMenu::quitClicked, &application, &QCoreApplication::quit);
-    ui::StatusBar statusBar(&menu);
-    statusBar.installStatusBar();
-    QObject::connect(&menu, &ui::StatusMenu::showHideClicked,
-                     [&controller] { controller.setPanelVisible(!controller.isPanelVisible()); });
-
-    const int status = application.exec();
-    // The cameras go before the platform they talk to.
-    statusBar.removeStatusBar();
-    menu.setCameraModel(nullptr);
-    while (cameras.size() > 0)
-        cameras.take(cameras.size() - 1);
+        status = application.exec();
+        controller.applicationWillTerminate();
+        controller.setDiscovery(nullptr);
+        controller.setDemoCamera({});
+        // The cameras go before the platform they talk to, and before the panel forgets them.
+        controller.switchCamera(nullptr);
+        while (cameras.size() > 0)
+            cameras.take(cameras.size() - 1);
+    }
     return status;
 }

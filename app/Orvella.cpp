@@ -1,0 +1,711 @@
+#include "app/Orvella.h"
+
+#include <QApplication>
+#include <QBoxLayout>
+#include <QCheckBox>
+#include <QCloseEvent>
+#include <QComboBox>
+#include <QIdentityProxyModel>
+#include <QInputDialog>
+#include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+#include "app/PeriodicReapply.h"
+#include "camera/QTCamera.h"
+#include "platform/Log.h"
+#include "settings/SettingsRecord.h"
+#include "ui/ControlPanel.h"
+#include "ui/Images.h"
+#include "ui/Localization.h"
+#include "ui/ProfileItemRoles.h"
+#include "ui/StatusBar.h"
+#include "ui/StatusMenu.h"
+#include "ui_ControlPanel.h"
+
+namespace orvella::app {
+
+namespace {
+
+using settings::ProfileListModel;
+
+// The profile list as the panel's pop-up reads it: the star as the item's image, the
+// load-at-start tag under the panel's tag role, and a mark of "changed by hand" passed on to the
+// list, so that the pop-up and the tray menu (which reads the list itself) show one state.
+class ProfilePopUpModel final : public QIdentityProxyModel {
+  public:
+    explicit ProfilePopUpModel(ProfileListModel& list, QObject* parent)
+        : QIdentityProxyModel(parent), list_(list) {
+        setSourceModel(&list);
+    }
+    QVariant data(const QModelIndex& index, int role) const override {
+        if (role == Qt::DecorationRole) {
+            if (index.row() == ProfileListModel::kSeparatorRow) return {};
+            return ui::imageNamed(
+                QIdentityProxyModel::data(index, ProfileListModel::StarImageRole).toString());
+        }
+        if (role == ui::kProfileTagRole)
+            return QIdentityProxyModel::data(index, ProfileListModel::TagRole);
+        return QIdentityProxyModel::data(index, role);
+    }
+    bool setData(const QModelIndex& index, const QVariant& value, int role) override {
+        if (role == ui::kProfileStateRole && value.toInt() == Qt::PartiallyChecked &&
+            index.row() == list_.currentRow()) {
+            list_.markModified();
+            return true;
+        }
+        return false;
+    }
+
+  private:
+    ProfileListModel& list_;
+};
+
+// A text of the string table, or the English one while the tables do not have the key yet.
+QString textOr(const char* key, const char* english) {
+    const QString text = ui::localized(key);
+    return text == QLatin1String(key) ? QString::fromUtf8(english) : text;
+}
+
+QMessageBox* alertOn(QWidget* window, QMessageBox::Icon icon, const char* message,
+                     const QString& informative) {
+    auto* box = new QMessageBox(window);
+    box->setObjectName(QLatin1String(message));
+    box->setIcon(icon);
+    box->setText(ui::localized(message));
+    box->setInformativeText(informative);
+    box->setWindowModality(Qt::WindowModal);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    return box;
+}
+
+}  // namespace
+
+Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
+                 platform::LoginItem* loginItem, Options options)
+    : defaults_(defaults),
+      cameras_(cameras),
+      profiles_(defaults),
+      preferences_(defaults, loginItem),
+      profileList_(profiles_),
+      options_(std::move(options)),
+      timer_(options_.timing) {
+    // The sixteen rows are built with the panel.
+    panel_ = std::make_unique<ui::ControlPanel>();
+    menu_ = std::make_unique<ui::StatusMenu>();
+    statusBar_ = std::make_unique<ui::StatusBar>(menu_.get(), options_.trayAvailable);
+    panel_->window()->installEventFilter(this);
+    wirePanel();
+    wireMenu();
+    buildNoCameraBanner();
+
+    connect(&timer_, &UpdateTimer::refreshSliders, this, &Orvella::refreshAutoSliders);
+    connect(&timer_, &UpdateTimer::reconfigureWebcams, this, &Orvella::reconfigureWebcams);
+    // A camera object going away takes its pending stepped zoom with it.
+    connect(&cameras_, &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            [this](const QModelIndex&, int first, int last) {
+                for (int row = first; row <= last; ++row)
+                    if (QTCamera* camera = cameras_.at(row)) panel_->forgetCamera(camera);
+            });
+    connect(&cameras_, &QAbstractItemModel::rowsInserted, this, &Orvella::followCameraRow);
+    connect(&cameras_, &QAbstractItemModel::rowsRemoved, this, &Orvella::followCameraRow);
+    connect(&cameras_, &QAbstractItemModel::dataChanged, this, &Orvella::followCameraRow);
+}
+
+Orvella::~Orvella() {
+    if (power_) power_->setObserver(nullptr);
+    endSheet();
+    if (panel_) panel_->window()->removeEventFilter(this);
+}
+
+void Orvella::setPowerEvents(platform::PowerEventSource* power) {
+    if (power_) power_->setObserver(nullptr);
+    power_ = power;
+    if (power_ && launched_) power_->setObserver(this);
+}
+
+void Orvella::setDemoCamera(std::function<void()> addDemoCamera) {
+    addDemoCamera_ = std::move(addDemoCamera);
+    if (auto* button = noCamera_ ? noCamera_->findChild<QPushButton*>() : nullptr)
+        button->setVisible(bool(addDemoCamera_));
+}
+
+// ---- Wiring ----
+
+void Orvella::wirePanel() {
+    Ui::ControlPanel& ui = panel_->outlets();
+    panelDelegate_.updateSettings = [this](int32_t id) { updateSettings(id); };
+    panelDelegate_.displayValues = [this]() -> std::optional<QMap<QString, bool>> {
+        const QVariant stored = defaults_.objectForKey(QStringLiteral("Display Value"));
+        if (stored.typeId() != QMetaType::QVariantMap) return std::nullopt;
+        QMap<QString, bool> values;
+        const QVariantMap map = stored.toMap();
+        for (auto it = map.begin(); it != map.end(); ++it)
+            values.insert(it.key(), it->toBool());
+        return values;
+    };
+    panelDelegate_.storeDisplayValue = [this](int32_t id, bool on) {
+        preferences_.setDisplayValue(id, on);
+    };
+    panelDelegate_.buildProfileLists = [this] { buildProfileLists(); };
+    panel_->setDelegate(&panelDelegate_);
+
+    ui.mPopProfile->setModel(new ProfilePopUpModel(profileList_, ui.mPopProfile));
+    ui.mPopCamera->setModel(cameras_.popUpModel());
+    connect(&profileList_, &ProfileListModel::currentRowChanged, this, &Orvella::followProfileRow);
+    connect(&profileList_, &QAbstractItemModel::modelReset, this, &Orvella::followProfileRow);
+    connect(&profileList_, &QAbstractItemModel::rowsInserted, this, &Orvella::followProfileRow);
+    connect(&profileList_, &QAbstractItemModel::rowsRemoved, this, &Orvella::followProfileRow);
+    connect(&profileList_, &QAbstractItemModel::dataChanged, panel_.get(),
+            &ui::ControlPanel::enableDisableProfileButton);
+
+    connect(panel_.get(), &ui::ControlPanel::selectCamera, this, [this](int popUpRow) {
+        if (discovery_) discovery_->selectCamera(cameras_.rowForPopUpRow(popUpRow));
+        followCameraRow();
+    });
+    connect(panel_.get(), &ui::ControlPanel::selectProfile, this, &Orvella::selectProfile);
+    connect(panel_.get(), &ui::ControlPanel::clickSaveNewProfile, this,
+            &Orvella::clickSaveNewProfile);
+    connect(panel_.get(), &ui::ControlPanel::clickUpdateProfile, this,
+            &Orvella::clickUpdateProfile);
+    connect(panel_.get(), &ui::ControlPanel::clickDeleteProfile, this,
+            &Orvella::clickDeleteProfile);
+    connect(panel_.get(), &ui::ControlPanel::clickLoadAtStart, this, &Orvella::clickLoadAtStart);
+    connect(panel_.get(), &ui::ControlPanel::clickResetToDefault, this,
+            &Orvella::clickResetToDefault);
+    connect(panel_.get(), &ui::ControlPanel::clickLaunchAtLogin, this,
+            &Orvella::clickLaunchAtLogin);
+    connect(panel_.get(), &ui::ControlPanel::selectBWMenuIcon, this, &Orvella::selectBWMenuIcon);
+    connect(panel_.get(), &ui::ControlPanel::clickHideMenuBarIcon, this,
+            &Orvella::clickHideMenuBarIcon);
+    connect(panel_.get(), &ui::ControlPanel::selectUpdateSlider, this,
+            &Orvella::selectUpdateSlider);
+    connect(panel_.get(), &ui::ControlPanel::selectReconfigureWebcam, this,
+            &Orvella::selectReconfigureWebcam);
+    connect(panel_.get(), &ui::ControlPanel::clickReadIntervalInfo, this,
+            &Orvella::clickReadIntervalInfo);
+    connect(panel_.get(), &ui::ControlPanel::clickWriteIntervalInfo, this,
+            &Orvella::clickWriteIntervalInfo);
+}
+
+void Orvella::wireMenu() {
+    menu_->setCameraModel(&cameras_);
+    menu_->setProfileModel(&profileList_, settings::kFirstProfileIndex,
+                           ProfileListModel::MenuStarImageRole);
+    connect(menu_.get(), &ui::StatusMenu::cameraSelected, this, [this](int row) {
+        if (discovery_) discovery_->selectCamera(row);
+        followCameraRow();
+    });
+    connect(menu_.get(), &ui::StatusMenu::profileSelected, this, [this](int row) {
+        // The menu's camera-default item always resets the camera to its own defaults.
+        if (row == ProfileListModel::kCameraDefaultRow)
+            clickResetToDefault();
+        else
+            selectProfile(row);
+    });
+    connect(menu_.get(), &ui::StatusMenu::showHideClicked, this, [this] {
+        _panelOn = !_panelOn;
+        showHidePanelAndUpdateMenu();
+    });
+    connect(menu_.get(), &ui::StatusMenu::bwMenuIconClicked, this, &Orvella::setMenuIcon);
+    connect(menu_.get(), &ui::StatusMenu::quitClicked, qApp, &QCoreApplication::quit);
+    connect(menu_.get(), &ui::StatusMenu::aboutClicked, this, [this] {
+        QApplication::aboutQt();  // the platform's about box names the toolkit; ours is the panel
+    });
+    connect(statusBar_.get(), &ui::StatusBar::disablePopupClicked, this,
+            [this](bool disabled) { preferences_.setDisablePopup(disabled); });
+    connect(statusBar_.get(), &ui::StatusBar::trayAvailabilityChanged, this,
+            [this](bool available) {
+                // The icon went away with its host: the panel must be reachable without it.
+                if (!available && statusBar_->isInstalled() && !_panelOn) {
+                    NSLog("The system tray went away; the control panel opens as a window");
+                    _panelOn = true;
+                    showHidePanelAndUpdateMenu();
+                }
+            });
+}
+
+void Orvella::buildNoCameraBanner() {
+    QWidget* window = panel_->window();
+    noCamera_ = new QWidget(window);
+    noCamera_->setObjectName(QStringLiteral("mVwNoCamera"));
+    auto* layout = new QHBoxLayout(noCamera_);
+    auto* label =
+        new QLabel(textOr("NoCameraFound",
+                          "No camera is connected. Plug in a UVC webcam, or try the demo camera."),
+                   noCamera_);
+    label->setWordWrap(true);
+    auto* button = new QPushButton(textOr("AddDemoCamera", "Add the demo camera"), noCamera_);
+    button->setObjectName(QStringLiteral("mBtnAddDemoCamera"));
+    button->setVisible(false);
+    layout->addWidget(label, 1);
+    layout->addWidget(button);
+    connect(button, &QPushButton::clicked, this, [this] {
+        if (addDemoCamera_) addDemoCamera_();
+    });
+    if (auto* box = qobject_cast<QBoxLayout*>(window->layout()))
+        box->insertWidget(0, noCamera_);
+    else if (window->layout())
+        window->layout()->addWidget(noCamera_);
+    noCamera_->setVisible(cameras_.size() == 0);
+}
+
+// ---- Lifecycle ----
+
+void Orvella::applicationDidFinishLaunching() {
+    // The rows exist since construction; now the preferences, tidying the profile store.
+    preferences_.startUp(profiles_);
+    profiles_.watchForOtherProcesses();
+    Ui::ControlPanel& ui = panel_->outlets();
+    ui.mBtnLaunchAtLogin->setChecked(preferences_.launchAtLogin());
+    ui.mBtnHideMenuBarIcon->setChecked(preferences_.hideMenuBarIcon() != 0);
+    ui.mBtnBWMenuIcon->setChecked(preferences_.bwMenuIcon() != 0);
+    ui::ControlPanel::selectIntervalTag(ui.mPopUpdateSlider, preferences_.updateSlider());
+    ui::ControlPanel::selectIntervalTag(ui.mPopReconfigureWebcam, preferences_.reconfigureWebcam());
+    timer_.setUpdateSliderTicks(preferences_.updateSlider());
+    timer_.setReconfigureWebcamTicks(preferences_.reconfigureWebcam());
+    _panelOn = preferences_.panelOn();
+
+    if (discovery_) discovery_->registerDeviceCallbackHandler();
+    launched_ = true;
+    if (power_) power_->setObserver(this);
+
+    profileList_.setCameraDefaultTitle(ui::localized("CameraDefault"));
+    panel_->localize();
+    menu_->localize(ui::applicationName());
+    statusBar_->setMenuIcon(preferences_.bwMenuIcon() != 0);
+
+    if (preferences_.hideMenuBarIcon() != 0) {
+        ui.mBtnBWMenuIcon->setEnabled(false);
+    } else {
+        installStatusBar();
+        ui.mBtnBWMenuIcon->setEnabled(true);
+    }
+    showHidePanelAndUpdateMenu();
+    timer_.installTimerAfterLaunch();
+}
+
+void Orvella::applicationWillBecomeActive() {
+    _panelOn = true;
+    bringPanelToFront();
+    updatePanelMenu();
+}
+
+void Orvella::applicationWillTerminate() {
+    // Nothing to save: every change was written when it was made.
+    timer_.systemWillSleep();  // stops the timer and any start still pending
+    setPowerEvents(nullptr);
+    endSheet();
+    statusBar_->removeStatusBar();
+}
+
+// ---- Tray and panel ----
+
+void Orvella::installStatusBar() {
+    statusBar_->installStatusBar();
+}
+
+void Orvella::removeStatusBar() {
+    statusBar_->removeStatusBar();
+}
+
+void Orvella::setMenuIcon(bool blackAndWhite) {
+    statusBar_->setMenuIcon(blackAndWhite);
+    panel_->outlets().mBtnBWMenuIcon->setChecked(blackAndWhite);
+    menu_->setBWMenuIcon(blackAndWhite);
+    preferences_.setMenuIcon(blackAndWhite);
+}
+
+void Orvella::updatePanelMenu() {
+    menu_->setPanelOn(_panelOn, ui::applicationName());
+    preferences_.setPanelOn(_panelOn);
+    if (!preferences_.disablePopup())
+        QTimer::singleShot(options_.popoverDelayMs, this, &Orvella::showPopover);
+}
+
+void Orvella::bringPanelToFront() {
+    QWidget* window = panel_->window();
+    window->show();
+    window->raise();
+    window->activateWindow();
+}
+
+void Orvella::showHidePanelAndUpdateMenu() {
+    // Without anything to show the tray icon, the panel is the only way in: it stays open.
+    const bool standAlone = !statusBar_->isInstalled() || statusBar_->panelMustStandAlone();
+    if (!_panelOn && standAlone && statusBar_->isInstalled()) {
+        NSLog("No system tray shows the icon; the control panel opens as a window");
+        _panelOn = true;
+    }
+    if (_panelOn) {
+        bringPanelToFront();
+    } else {
+        endSheet();
+        closingForHide_ = true;
+        panel_->window()->hide();
+        closingForHide_ = false;
+    }
+    updatePanelMenu();
+}
+
+void Orvella::showPopover() {
+    if (_panelOn || preferences_.disablePopup()) return;
+    statusBar_->showPopover();
+}
+
+bool Orvella::eventFilter(QObject* watched, QEvent* event) {
+    if (watched == panel_->window() && event->type() == QEvent::Close && !closingForHide_)
+        windowWillClose();  // the panel may always be closed; it is hidden, not destroyed
+    return QObject::eventFilter(watched, event);
+}
+
+void Orvella::windowWillClose() {
+    endSheet();
+    _panelOn = false;
+    updatePanelMenu();
+}
+
+// ---- Dialogs ----
+
+void Orvella::showSheet(QDialog* dialog, std::function<void(int)> done) {
+    endSheet();
+    sheet_ = dialog;
+    menu_->setSheetOpen(true);
+    connect(dialog, &QDialog::finished, this, [this, dialog, done = std::move(done)](int result) {
+        if (sheet_ == dialog) {
+            sheet_ = nullptr;
+            menu_->setSheetOpen(false);
+        }
+        if (done) done(result);
+    });
+    dialog->open();
+}
+
+void Orvella::endSheet() {
+    if (QDialog* open = sheet_) {
+        sheet_ = nullptr;
+        menu_->setSheetOpen(false);
+        open->disconnect(this);
+        open->reject();
+    }
+}
+
+void Orvella::clickSaveNewProfile() {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    Ui::ControlPanel& ui = panel_->outlets();
+    auto* dialog = new QInputDialog(panel_->window());
+    dialog->setObjectName(QStringLiteral("SaveNewProfile"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowModality(Qt::WindowModal);
+    dialog->setWindowTitle(ui::localized("SaveNewProfile"));
+    dialog->setLabelText(
+        ui::localized("SaveNewProfile") + QStringLiteral("\n\n") +
+        ui::localizedFormat("SaveCurrentSettingsInfo", ui.mPopProfile->currentText()));
+    dialog->setOkButtonText(ui::localized("SaveBtn"));
+    dialog->setCancelButtonText(ui::localized("CancelBtn"));
+    dialog->setTextValue(QString());
+    if (auto* field = dialog->findChild<QLineEdit*>()) {
+        field->setFixedSize(300, 22);
+        field->setPlaceholderText(ui::localized("ProfileName"));
+    }
+    showSheet(dialog, [this, dialog](int result) {
+        if (result != QDialog::Accepted) return;
+        QTCamera* current = qtCamera();
+        if (!current) return;
+        const QString typed = dialog->textValue();
+        const auto outcome = profiles_.saveNewProfile(typed, *current, current);
+        switch (outcome.result) {
+            case settings::ProfileStore::SaveResult::Saved:
+                panel_->enableDisableProfileButton();
+                break;
+            case settings::ProfileStore::SaveResult::BlankName:
+            case settings::ProfileStore::SaveResult::NotWritten:
+                break;
+            case settings::ProfileStore::SaveResult::NameTaken: {
+                // After this dialog is gone, the conflict; its OK brings the name dialog back.
+                QTimer::singleShot(0, this, [this, name = outcome.name] {
+                    QMessageBox* box =
+                        alertOn(panel_->window(), QMessageBox::Warning, "ProfileConfilict",
+                                ui::localizedFormat("ProfileConfilictInfo", name));
+                    box->addButton(ui::localized("OKBtn"), QMessageBox::AcceptRole);
+                    showSheet(box, [this](int) {
+                        QTimer::singleShot(0, this, &Orvella::clickSaveNewProfile);
+                    });
+                });
+                break;
+            }
+        }
+    });
+}
+
+void Orvella::clickUpdateProfile() {
+    QTCamera* camera = qtCamera();
+    const int row = profileList_.currentRow();
+    if (!camera || !profileList_.isProfileRow(row)) return;
+    const std::optional<settings::SettingsRecord> shown = profileList_.recordAt(row);
+    profiles_.updateProfile(row, *camera, camera, shown ? &*shown : nullptr);
+    panel_->enableDisableProfileButton();
+}
+
+void Orvella::clickDeleteProfile() {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Critical, "DeleteProfile",
+                               ui::localizedFormat("DeleteSavedSettingsInfo",
+                                                   panel_->outlets().mPopProfile->currentText()));
+    QPushButton* remove = box->addButton(ui::localized("DeleteBtn"), QMessageBox::AcceptRole);
+    box->addButton(ui::localized("CancelBtn"), QMessageBox::RejectRole);
+    box->setDefaultButton(remove);
+    showSheet(box, [this, box, remove](int) {
+        if (box->clickedButton() != remove) return;
+        QTCamera* current = qtCamera();
+        if (!current) return;
+        const int row = profileList_.currentRow();
+        const std::optional<settings::SettingsRecord> shown = profileList_.recordAt(row);
+        profiles_.deleteSettings(current->modelUniqueID(), row, shown ? &*shown : nullptr);
+        panel_->enableDisableProfileButton();
+    });
+}
+
+void Orvella::clickLoadAtStart() {
+    const int row = panel_->outlets().mPopProfile->currentIndex();
+    if (!qtCamera() || row < 0 || row == ProfileListModel::kSeparatorRow) return;
+    profileList_.markLoadAtStart(row);
+    panel_->outlets().mBtnLoadAtStart->setEnabled(false);
+}
+
+void Orvella::clickResetToDefault() {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    profileList_.setCurrentRow(ProfileListModel::kCameraDefaultRow);
+    // Resetting the camera switches launch at login off as well.
+    panel_->outlets().mBtnLaunchAtLogin->setChecked(false);
+    preferences_.switchOffLaunchAtLogin();
+    camera->setDefaults();
+    refreshPanelValues();
+    updateSettings(0);
+}
+
+void Orvella::selectProfile(int row) {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    if (row == ProfileListModel::kCameraDefaultRow) {
+        profileList_.setCurrentRow(row);
+        return;
+    }
+    if (!profileList_.isProfileRow(row)) {
+        followProfileRow();
+        return;
+    }
+    profileList_.setCurrentRow(row);
+    profiles_.applyProfile(profileList_.model(), row, *camera);
+    refreshPanelValues();
+    updateSettings(0);
+}
+
+void Orvella::updateSettings(int32_t settingsID) {
+    profiles_.updateSettings(settingsID, qtCamera());
+}
+
+void Orvella::buildProfileLists() {
+    QTCamera* camera = qtCamera();
+    if (!camera) {
+        profileList_.clear();
+        return;
+    }
+    const bool applied = camera->bLoadAtStart();
+    const int row = profileList_.showModel(camera->modelUniqueID(), applied);
+    camera->setBLoadAtStart(true);
+    // The start profile is applied once per camera object; the camera default applies nothing.
+    if (!applied && profileList_.isProfileRow(row)) {
+        profiles_.applyProfile(camera->modelUniqueID(), row, *camera);
+        profiles_.updateSettings(0, camera);
+        panel_->loadSupportedControlUVCValue();
+    }
+}
+
+void Orvella::refreshPanelValues() {
+    if (!qtCamera()) return;
+    panel_->loadSupportedControlUVCValue();
+    panel_->disableAutoControl();
+}
+
+void Orvella::followProfileRow() {
+    QComboBox* pop = panel_->outlets().mPopProfile;
+    const int row = profileList_.currentRow();
+    if (pop->currentIndex() != row) pop->setCurrentIndex(row);
+    panel_->enableDisableProfileButton();
+}
+
+void Orvella::followCameraRow() {
+    QComboBox* pop = panel_->outlets().mPopCamera;
+    const int popRow = cameras_.popUpRowForRow(cameras_.currentRow());
+    if (pop->currentIndex() != popRow) pop->setCurrentIndex(popRow);
+    pop->setEnabled(cameras_.size() > 0);
+    if (noCamera_) noCamera_->setVisible(cameras_.size() == 0);
+}
+
+// ---- Preferences tab ----
+
+void Orvella::clickLaunchAtLogin(bool on) {
+    preferences_.clickLaunchAtLogin(on);
+}
+
+void Orvella::selectBWMenuIcon(bool on) {
+    setMenuIcon(on);
+}
+
+void Orvella::clickHideMenuBarIcon(bool hidden) {
+    Ui::ControlPanel& ui = panel_->outlets();
+    if (hidden) {
+        removeStatusBar();
+        ui.mBtnBWMenuIcon->setEnabled(false);
+    } else {
+        installStatusBar();
+        ui.mBtnBWMenuIcon->setEnabled(true);
+    }
+    preferences_.clickHideMenuBarIcon(hidden);
+}
+
+void Orvella::selectUpdateSlider(int tag) {
+    preferences_.selectUpdateSlider(tag);
+    timer_.setUpdateSliderTicks(tag);
+}
+
+void Orvella::selectReconfigureWebcam(int tag) {
+    preferences_.selectReconfigureWebcam(tag);
+    timer_.setReconfigureWebcamTicks(tag);
+}
+
+void Orvella::clickReadIntervalInfo() {
+    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Information, "UpdateSlider",
+                               ui::nameFormat("ReadIntervalInfoWS"));
+    box->addButton(ui::localized("OKBtn"), QMessageBox::AcceptRole);
+    showSheet(box, {});
+}
+
+void Orvella::clickWriteIntervalInfo() {
+    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Information, "ReconfigureWebcam",
+                               ui::nameFormat("WriteIntervalInfo"));
+    box->addButton(ui::localized("OKBtn"), QMessageBox::AcceptRole);
+    showSheet(box, {});
+}
+
+// ---- Timer work ----
+
+void Orvella::refreshAutoSliders() {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    const AutoSliders due = autoSlidersToRefresh(*camera->supportedControl());
+    const auto show = [this](int32_t id, auto query) {
+        long value = 0;
+        if (query(&value) == 0)
+            if (ui::UVCValueViewController* row = panel_->row(id)) row->setValue(value);
+    };
+    using settings::SettingsID;
+    if (due.exposureTime)
+        show(SettingsID::kExposureTimeAbsolute,
+             [camera](long* v) { return camera->queryExposureTimeAbsolute(v); });
+    if (due.gain) show(SettingsID::kGain, [camera](long* v) { return camera->queryGain(v); });
+    if (due.whiteBalanceTemperature)
+        show(SettingsID::kWhiteBalanceTemperature,
+             [camera](long* v) { return camera->queryWhiteBalanceTemperature(v); });
+    if (due.focus)
+        show(SettingsID::kFocusAbsolute,
+             [camera](long* v) { return camera->queryFocusAbsolute(v); });
+}
+
+void Orvella::reconfigureWebcams() {
+    for (int row = 0; row < cameras_.size(); ++row)
+        if (QTCamera* camera = cameras_.at(row)) reconfigureWebcam(*camera);
+}
+
+// ---- Camera discovery ----
+
+void Orvella::loadAppDefault(QTCamera& camera) {
+    const auto outcome = profiles_.loadAppDefault(camera, qtCamera());
+    if (outcome.steppedZoomTarget)
+        panel_->scheduleZoomMSLifeCamStudio(*outcome.steppedZoomTarget, &camera);
+    followCameraRow();
+}
+
+void Orvella::switchCamera(QTCamera* camera) {
+    endSheet();
+    panel_->setQTCamera(camera);
+    if (camera) {
+        NSLog("Current camera: %s", qUtf8Printable(camera->displayName()));
+        panel_->loadSupportedControl();
+    } else {
+        panel_->disableAllCameraControl();
+        profileList_.clear();
+    }
+    followCameraRow();
+}
+
+void Orvella::observeFormatChanges(bool) {
+    // Format changes come with the capture path; until then the panel shows the formats it read
+    // when the camera became current.
+}
+
+// ---- Scripting ----
+
+std::vector<ScriptingTarget::Camera> Orvella::cameras() const {
+    std::vector<Camera> list;
+    for (int row = 0; row < cameras_.size(); ++row)
+        list.push_back({cameras_.at(row)->uniqueID(), cameras_.at(row)->displayName(),
+                        row == cameras_.currentRow()});
+    return list;
+}
+
+QString Orvella::applyProfile(const QString& uniqueID, const QString& profile) {
+    QTCamera* camera = nullptr;
+    for (int row = 0; row < cameras_.size() && !camera; ++row)
+        if (cameras_.at(row)->uniqueID() == uniqueID) camera = cameras_.at(row);
+    if (!camera) return QStringLiteral("no camera %1").arg(uniqueID);
+    const int index = profiles_.listIndexOf(camera->modelUniqueID(), profile);
+    if (index < settings::kFirstProfileIndex)
+        return QStringLiteral("no profile named \"%1\" for this camera").arg(profile);
+    if (camera == qtCamera()) {
+        selectProfile(index);  // the lists show it in force
+    } else {
+        profiles_.applyProfile(camera->modelUniqueID(), index, *camera);
+        profiles_.updateSettings(0, camera);
+    }
+    return {};
+}
+
+void Orvella::setPanelVisible(bool visible) {
+    _panelOn = visible;
+    showHidePanelAndUpdateMenu();
+}
+
+bool Orvella::isPanelVisible() const {
+    return panel_->window()->isVisible();
+}
+
+std::optional<QVariantMap> Orvella::controlValues(const QString& uniqueID) {
+    for (int row = 0; row < cameras_.size(); ++row)
+        if (QTCamera* camera = cameras_.at(row); camera->uniqueID() == uniqueID) {
+            settings::SettingsRecord record;
+            settings::allSettingsDict(record, *camera, qtCamera());
+            return record;
+        }
+    return std::nullopt;
+}
+
+// ---- Sleep and wake ----
+
+void Orvella::systemWillSleep() {
+    NSLog("System will sleep: the timer stops");
+    timer_.systemWillSleep();
+}
+
+void Orvella::systemDidWake() {
+    NSLog("System woke: the timer starts again shortly");
+    timer_.systemDidWake();
+}
+
+}  // namespace orvella::app

@@ -1,0 +1,179 @@
+#pragma once
+// The application controller: the one object that lives as long as the process and wires the
+// parts together. It owns the control panel, the tray item with its menu and reminder popover,
+// the profile store with its list model, the preferences and the half-second timer; it is the
+// camera discovery's delegate (last state at plug-in, the current camera), the panel's delegate
+// (a change is stored in the model's last-state record at once), the bus object's scripting
+// target and the observer of sleep and wake. The profile and preference dialogs are
+// window-modal dialogs on the panel, so the rest of the desktop stays usable while one is open.
+//
+// The capture side's camera delegate (frame rate, first frame, recording finished) is not wired
+// here yet: when the capture path lands, the controller becomes the current camera's delegate in
+// switchCamera and forwards the frame rate to ControlPanel::updateFPS.
+
+#include <QDialog>
+#include <QObject>
+#include <QPointer>
+#include <functional>
+#include <memory>
+
+#include "app/CameraDiscovery.h"
+#include "app/CameraList.h"
+#include "app/ScriptingTarget.h"
+#include "app/UpdateTimer.h"
+#include "platform/PowerEvents.h"
+#include "settings/DefaultsStore.h"
+#include "settings/Preferences.h"
+#include "settings/ProfileListModel.h"
+#include "settings/ProfileStore.h"
+#include "ui/ControlPanelDelegate.h"
+
+class QWidget;
+
+namespace orvella::ui {
+class ControlPanel;
+class StatusBar;
+class StatusMenu;
+}  // namespace orvella::ui
+
+namespace orvella::app {
+
+struct OrvellaOptions {
+    // Whether a tray host shows the status item (default: Qt's own test).
+    std::function<bool()> trayAvailable;
+    UpdateTimer::Timing timing;
+    // Delay of the reminder popover after the panel is hidden.
+    int popoverDelayMs = 200;
+};
+
+class Orvella final : public QObject,
+                      public CameraDiscoveryDelegate,
+                      public ScriptingTarget,
+                      public platform::PowerObserver {
+    Q_OBJECT
+
+  public:
+    using Options = OrvellaOptions;
+
+    // All borrowed: the user defaults, the camera list that discovery fills, and the login item
+    // (may be null) behind "Launch at Login". Builds the panel (its sixteen rows) and the menu;
+    // nothing is shown before applicationDidFinishLaunching.
+    Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
+            platform::LoginItem* loginItem = nullptr, Options options = {});
+    ~Orvella() override;
+
+    // The discovery that fills the camera list (borrowed): a choice in the pop-up or the menu is
+    // passed to it. The power source (borrowed) tells sleep and wake.
+    void setDiscovery(CameraDiscovery* discovery) { discovery_ = discovery; }
+    void setPowerEvents(platform::PowerEventSource* power);
+    // What the no-camera panel's button does: plugs in the demo camera.
+    void setDemoCamera(std::function<void()> addDemoCamera);
+
+    // ---- Lifecycle ----
+    // Start-up: preferences, cameras, sleep and wake, localize, tray, panel, the timer 1.0 s later.
+    void applicationDidFinishLaunching();
+    // The application was opened again (a second start): brings the panel to the front.
+    void applicationWillBecomeActive();
+    // Before the event loop ends: the timer stops, the observers go, the tray item is removed.
+    void applicationWillTerminate();
+
+    // ---- Tray and panel ----
+    void installStatusBar();
+    void removeStatusBar();
+    void setMenuIcon(bool blackAndWhite);
+    void updatePanelMenu();
+    void showHidePanelAndUpdateMenu();
+    void showPopover();
+    bool panelOn() const { return _panelOn; }
+
+    // ---- Profiles ----
+    void clickSaveNewProfile();
+    void clickUpdateProfile();
+    void clickDeleteProfile();
+    void clickLoadAtStart();
+    void clickResetToDefault();
+    // A profile chosen in the pop-up or the menu (its row in the list; 0 is the camera default).
+    void selectProfile(int row);
+    void updateSettings(int32_t settingsID);
+    void buildProfileLists();
+
+    // ---- Preferences tab ----
+    void clickLaunchAtLogin(bool on);
+    void selectBWMenuIcon(bool on);
+    void clickHideMenuBarIcon(bool hidden);
+    void selectUpdateSlider(int tag);
+    void selectReconfigureWebcam(int tag);
+    void clickReadIntervalInfo();
+    void clickWriteIntervalInfo();
+
+    // ---- Timer work ----
+    void refreshAutoSliders();
+    void reconfigureWebcams();
+
+    // ---- Camera discovery ----
+    void loadAppDefault(QTCamera& camera) override;
+    void switchCamera(QTCamera* camera) override;
+    void observeFormatChanges(bool on) override;
+
+    // ---- Scripting ----
+    std::vector<Camera> cameras() const override;
+    QString applyProfile(const QString& uniqueID, const QString& profile) override;
+    void setPanelVisible(bool visible) override;
+    bool isPanelVisible() const override;
+    std::optional<QVariantMap> controlValues(const QString& uniqueID) override;
+
+    // ---- Sleep and wake ----
+    void systemWillSleep() override;
+    void systemDidWake() override;
+
+    // ---- Parts, for the entry point and tests ----
+    ui::ControlPanel& panel() { return *panel_; }
+    ui::StatusMenu& statusMenu() { return *menu_; }
+    ui::StatusBar& statusBar() { return *statusBar_; }
+    settings::ProfileStore& profileStore() { return profiles_; }
+    settings::ProfileListModel& profileList() { return profileList_; }
+    settings::Preferences& preferences() { return preferences_; }
+    UpdateTimer& timer() { return timer_; }
+    QTCamera* qtCamera() const { return cameras_.current(); }
+    // The dialog open on the panel, null when none is.
+    QDialog* sheet() const { return sheet_; }
+    // The banner the panel shows while no camera is there.
+    QWidget* noCameraBanner() const { return noCamera_; }
+
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+  private:
+    void wirePanel();
+    void wireMenu();
+    void buildNoCameraBanner();
+    void showSheet(QDialog* dialog, std::function<void(int)> done);
+    void endSheet();
+    void followProfileRow();
+    void followCameraRow();
+    void refreshPanelValues();
+    void windowWillClose();
+    void bringPanelToFront();
+
+    settings::DefaultsStore& defaults_;
+    CameraList& cameras_;
+    settings::ProfileStore profiles_;
+    settings::Preferences preferences_;
+    settings::ProfileListModel profileList_;
+    Options options_;
+    std::unique_ptr<ui::ControlPanel> panel_;
+    ui::ControlPanelDelegate panelDelegate_;
+    std::unique_ptr<ui::StatusMenu> menu_;
+    std::unique_ptr<ui::StatusBar> statusBar_;
+    UpdateTimer timer_;
+    CameraDiscovery* discovery_ = nullptr;
+    platform::PowerEventSource* power_ = nullptr;
+    std::function<void()> addDemoCamera_;
+    QPointer<QDialog> sheet_;
+    QWidget* noCamera_ = nullptr;
+    bool _panelOn = true;
+    bool launched_ = false;
+    bool closingForHide_ = false;
+};
+
+}  // namespace orvella::app
