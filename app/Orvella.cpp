@@ -20,6 +20,7 @@
 #include "ui/ControlPanel.h"
 #include "ui/Images.h"
 #include "ui/Localization.h"
+#include "ui/PopViewController.h"
 #include "ui/ProfileItemRoles.h"
 #include "ui/StatusBar.h"
 #include "ui/StatusMenu.h"
@@ -79,6 +80,18 @@ QMessageBox* alertOn(QWidget* window, QMessageBox::Icon icon, const char* messag
     box->setWindowModality(Qt::WindowModal);
     box->setAttribute(Qt::WA_DeleteOnClose);
     return box;
+}
+
+// A stored interval in ticks; nonsense (negative, huge) reads as off.
+int storedInterval(const settings::DefaultsStore& defaults, const char* key) {
+    const qint64 ticks = defaults.integerForKey(QLatin1String(key));
+    return ticks > 0 && ticks <= 3600 * 2 ? static_cast<int>(ticks) : 0;
+}
+
+void showIntervalTag(QComboBox* pop, int tag) {
+    if (ui::ControlPanel::selectIntervalTag(pop, tag)) return;
+    pop->addItem(QStringLiteral("%1 s").arg(tag / 2.0), tag);
+    pop->setCurrentIndex(pop->count() - 1);
 }
 
 }  // namespace
@@ -212,7 +225,11 @@ void Orvella::wireMenu() {
     connect(menu_.get(), &ui::StatusMenu::bwMenuIconClicked, this, &Orvella::setMenuIcon);
     connect(menu_.get(), &ui::StatusMenu::quitClicked, qApp, &QCoreApplication::quit);
     connect(menu_.get(), &ui::StatusMenu::aboutClicked, this, [this] {
-        QApplication::aboutQt();  // the platform's about box names the toolkit; ours is the panel
+        QMessageBox::about(
+            panel_->window(), ui::nameFormat("About"),
+            QStringLiteral("<b>%1</b> %2<br>%3")
+                .arg(ui::applicationName(), QCoreApplication::applicationVersion(),
+                     ui::PopViewController::infoValueForKey(QStringLiteral("Comment"))));
     });
     connect(statusBar_.get(), &ui::StatusBar::disablePopupClicked, this,
             [this](bool disabled) { preferences_.setDisablePopup(disabled); });
@@ -262,10 +279,14 @@ void Orvella::applicationDidFinishLaunching() {
     ui.mBtnLaunchAtLogin->setChecked(preferences_.launchAtLogin());
     ui.mBtnHideMenuBarIcon->setChecked(preferences_.hideMenuBarIcon() != 0);
     ui.mBtnBWMenuIcon->setChecked(preferences_.bwMenuIcon() != 0);
-    ui::ControlPanel::selectIntervalTag(ui.mPopUpdateSlider, preferences_.updateSlider());
-    ui::ControlPanel::selectIntervalTag(ui.mPopReconfigureWebcam, preferences_.reconfigureWebcam());
-    timer_.setUpdateSliderTicks(preferences_.updateSlider());
-    timer_.setReconfigureWebcamTicks(preferences_.reconfigureWebcam());
+    // The timer counts what is stored, also an interval the pop-ups do not offer (a half-second
+    // one written by a script); the pop-up then shows it as an extra item.
+    const int updateSlider = storedInterval(defaults_, "UpdateSlider");
+    const int reconfigureWebcam = storedInterval(defaults_, "ReconfigureWebcam");
+    showIntervalTag(ui.mPopUpdateSlider, updateSlider);
+    showIntervalTag(ui.mPopReconfigureWebcam, reconfigureWebcam);
+    timer_.setUpdateSliderTicks(updateSlider);
+    timer_.setReconfigureWebcamTicks(reconfigureWebcam);
     _panelOn = preferences_.panelOn();
 
     if (discovery_) discovery_->registerDeviceCallbackHandler();

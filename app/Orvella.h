@@ -130,6 +130,7 @@ class Orvella final : public QObject,
     ui::ControlPanel& panel() { return *panel_; }
     ui::StatusMenu& statusMenu() { return *menu_; }
     ui::StatusBar& statusBar() { return *statusBar_; }
+    settings::DefaultsStore& defaults() { return defaults_; }
     settings::ProfileStore& profileStore() { return profiles_; }
     settings::ProfileListModel& profileList() { return profileList_; }
     settings::Preferences& preferences() { return preferences_; }

@@ -4,6 +4,8 @@
 #include <QCoreApplication>
 #include <QIcon>
 
+#include "ui/Localization.h"
+
 namespace orvella::ui {
 
 namespace {
@@ -11,12 +13,13 @@ namespace {
 const QString kIndent = QStringLiteral("\u2003");
 }  // namespace
 
+// The tray's texts come from the one string table (Localization.h).
 QString tray::text(const char* key) {
-    return QCoreApplication::translate("Localizable", key);
+    return localized(key);
 }
 
 QString tray::nameFormat(const char* key, const QString& appName) {
-    QString text = tray::text(key);
+    QString text = localized(key);
     if (text.contains(QLatin1String("%1"))) return text.arg(appName);
     return text.replace(QLatin1String("%@"), appName);
 }

@@ -1,0 +1,467 @@
+// The application controller over virtual cameras: the profile dialogs, the two profile lists in
+// step, the last state shared by a model, start-up and plug-in, the timer's re-send and sleep.
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QFile>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QProcess>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "app/CameraDiscovery.h"
+#include "app/Orvella.h"
+#include "platform/Clock.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "settings/DefaultsKeys.h"
+#include "ui/ControlPanel.h"
+#include "ui/Localization.h"
+#include "ui/StatusBar.h"
+#include "ui/StatusMenu.h"
+#include "ui_ControlPanel.h"
+
+namespace orvella::app {
+namespace {
+
+using settings::SettingsID;
+
+// The processing unit of the fixture cameras and its brightness selector.
+constexpr uint8_t kPU = 2;
+constexpr uint8_t kBrightnessSelector = 2;
+constexpr uint8_t kSetCur = 0x01;
+
+QByteArray fixture(const char* name) {
+    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll();
+}
+
+// The generic camera at another USB location, optionally of another model.
+QByteArray genericAt(const char* location, const char* product = "0x0102") {
+    QByteArray json = fixture("generic.json");
+    json.replace("\"0x14100000\"", QByteArray("\"") + location + "\"");
+    json.replace("\"0x0102\"", QByteArray("\"") + product + "\"");
+    return json;
+}
+
+int setCurCount(const virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t selector) {
+    int count = 0;
+    for (const auto& request : camera.requests())
+        if (request.bRequest == kSetCur && request.unit() == unit && request.selector() == selector)
+            ++count;
+    return count;
+}
+
+int allSetCurCount(const virtualcam::VirtualCamera& camera) {
+    int count = 0;
+    for (const auto& request : camera.requests())
+        if (request.bRequest == kSetCur) ++count;
+    return count;
+}
+
+struct Controller : ::testing::Test {
+    QTemporaryDir home;
+    std::unique_ptr<settings::DefaultsStore> defaults;
+    virtualcam::VirtualPlatform platform;
+    platform::RecordingClock clock;
+    platform::ManualPowerEvents power;
+    CameraList cameras;
+    std::unique_ptr<Orvella> orvella;
+    std::unique_ptr<CameraDiscovery> discovery;
+
+    QString storePath() const {
+        return home.filePath(QStringLiteral("orvella/org.orvella.Orvella.plist"));
+    }
+
+    void SetUp() override { ASSERT_TRUE(home.isValid()); }
+    void TearDown() override { stop(); }
+
+    void start() {
+        defaults = std::make_unique<settings::DefaultsStore>(storePath());
+        OrvellaOptions options;
+        options.trayAvailable = [] { return true; };
+        options.timing = {20, 0, 40};
+        options.popoverDelayMs = 0;
+        orvella = std::make_unique<Orvella>(*defaults, cameras, nullptr, options);
+        discovery = std::make_unique<CameraDiscovery>(platform.platform(&clock), platform.capture(),
+                                                      cameras, *orvella);
+        orvella->setDiscovery(discovery.get());
+        orvella->setPowerEvents(&power);
+        orvella->applicationDidFinishLaunching();
+    }
+    void stop() {
+        if (!orvella) return;
+        orvella->applicationWillTerminate();
+        orvella->switchCamera(nullptr);
+        while (cameras.size() > 0)
+            cameras.take(cameras.size() - 1);
+        discovery.reset();
+        orvella.reset();
+        defaults.reset();
+    }
+    std::shared_ptr<virtualcam::VirtualCamera> plug(
+        const QByteArray& json,
+        std::shared_ptr<virtualcam::VirtualCaptureDevice>* device = nullptr) {
+        QString error;
+        auto camera = virtualcam::VirtualCamera::fromJson(json, &error);
+        EXPECT_TRUE(camera) << error.toStdString();
+        auto added = platform.addCamera(camera, &error);
+        EXPECT_TRUE(added) << error.toStdString();
+        if (device) *device = added;
+        return camera;
+    }
+
+    Ui::ControlPanel& ui() { return orvella->panel().outlets(); }
+    int popUpIndex() { return ui().mPopProfile->currentIndex(); }
+    // The row of the profile list the tray menu shows checked (0 the camera default, -1 none).
+    int menuCheckedRow() {
+        ui::StatusMenu& menu = orvella->statusMenu();
+        if (menu.mItmSettingsDefault->isChecked()) return 0;
+        const auto& items = menu.profileItems();
+        for (std::size_t i = 0; i < items.size(); ++i)
+            if (items[i]->isChecked()) return static_cast<int>(i) + settings::kFirstProfileIndex;
+        return -1;
+    }
+    QStringList menuProfileTitles() {
+        QStringList titles;
+        for (QAction* item : orvella->statusMenu().profileItems())
+            titles << item->text().trimmed();  // the menu indents its profiles
+        return titles;
+    }
+    QStringList popUpProfileTitles() {
+        QStringList titles;
+        for (int i = settings::kFirstProfileIndex; i < ui().mPopProfile->count(); ++i)
+            titles << ui().mPopProfile->itemText(i);
+        return titles;
+    }
+    void expectListsInStep() {
+        EXPECT_EQ(popUpProfileTitles(), menuProfileTitles());
+        EXPECT_EQ(popUpIndex() < 0 ? -1 : popUpIndex(), menuCheckedRow());
+    }
+
+    template <typename Dialog>
+    Dialog* sheetNamed(const char* name) {
+        QCoreApplication::processEvents();
+        auto* dialog = qobject_cast<Dialog*>(orvella->sheet());
+        if (!dialog || dialog->objectName() != QLatin1String(name)) return nullptr;
+        return dialog;
+    }
+    // Walks the save dialog: types `name` and presses Save (or Cancel).
+    void saveProfile(const QString& name, bool accept = true) {
+        orvella->clickSaveNewProfile();
+        auto* dialog = sheetNamed<QInputDialog>("SaveNewProfile");
+        ASSERT_TRUE(dialog);
+        dialog->setTextValue(name);
+        accept ? dialog->accept() : dialog->reject();
+        QCoreApplication::processEvents();
+    }
+    void deleteSelectedProfile() {
+        orvella->clickDeleteProfile();
+        auto* box = sheetNamed<QMessageBox>("DeleteProfile");
+        ASSERT_TRUE(box);
+        box->buttons().first()->click();
+        QCoreApplication::processEvents();
+    }
+    QStringList storedNames(const QString& model) {
+        QStringList names;
+        for (const auto& record : orvella->profileStore().profiles(model))
+            names << record.value(QStringLiteral("SettingsName")).toString();
+        return names;
+    }
+};
+
+TEST_F(Controller, TheSaveDialogTrimsRefusesBlankAndTakenNamesAndComesBackAfterAConflict) {
+    auto camera = plug(fixture("generic.json"));
+    start();
+    ASSERT_TRUE(orvella->qtCamera());
+    const QString model = orvella->qtCamera()->modelUniqueID();
+
+    orvella->clickSaveNewProfile();
+    auto* dialog = sheetNamed<QInputDialog>("SaveNewProfile");
+    ASSERT_TRUE(dialog);
+    EXPECT_EQ(dialog->windowModality(), Qt::WindowModal);
+    EXPECT_EQ(dialog->parentWidget(), orvella->panel().window());
+    auto* field = dialog->findChild<QLineEdit*>();
+    ASSERT_TRUE(field);
+    EXPECT_EQ(field->size(), QSize(300, 22));
+    EXPECT_EQ(field->placeholderText(), ui::localized("ProfileName"));
+    // While the dialog is open, the menu does not change what it works on.
+    EXPECT_FALSE(orvella->statusMenu().mItmSettingsDefault->isEnabled());
+    dialog->setTextValue(QStringLiteral("  Evening \n"));
+    dialog->accept();
+    QCoreApplication::processEvents();
+    EXPECT_EQ(storedNames(model), QStringList{QStringLiteral("Evening")});
+    EXPECT_EQ(popUpIndex(), 2);
+    EXPECT_TRUE(orvella->statusMenu().mItmSettingsDefault->isEnabled());
+    expectListsInStep();
+
+    saveProfile(QStringLiteral("Morning"), false);  // cancel
+    saveProfile(QStringLiteral("   "));             // blank
+    EXPECT_EQ(storedNames(model), QStringList{QStringLiteral("Evening")});
+    EXPECT_EQ(orvella->sheet(), nullptr);
+
+    // A taken name, the last state's own included: the conflict, whose OK asks again.
+    for (const char* taken : {"Evening", "AppDefault"}) {
+        saveProfile(QString::fromLatin1(taken));
+        auto* conflict = sheetNamed<QMessageBox>("ProfileConfilict");
+        ASSERT_TRUE(conflict) << taken;
+        EXPECT_TRUE(conflict->informativeText().contains(QLatin1String(taken)));
+        conflict->buttons().first()->click();
+        QCoreApplication::processEvents();
+        auto* again = sheetNamed<QInputDialog>("SaveNewProfile");
+        ASSERT_TRUE(again) << taken;
+        again->reject();
+        QCoreApplication::processEvents();
+    }
+    EXPECT_EQ(storedNames(model), QStringList{QStringLiteral("Evening")});
+    EXPECT_EQ(camera->requests().empty(), false);
+}
+
+TEST_F(Controller, PopUpAndMenuStayInStepThroughSavesDeletesUpdatesAndCameraSwitches) {
+    auto first = plug(fixture("generic.json"));
+    auto other = plug(genericAt("0x14200000", "0x0777"));  // another model
+    start();
+    ASSERT_EQ(cameras.size(), 2);
+    const QString model = orvella->qtCamera()->modelUniqueID();
+
+    saveProfile(QStringLiteral("A"));
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    saveProfile(QStringLiteral("B"));
+    expectListsInStep();
+    EXPECT_EQ(popUpIndex(), 3);
+
+    // Choosing A from the menu applies it (brightness back to 0) and selects it in the pop-up.
+    first->clearRequests();
+    orvella->statusMenu().profileItems().at(0)->trigger();
+    EXPECT_EQ(popUpIndex(), 2);
+    expectListsInStep();
+    EXPECT_EQ(first->currentValue(kPU, kBrightnessSelector), 0);
+    EXPECT_GE(setCurCount(*first, kPU, kBrightnessSelector), 1);
+
+    // A manual change marks A as changed in both lists; updating stores it and clears the mark.
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    EXPECT_TRUE(orvella->profileList().isModified());
+    EXPECT_TRUE(orvella->statusMenu().profileItems().at(0)->isChecked());
+    orvella->clickUpdateProfile();
+    EXPECT_FALSE(orvella->profileList().isModified());
+    EXPECT_EQ(orvella->profileStore().profileAt(model, 2)->value(QStringLiteral("Brightness")), 1);
+    expectListsInStep();
+
+    // Deleting A leaves B alone, and nothing in force.
+    deleteSelectedProfile();
+    EXPECT_EQ(storedNames(model), QStringList{QStringLiteral("B")});
+    EXPECT_EQ(popUpIndex(), -1);
+    expectListsInStep();
+
+    // The other model has its own (empty) list; back again, B is there.
+    ui().mPopCamera->setCurrentIndex(1);
+    emit orvella->panel().selectCamera(1);
+    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    EXPECT_TRUE(menuProfileTitles().isEmpty());
+    expectListsInStep();
+    orvella->statusMenu().cameraItems().at(0)->trigger();
+    EXPECT_EQ(ui().mPopCamera->currentIndex(), 0);
+    EXPECT_EQ(menuProfileTitles(), QStringList{QStringLiteral("B")});
+    expectListsInStep();
+}
+
+TEST_F(Controller, TwoCamerasOfOneModelShareTheListAndTheLastStateWhichPlugInApplies) {
+    auto first = plug(fixture("generic.json"));
+    start();
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    saveProfile(QStringLiteral("Shared"));
+
+    // The second camera of the model gets the last state at plug-in while it stays in the
+    // background, and shows the same list when chosen.
+    auto second = plug(genericAt("0x14200000"));
+    ASSERT_EQ(cameras.size(), 2);
+    EXPECT_EQ(cameras.currentRow(), 0);
+    EXPECT_EQ(second->currentValue(kPU, kBrightnessSelector), 2);
+    orvella->statusMenu().cameraItems().at(1)->trigger();
+    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    EXPECT_EQ(menuProfileTitles(), QStringList{QStringLiteral("Shared")});
+    expectListsInStep();
+    orvella->panel().row(SettingsID::kBrightness)->minusAction();
+    const QString model = orvella->qtCamera()->modelUniqueID();
+    EXPECT_EQ(orvella->profileStore().appDefaultRecord(model)->value(QStringLiteral("Brightness")),
+              1);
+    EXPECT_EQ(orvella->profileStore().records(model).size(), 2);  // one profile, one last state
+}
+
+TEST_F(Controller, StartUpAppliesTheLastStateAndTheStartProfileOncePerCamera) {
+    {
+        auto camera = plug(fixture("generic.json"));
+        start();
+        orvella->panel().row(SettingsID::kBrightness)->plusAction();  // last state: 1
+        saveProfile(QStringLiteral("Start"));
+        orvella->panel().row(SettingsID::kBrightness)->plusAction();  // last state: 2
+        orvella->clickLoadAtStart();
+        EXPECT_EQ(orvella->profileList().startRow(), 2);
+        stop();
+        platform.removeCamera(platform.capture().devices().front());
+    }
+    // Next start: the last state at plug-in, then the start profile when the panel shows it.
+    auto camera = plug(fixture("generic.json"));
+    start();
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
+    EXPECT_EQ(popUpIndex(), 2);
+    EXPECT_EQ(menuCheckedRow(), 2);
+    EXPECT_EQ(orvella->statusMenu().profileItems().at(0)->icon().isNull(), false);
+    // Showing the panel for the same camera object again applies nothing.
+    camera->clearRequests();
+    orvella->switchCamera(orvella->qtCamera());
+    EXPECT_EQ(setCurCount(*camera, kPU, kBrightnessSelector), 0);
+}
+
+TEST_F(Controller, TheTimerResendsAtTheChosenIntervalAndRestsDuringSleep) {
+    // "ReconfigureWebcam" at 1 tick, as a script may store it: every camera gets its values
+    // again at every tick.
+    {
+        settings::DefaultsStore store(storePath());
+        store.setInteger(1, QStringLiteral("ReconfigureWebcam"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    auto first = plug(fixture("generic.json"));
+    auto second = plug(genericAt("0x14200000"));
+    start();
+    EXPECT_EQ(ui().mPopReconfigureWebcam->currentData().toInt(), 1);
+    QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*first, kPU, kBrightnessSelector) >= 3, 5000);
+    QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*second, kPU, kBrightnessSelector) >= 3, 5000);
+
+    power.sleep();
+    first->clearRequests();
+    second->clearRequests();
+    QTest::qWait(200);  // ten ticks' worth
+    EXPECT_EQ(allSetCurCount(*first), 0);
+    EXPECT_EQ(allSetCurCount(*second), 0);
+
+    power.wake();
+    QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*first, kPU, kBrightnessSelector) >= 1, 5000);
+
+    // Off: nothing more is sent.
+    orvella->selectReconfigureWebcam(0);
+    QCoreApplication::processEvents();
+    first->clearRequests();
+    QTest::qWait(100);
+    EXPECT_EQ(allSetCurCount(*first), 0);
+}
+
+TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
+    auto camera = plug(fixture("generic.json"));
+    start();
+    EXPECT_EQ(orvella->defaults().integerForKey(QStringLiteral("Black and White Menu Icon")), 1);
+    EXPECT_TRUE(orvella->panelOn());
+    EXPECT_TRUE(orvella->panel().window()->isVisible());
+
+    // Reset to camera defaults: brightness back to its default, launch at login off.
+    ui().mBtnLaunchAtLogin->setChecked(true);
+    orvella->clickLaunchAtLogin(true);
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    orvella->clickResetToDefault();
+    EXPECT_FALSE(orvella->defaults().boolForKey(QStringLiteral("Launch at Login")));
+    EXPECT_FALSE(ui().mBtnLaunchAtLogin->isChecked());
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 0);
+    EXPECT_EQ(popUpIndex(), 0);
+    EXPECT_EQ(menuCheckedRow(), 0);
+
+    orvella->clickReadIntervalInfo();
+    auto* info = sheetNamed<QMessageBox>("UpdateSlider");
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->informativeText(), ui::nameFormat("ReadIntervalInfoWS"));
+    EXPECT_TRUE(info->informativeText().contains(QLatin1String("Orvella")));
+    info->buttons().first()->click();
+    orvella->clickWriteIntervalInfo();
+    info = sheetNamed<QMessageBox>("ReconfigureWebcam");
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->informativeText(), ui::nameFormat("WriteIntervalInfo"));
+    info->buttons().first()->click();
+
+    // Hiding the icon disables the icon choice; closing the panel hides it and is remembered.
+    orvella->clickHideMenuBarIcon(true);
+    EXPECT_FALSE(ui().mBtnBWMenuIcon->isEnabled());
+    EXPECT_FALSE(orvella->statusBar().isInstalled());
+    orvella->clickHideMenuBarIcon(false);
+    EXPECT_TRUE(ui().mBtnBWMenuIcon->isEnabled());
+    orvella->panel().window()->close();
+    EXPECT_FALSE(orvella->panelOn());
+    EXPECT_FALSE(orvella->defaults().boolForKey(QStringLiteral("Show/Hide Control Panel")));
+    // A second start (through the bus) brings it back.
+    orvella->setPanelVisible(true);
+    EXPECT_TRUE(orvella->panel().window()->isVisible());
+}
+
+TEST_F(Controller, WithoutACameraThePanelOffersTheDemoCamera) {
+    start();
+    EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
+    int asked = 0;
+    orvella->setDemoCamera([&] {
+        ++asked;
+        plug(fixture("generic.json"));
+    });
+    auto* button = orvella->noCameraBanner()->findChild<QPushButton*>();
+    ASSERT_TRUE(button);
+    button->click();
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(cameras.size(), 1);
+    EXPECT_TRUE(orvella->noCameraBanner()->isHidden());
+    EXPECT_EQ(ui().mPopCamera->currentIndex(), 0);
+    // Unplugged again: the panel says so once more and its controls are off.
+    platform.removeCamera(platform.capture().devices().front());
+    EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
+    EXPECT_EQ(orvella->qtCamera(), nullptr);
+    EXPECT_FALSE(ui().mPopProfile->isEnabled());
+}
+
+TEST_F(Controller, OrvellactlAndTheApplicationShareProfilesAndTheStoreSurvivesARestart) {
+    auto camera = plug(fixture("generic.json"));
+    start();
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    saveProfile(QStringLiteral("From the app"));
+
+    QProcess ctl;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+    ctl.setProcessEnvironment(environment);
+    const QString generic = QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/generic.json");
+    ctl.start(QStringLiteral(ORVELLA_ORVELLACTL),
+              {QStringLiteral("--virtual"), generic, QStringLiteral("profile"),
+               QStringLiteral("list"), QStringLiteral("1")});
+    ASSERT_TRUE(ctl.waitForFinished(30000));
+    EXPECT_EQ(ctl.exitCode(), 0) << ctl.readAllStandardError().toStdString();
+    EXPECT_TRUE(ctl.readAllStandardOutput().contains("From the app"));
+
+    // The other way round: saved by orvellactl, listed here once the file watch has seen it.
+    ctl.start(QStringLiteral(ORVELLA_ORVELLACTL),
+              {QStringLiteral("--virtual"), generic, QStringLiteral("profile"),
+               QStringLiteral("save"), QStringLiteral("1"), QStringLiteral("From the tool")});
+    ASSERT_TRUE(ctl.waitForFinished(30000));
+    EXPECT_EQ(ctl.exitCode(), 0) << ctl.readAllStandardError().toStdString();
+    QTRY_COMPARE_WITH_TIMEOUT(
+        menuProfileTitles(),
+        (QStringList{QStringLiteral("From the app"), QStringLiteral("From the tool")}), 10000);
+    expectListsInStep();
+    camera->clearRequests();
+    orvella->selectProfile(3);  // the tool's profile holds brightness 0
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 0);
+    EXPECT_EQ(menuCheckedRow(), 3);
+
+    // A restart leaves the store as the application wrote it, byte for byte.
+    stop();
+    QFile file(storePath());
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    const QByteArray before = file.readAll();
+    file.close();
+    start();
+    stop();
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), before);
+}
+
+}  // namespace
+}  // namespace orvella::app
