@@ -135,6 +135,14 @@ stop $ORVELLA_PID
 stop $QV4L2_PID
 
 ratio() { awk -v a="$1" -v b="$2" 'BEGIN { if (b == 0) print "n/a"; else printf "%.2f", a / b }'; }
+# CPU time is counted in clock ticks: a program that used none gets a bound, not a ratio.
+if [ $((q1 - q0)) -eq 0 ] && [ $((o1 - o0)) -eq 0 ]; then
+    CPU_RATIO="both under one tick of $((1000 / HZ)) ms"
+elif [ $((q1 - q0)) -eq 0 ]; then
+    CPU_RATIO="> $((o1 - o0)) (qv4l2 under one tick of $((1000 / HZ)) ms)"
+else
+    CPU_RATIO=$(ratio $((o1 - o0)) $((q1 - q0)))
+fi
 om=$(echo "${TIMES[orvella]}" | tr ' ' '\n' | grep . | median)
 qm=$(echo "${TIMES[qv4l2]}" | tr ' ' '\n' | grep . | median)
 cat <<EOF
@@ -142,7 +150,7 @@ cat <<EOF
 |---|---|---|---|
 | start to a ready window, first start (ms) | ${FIRST[orvella]} | ${FIRST[qv4l2]} | $(ratio "${FIRST[orvella]}" "${FIRST[qv4l2]}") |
 | start to a ready window, median of $RUNS (ms) | $om | $qm | $(ratio "$om" "$qm") |
-| idle CPU over $((t1 - t0)) ms (% of one core) | $ORVELLA_CPU | $QV4L2_CPU | $(ratio "$ORVELLA_CPU" "$QV4L2_CPU") |
+| idle CPU over $((t1 - t0)) ms, % of one core (CPU time) | $ORVELLA_CPU ($(( (o1 - o0) * 1000 / HZ )) ms) | $QV4L2_CPU ($(( (q1 - q0) * 1000 / HZ )) ms) | $CPU_RATIO |
 | resident memory, VmRSS (KiB) | $ORVELLA_RSS | $QV4L2_RSS | $(ratio "$ORVELLA_RSS" "$QV4L2_RSS") |
 | proportional set size, Pss (KiB) | $ORVELLA_PSS | $QV4L2_PSS | $(ratio "$ORVELLA_PSS" "$QV4L2_PSS") |
 

@@ -399,9 +399,6 @@ TEST_F(EndToEnd, ReSendsAtTheIntervalAndNothingWhileAsleep) {
 
 TEST_F(EndToEnd, ReSendsEveryTickAtOne) {
     REQUIRE_CONTROLLER();
-    GTEST_SKIP() << "\"ReconfigureWebcam\" 1 in the preferences file reads as off: the "
-                    "preferences keep only the pop-up's tags (0, 2, 4, 10, 20), so the timer never "
-                    "re-sends every tick";
     checkReSendAndSleep(1);
 }
 
