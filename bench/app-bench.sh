@@ -32,7 +32,7 @@ trap cleanup EXIT
 
 # The desktop: an X server and a private bus (the session and the system bus of both programs),
 # with no tray host, so Orvella's panel opens as a window as it does on such desktops.
-Xvfb -displayfd 1 -screen 0 1280x800x24 -nolisten tcp >"$WORK/display" 2>/dev/null &
+Xvfb -displayfd 1 -screen 0 1280x800x24 -nolisten tcp -noreset >"$WORK/display" 2>/dev/null &
 PIDS+=($!)
 for _ in $(seq 100); do [ -s "$WORK/display" ] && break; sleep 0.05; done
 export DISPLAY=:$(cat "$WORK/display")

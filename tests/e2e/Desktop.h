@@ -35,8 +35,8 @@ class XServer {
     static bool isInstalled() { return !QStandardPaths::findExecutable("Xvfb").isEmpty(); }
 
     bool start(QString* error) {
-        process_.start(QStringLiteral("Xvfb"),
-                       {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp"});
+        process_.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0", "1280x800x24",
+                                                "-nolisten", "tcp", "-noreset"});
         if (!process_.waitForStarted(5000)) {
             *error = QStringLiteral("Xvfb: ") + process_.errorString();
             return false;
@@ -112,9 +112,11 @@ struct Desktop {
     TrayHost tray;
     FakeLogind logind;
 
-    bool start(QString* error) {
+    // Without `withTray` the tray host can come later: tray.start(session.address(), ...).
+    bool start(QString* error, bool withTray = true) {
         return x.start(error) && session.start(error) && system.start(error) &&
-               tray.start(session.address(), error) && logind.start(system.address(), error);
+               (!withTray || tray.start(session.address(), error)) &&
+               logind.start(system.address(), error);
     }
 };
 

@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <QProcess>
+#include <QStandardPaths>
 #include <QTemporaryDir>
 #include <memory>
 
@@ -106,10 +107,13 @@ struct EndToEnd : ::testing::Test {
     std::vector<std::unique_ptr<QProcess>> started;
     QByteArray appOutput;
 
+    // Whether the tray host is there from the start.
+    virtual bool trayAtStart() const { return true; }
+
     void SetUp() override {
         if (!XServer::isInstalled()) GTEST_SKIP() << "Xvfb is not installed (Debian package xvfb)";
         QString error;
-        ASSERT_TRUE(desktop.start(&error)) << error.toStdString();
+        ASSERT_TRUE(desktop.start(&error, trayAtStart())) << error.toStdString();
         cameras = dir.filePath(QStringLiteral("cameras"));
         config = dir.filePath(QStringLiteral("config"));
         const QString runtime = dir.filePath(QStringLiteral("runtime"));
@@ -183,6 +187,17 @@ struct EndToEnd : ::testing::Test {
     // the tray host, and must not find it blocked.
     static bool finished(QProcess& process, int timeoutMs) {
         return waitFor([&] { return process.state() == QProcess::NotRunning; }, timeoutMs);
+    }
+
+    // Starts another program on the desktop, stopped with the test.
+    QProcess& startProcess(const QString& program, const QStringList& arguments) {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(environment);
+        process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+        process->start(program, arguments);
+        EXPECT_TRUE(process->waitForStarted(10000));
+        started.push_back(std::move(process));
+        return *started.back();
     }
 
     // Runs orvellactl on a virtual camera of its own against the same preferences file.
@@ -400,6 +415,50 @@ TEST_F(EndToEnd, ReSendsAtTheIntervalAndNothingWhileAsleep) {
 TEST_F(EndToEnd, ReSendsEveryTickAtOne) {
     REQUIRE_CONTROLLER();
     checkReSendAndSleep(1);
+}
+
+// A desktop whose tray host comes late, as at login.
+struct LateTray : EndToEnd {
+    bool trayAtStart() const override { return false; }
+};
+
+TEST_F(LateTray, ThePanelStandsAloneUntilATrayComesAndADamagedFileIsSetAside) {
+    REQUIRE_CONTROLLER();
+    const QString damaged = QStringLiteral("<plist><dict><key>Settings</key><dict>");  // cut short
+    writePreferences(damaged);
+    plug("generic.json", "one.json");
+    QProcess& application = startApplication();
+
+    // The damaged file is moved aside, not overwritten, and the application carries on.
+    ASSERT_TRUE(waitFor([&] { return log.camera(cameraFile("one.json")) == 1; }, 30000));
+    const auto setAside = [&] {
+        return QDir(config + "/orvella")
+            .entryList({QStringLiteral("org.orvella.Orvella.plist.corrupt-*")});
+    };
+    ASSERT_TRUE(waitFor([&] { return !setAside().isEmpty(); }, 10000));
+    QFile aside(config + "/orvella/" + setAside().first());
+    ASSERT_TRUE(aside.open(QIODevice::ReadOnly));
+    EXPECT_EQ(QString::fromUtf8(aside.readAll()), damaged);
+    // With no tray host the panel opens as a window, and says why.
+    ASSERT_TRUE(
+        waitFor([&] { return appOutput.contains("control panel opens as a window"); }, 20000));
+    const QDBusMessage visible = callApplication(QStringLiteral("IsPanelVisible"));
+    ASSERT_EQ(visible.type(), QDBusMessage::ReplyMessage) << visible.errorMessage().toStdString();
+    EXPECT_TRUE(visible.arguments().first().toBool());
+
+    // An XEmbed tray that turns up later gets the icon. (A StatusNotifierWatcher that comes late
+    // is not seen: Qt decides once per process whether to speak that protocol.)
+    if (QStandardPaths::findExecutable(QStringLiteral("trayer")).isEmpty()) {
+        stopCleanly(application);
+        GTEST_SKIP() << "trayer is not installed (Debian package trayer): no late tray to check";
+    }
+    QProcess& trayer = startProcess(
+        QStringLiteral("trayer"), {"--edge", "top", "--align", "right", "--widthtype", "request"});
+    ASSERT_TRUE(waitFor(
+        [&] { return appOutput.contains("A system tray appeared; the icon is there"); }, 20000))
+        << "the icon did not reach a tray that came after start";
+    EXPECT_EQ(trayer.state(), QProcess::Running);
+    stopCleanly(application);
 }
 
 }  // namespace
