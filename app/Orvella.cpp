@@ -64,12 +64,6 @@ class ProfilePopUpModel final : public QIdentityProxyModel {
     ProfileListModel& list_;
 };
 
-// A text of the string table, or the English one while the tables do not have the key yet.
-QString textOr(const char* key, const char* english) {
-    const QString text = ui::localized(key);
-    return text == QLatin1String(key) ? QString::fromUtf8(english) : text;
-}
-
 QMessageBox* alertOn(QWidget* window, QMessageBox::Icon icon, const char* message,
                      const QString& informative) {
     auto* box = new QMessageBox(window);
@@ -249,12 +243,9 @@ void Orvella::buildNoCameraBanner() {
     noCamera_ = new QWidget(window);
     noCamera_->setObjectName(QStringLiteral("mVwNoCamera"));
     auto* layout = new QHBoxLayout(noCamera_);
-    auto* label =
-        new QLabel(textOr("NoCameraFound",
-                          "No camera is connected. Plug in a UVC webcam, or try the demo camera."),
-                   noCamera_);
+    auto* label = new QLabel(ui::localized("NoCameraFound"), noCamera_);
     label->setWordWrap(true);
-    auto* button = new QPushButton(textOr("AddDemoCamera", "Add the demo camera"), noCamera_);
+    auto* button = new QPushButton(ui::localized("AddDemoCamera"), noCamera_);
     button->setObjectName(QStringLiteral("mBtnAddDemoCamera"));
     button->setVisible(false);
     layout->addWidget(label, 1);
@@ -306,6 +297,8 @@ void Orvella::applicationDidFinishLaunching() {
     }
     showHidePanelAndUpdateMenu();
     timer_.installTimerAfterLaunch();
+    // One line that scripts and benchmarks can wait for.
+    NSLog("Ready: %d camera(s), control panel %s", cameras_.size(), _panelOn ? "shown" : "hidden");
 }
 
 void Orvella::applicationWillBecomeActive() {

@@ -94,7 +94,9 @@ const QStringList& localizationKeys() {
         // Items of the two interval pop-ups, and the panel's own captions and tool tips.
         "Interval_Off", "1_Second", "2_Seconds", "5_Seconds", "10_Seconds", "Format", "FPS",
         "Move_Up", "Move_Down", "Move_Left", "Move_Right", "Move_Center", "Interval_Info",
-        "NoCamera"};
+        "NoCamera",
+        // The panel without a camera (the controller's banner).
+        "NoCameraFound", "AddDemoCamera"};
     return keys;
 }
 

@@ -4,7 +4,9 @@
 
 #include <QCheckBox>
 #include <QComboBox>
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QInputDialog>
 #include <QLineEdit>
 #include <QMessageBox>
@@ -55,6 +57,17 @@ int setCurCount(const virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t s
         if (request.bRequest == kSetCur && request.unit() == unit && request.selector() == selector)
             ++count;
     return count;
+}
+
+// The values written to a control of two bytes, in order.
+std::vector<int> writtenValues(const virtualcam::VirtualCamera& camera, uint8_t unit,
+                               uint8_t selector) {
+    std::vector<int> values;
+    for (const auto& request : camera.requests())
+        if (request.bRequest == kSetCur && request.unit() == unit &&
+            request.selector() == selector && request.data.size() == 2)
+            values.push_back(static_cast<int16_t>(request.data[0] | (request.data[1] << 8)));
+    return values;
 }
 
 int allSetCurCount(const virtualcam::VirtualCamera& camera) {
@@ -309,6 +322,7 @@ TEST_F(Controller, StartUpAppliesTheLastStateAndTheStartProfileOncePerCamera) {
     // Next start: the last state at plug-in, then the start profile when the panel shows it.
     auto camera = plug(fixture("generic.json"));
     start();
+    EXPECT_EQ(writtenValues(*camera, kPU, kBrightnessSelector), (std::vector<int>{2, 1}));
     EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
     EXPECT_EQ(popUpIndex(), 2);
     EXPECT_EQ(menuCheckedRow(), 2);
@@ -461,6 +475,117 @@ TEST_F(Controller, OrvellactlAndTheApplicationShareProfilesAndTheStoreSurvivesAR
     stop();
     ASSERT_TRUE(file.open(QIODevice::ReadOnly));
     EXPECT_EQ(file.readAll(), before);
+}
+
+}  // namespace
+}  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+TEST_F(Controller, BadSurroundingsLoseNothing) {
+    // A preferences file that is no property list: set aside, the application starts afresh.
+    QDir().mkpath(QFileInfo(storePath()).path());
+    {
+        QFile garbage(storePath());
+        ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
+        garbage.write("<plist><dict><key>Settings</key><array>");
+    }
+    auto camera = plug(fixture("generic.json"));
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> second;
+    plug(genericAt("0x14200000", "0x0777"), &second);
+    start();
+    EXPECT_FALSE(orvella->defaults().setAsidePath().isEmpty());
+    ASSERT_TRUE(orvella->qtCamera());
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
+
+    // The current camera goes away while the name dialog is open: the dialog goes with it and
+    // the other camera becomes current.
+    orvella->clickSaveNewProfile();
+    ASSERT_TRUE(orvella->sheet());
+    platform.removeCamera(platform.capture().devices().front());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(orvella->sheet(), nullptr);
+    ASSERT_TRUE(orvella->qtCamera());
+    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    expectListsInStep();
+    platform.removeCamera(second);
+    EXPECT_EQ(orvella->qtCamera(), nullptr);
+    orvella->clickSaveNewProfile();  // nothing to save without a camera
+    EXPECT_EQ(orvella->sheet(), nullptr);
+}
+
+TEST_F(Controller, WithoutATrayHostThePanelStaysOpenAsAWindow) {
+    {
+        settings::DefaultsStore store(storePath());
+        store.setBool(false, QStringLiteral("Show/Hide Control Panel"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    defaults = std::make_unique<settings::DefaultsStore>(storePath());
+    OrvellaOptions options;
+    options.trayAvailable = [] { return false; };
+    orvella = std::make_unique<Orvella>(*defaults, cameras, nullptr, options);
+    orvella->applicationDidFinishLaunching();
+    EXPECT_TRUE(orvella->panelOn());
+    EXPECT_TRUE(orvella->panel().window()->isVisible());
+    // Closing hides it; a second start (the bus) shows it again.
+    orvella->panel().window()->close();
+    EXPECT_FALSE(orvella->panel().window()->isVisible());
+    EXPECT_FALSE(orvella->isPanelVisible());
+    orvella->setPanelVisible(true);
+    EXPECT_TRUE(orvella->isPanelVisible());
+}
+
+}  // namespace
+}  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+TEST_F(Controller, ALifeCamStudioGetsItsStoredZoomStepByStepASecondAfterPlugIn) {
+    QByteArray lifeCam = fixture("motor-ptz.json");
+    lifeCam.replace("\"0x046d\"", "\"0x045e\"");
+    lifeCam.replace("\"0x0837\"", "\"0x0772\"");
+    auto first = plug(lifeCam);
+    start();
+    orvella->panel().row(SettingsID::kZoomAbsolute)->plusAction();
+    orvella->panel().row(SettingsID::kZoomAbsolute)->plusAction();  // last state: zoom 102
+
+    QByteArray another = lifeCam;
+    another.replace("\"0x14400000\"", "\"0x14500000\"");
+    auto second = plug(another);
+    constexpr uint8_t kCameraTerminal = 1, kZoomSelector = 0x0b;
+    EXPECT_EQ(writtenValues(*second, kCameraTerminal, kZoomSelector), std::vector<int>{102});
+    EXPECT_TRUE(orvella->panel().hasPendingZoom());
+    QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
+    const std::vector<int> steps = writtenValues(*second, kCameraTerminal, kZoomSelector);
+    ASSERT_GT(steps.size(), 3u);
+    EXPECT_EQ(steps.back(), 102);
+    EXPECT_EQ(second->currentValue(kCameraTerminal, kZoomSelector), 102);
+}
+
+}  // namespace
+}  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
+    {
+        settings::DefaultsStore store(storePath());
+        store.setInteger(2, QStringLiteral("UpdateSlider"));  // every second
+        ASSERT_TRUE(store.synchronize());
+    }
+    auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time is automatic
+    start();
+    EXPECT_EQ(ui().mPopUpdateSlider->currentData().toInt(), 2);
+    constexpr uint8_t kCameraTerminal = 1, kExposureTimeSelector = 0x04;
+    ASSERT_TRUE(camera->setCurrentValue(kCameraTerminal, kExposureTimeSelector, 700));
+    QTRY_COMPARE_WITH_TIMEOUT(orvella->panel().row(SettingsID::kExposureTimeAbsolute)->cur(),
+                              int64_t{700}, 5000);
+    // Refreshing reads; it writes nothing.
+    EXPECT_EQ(allSetCurCount(*camera), 0);
 }
 
 }  // namespace

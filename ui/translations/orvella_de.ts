@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>Keine Kamera angeschlossen</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>Keine Kamera angeschlossen. Schließen Sie eine UVC-Webcam an oder probieren Sie die Demo-Kamera aus.</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>Demo-Kamera hinzufügen</translation>
+    </message>
 </context>
 </TS>

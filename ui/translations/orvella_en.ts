@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>No camera connected</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>No camera is connected. Plug in a UVC webcam, or try the demo camera.</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>Add the Demo Camera</translation>
+    </message>
 </context>
 </TS>

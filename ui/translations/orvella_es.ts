@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>No hay ninguna cámara conectada</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>No hay ninguna cámara conectada. Conecte una cámara web UVC o pruebe la cámara de demostración.</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>Añadir la cámara de demostración</translation>
+    </message>
 </context>
 </TS>

@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>Aucune caméra branchée</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>Aucune caméra n'est branchée. Branchez une webcam UVC ou essayez la caméra de démonstration.</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>Ajouter la caméra de démonstration</translation>
+    </message>
 </context>
 </TS>

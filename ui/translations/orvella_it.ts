@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>Nessuna videocamera collegata</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>Nessuna videocamera collegata. Collega una webcam UVC o prova la videocamera dimostrativa.</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>Aggiungi la videocamera dimostrativa</translation>
+    </message>
 </context>
 </TS>

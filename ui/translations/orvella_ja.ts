@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>カメラが接続されていません</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>カメラが接続されていません。UVC ウェブカメラを接続するか、デモカメラをお試しください。</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>デモカメラを追加</translation>
+    </message>
 </context>
 </TS>

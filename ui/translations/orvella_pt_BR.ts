@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>Nenhuma câmera conectada</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>Nenhuma câmera conectada. Conecte uma webcam UVC ou experimente a câmera de demonstração.</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>Adicionar a câmera de demonstração</translation>
+    </message>
 </context>
 </TS>

@@ -338,5 +338,13 @@
         <source>NoCamera</source>
         <translation>未连接相机</translation>
     </message>
+    <message>
+        <source>NoCameraFound</source>
+        <translation>未连接摄像头。请接入 UVC 摄像头，或试用演示摄像头。</translation>
+    </message>
+    <message>
+        <source>AddDemoCamera</source>
+        <translation>添加演示摄像头</translation>
+    </message>
 </context>
 </TS>
