@@ -125,9 +125,9 @@ if [ ! -f "$GUEST/CMakeCache.txt" ]; then
     cmake -S "$SOURCE" -B "$GUEST" -G Ninja -DCMAKE_BUILD_TYPE=Release >"$WORK/guest-build.log" 2>&1 ||
         { cat "$WORK/guest-build.log"; die "cannot configure the guest build in $GUEST"; }
 fi
-cmake --build "$GUEST" --target orvellactl orvella-usbip-camera uvcreq >>"$WORK/guest-build.log" 2>&1 ||
+cmake --build "$GUEST" --target orvellactl orvella orvella-usbip-camera uvcreq >>"$WORK/guest-build.log" 2>&1 ||
     { tail -n 40 "$WORK/guest-build.log"; die "cannot build the guest programs"; }
-PROGRAMS=("$GUEST/tools/orvellactl" "$GUEST/tools/usbip-camera/orvella-usbip-camera" "$GUEST/tests/kernel/uvcreq")
+PROGRAMS=("$GUEST/tools/orvellactl" "$GUEST/app/orvella" "$GUEST/tools/usbip-camera/orvella-usbip-camera" "$GUEST/tests/kernel/uvcreq")
 [ -n "$UDEVDIR" ] && PROGRAMS+=("$UDEVDIR/bin/udevadm")
 
 # ---- The initramfs ----
@@ -140,15 +140,27 @@ for m in "${ORDER[@]}"; do
     cp "${MODULE[$m]}" "$ROOT/lib/modules/"
     echo "$m" >> "$ROOT/lib/modules/order"
 done
-for program in "${PROGRAMS[@]}"; do
-    cp "$program" "$ROOT/orvella/bin/"
-    # Every shared library at the path the dynamic loader looks for it.
-    for lib in $(ldd "$program" | awk '{ for (i = 1; i <= NF; ++i) if ($i ~ /^\//) print $i }'); do
+# Every shared library a program or plug-in needs, at the path the dynamic loader looks for it.
+libraries_of() {
+    for lib in $(ldd "$1" | awk '{ for (i = 1; i <= NF; ++i) if ($i ~ /^\//) print $i }'); do
         [ -e "$ROOT$lib" ] && continue
         mkdir -p "$ROOT$(dirname "$lib")"
         cp -L "$lib" "$ROOT$lib"
     done
+}
+for program in "${PROGRAMS[@]}"; do
+    cp "$program" "$ROOT/orvella/bin/"
+    libraries_of "$program"
 done
+# The application runs offscreen: Qt loads that platform plug-in from its plug-in folder.
+# (where Qt looks: beside its real library folder, /usr/lib/..., not the /lib that ldd may name).
+QT_LIBDIR=$(dirname "$(realpath "$(ldd "$GUEST/app/orvella" | awk '/libQt6Gui/ { print $3 }')")")
+OFFSCREEN=$QT_LIBDIR/qt6/plugins/platforms/libqoffscreen.so
+if [ -f "$OFFSCREEN" ]; then
+    mkdir -p "$ROOT$(dirname "$OFFSCREEN")"
+    cp -L "$OFFSCREEN" "$ROOT$OFFSCREEN"
+    libraries_of "$OFFSCREEN"
+fi
 cp "$SOURCE"/tests/fixtures/cameras/*.json "$SOURCE"/tests/kernel/cameras/*.json "$ROOT/orvella/cameras/"
 cp "$SOURCE"/tests/kernel/guest/*.sh "$ROOT/orvella/tests/"
 mkdir -p "$ROOT/orvella/udev"
