@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "fuzz/FuzzTarget.h"
+#include "platform/virtual/RequestLog.h"
 #include "platform/virtual/UsbWireDevice.h"
 #include "tools/usbip-camera/UsbipConnection.h"
 
@@ -49,7 +50,7 @@ ORVELLA_FUZZ_TARGET(usbip) {
     if (data[0] & 0x0F) camera->vanishOnRequest(data[0] & 0x0F);
     if (data[0] >> 4) camera->failOnRequest(data[0] >> 4, kIOReturnNotResponding);
     virtualcam::UsbWireDevice device(camera);
-    usbip::RequestLog log("");
+    virtualcam::RequestLog log("");
     usbip::UsbipConnection connection(device, log, 1);
 
     int fds[2];
