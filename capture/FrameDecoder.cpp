@@ -2,6 +2,8 @@
 
 #include <turbojpeg.h>
 
+#include <cstring>
+
 extern "C" {
 #include <libswscale/swscale.h>
 }
@@ -80,11 +82,22 @@ struct FrameDecoder::Private {
                 return false;
         }
         if (w <= 0 || h <= 0 || size.isEmpty() || frame.data.size() < needed) return false;
+        // libswscale's vector code reads whole blocks, up to a few dozen bytes past the end of
+        // a line; on the last line of a frame that ends where its memory ends, that read faults.
+        // Such a frame is converted from a copy with room behind it.
+        constexpr qsizetype kReadPadding = 64;
+        QByteArray padded;
+        const char* bytes = frame.data.constData();
+        if (frame.data.size() - needed < kReadPadding) {
+            padded = QByteArray(needed + kReadPadding, '\0');
+            std::memcpy(padded.data(), bytes, static_cast<size_t>(needed));
+            bytes = padded.constData();
+        }
         scaler = sws_getCachedContext(scaler, frame.width, frame.height, source, size.width(),
                                       size.height(), AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr,
                                       nullptr, nullptr);
         if (!scaler) return false;
-        const auto* base = reinterpret_cast<const uint8_t*>(frame.data.constData());
+        const auto* base = reinterpret_cast<const uint8_t*>(bytes);
         const uint8_t* planes[4] = {base, nullptr, nullptr, nullptr};
         if (source == AV_PIX_FMT_NV12) planes[1] = base + frame.bytesPerLine * h;
         uint8_t* destination[4] = {pixels, nullptr, nullptr, nullptr};

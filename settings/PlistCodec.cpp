@@ -79,9 +79,11 @@ QVariant fromNode(plist_t node) {
             return value;
         }
         case PLIST_STRING: {
-            char* value = nullptr;
-            plist_get_string_val(node, &value);
-            return takeString(value);
+            // By pointer and length: a string may hold NUL characters, which libplist's copying
+            // getter refuses with an assertion (aborting the program).
+            uint64_t length = 0;
+            const char* value = plist_get_string_ptr(node, &length);
+            return value ? QString::fromUtf8(value, static_cast<qsizetype>(length)) : QString();
         }
         case PLIST_DATA: {
             char* bytes = nullptr;
