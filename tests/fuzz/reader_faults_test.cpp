@@ -33,7 +33,8 @@ TEST(PreferencesReader, StringsHoldingNulRead) {
 // past the last line and faulted, whether the frame was converted whole or scaled for display.
 TEST(FrameDecoder, FramesEndingWhereTheirMemoryEndsConvert) {
     const long page = sysconf(_SC_PAGESIZE);
-    void* memory = mmap(nullptr, static_cast<size_t>(2 * page), PROT_READ | PROT_WRITE,
+    // Two pages, each followed by an unmapped one: the frame, and an image written after it.
+    void* memory = mmap(nullptr, static_cast<size_t>(4 * page), PROT_READ | PROT_WRITE,
                         MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     ASSERT_NE(memory, MAP_FAILED);
     ASSERT_EQ(mprotect(static_cast<char*>(memory) + page, static_cast<size_t>(page), PROT_NONE), 0);
@@ -64,11 +65,14 @@ TEST(FrameDecoder, FramesEndingWhereTheirMemoryEndsConvert) {
         EXPECT_TRUE(decoder.decodeInto(frame, &scaled, QSize(8, 4)));
         QImage store(QSize(8, 4), QImage::Format_RGB32);
         EXPECT_TRUE(decoder.decodeTo(frame, store.bits(), store.bytesPerLine(), QSize(8, 4)));
+        // Written against an unmapped page too: the converter wrote past the last line.
+        uchar* end = reinterpret_cast<uchar*>(memory) + 3 * page - 246 * 4 * 3;
+        EXPECT_TRUE(decoder.decodeTo(frame, end, 246 * 4, QSize(246, 3)));
         // One byte short is refused, not read past.
         frame.data = QByteArray::fromRawData(start + 1, s.bytes - 1);
         EXPECT_TRUE(decoder.toImage(frame).isNull());
     }
-    munmap(memory, static_cast<size_t>(2 * page));
+    munmap(memory, static_cast<size_t>(4 * page));
 }
 
 }  // namespace
