@@ -19,11 +19,13 @@ struct PlistFree {
 };
 using Owned = std::unique_ptr<void, PlistFree>;
 
-// libplist hands out malloc'ed strings.
-QString takeString(char* text) {
-    QString value = text ? QString::fromUtf8(text) : QString();
-    std::free(text);
-    return value;
+// A string node's text, as far as libplist keeps it (by pointer and length: a string may
+// hold NUL characters, which libplist's copying getter refuses with an assertion, aborting the
+// program).
+QString stringOf(plist_t node) {
+    uint64_t length = 0;
+    const char* text = node ? plist_get_string_ptr(node, &length) : nullptr;
+    return text ? QString::fromUtf8(text, static_cast<qsizetype>(length)) : QString();
 }
 
 QVariant fromNode(plist_t node) {
@@ -40,7 +42,8 @@ QVariant fromNode(plist_t node) {
                     std::free(key);
                     break;
                 }
-                const QString name = takeString(key);
+                const QString name = key ? QString::fromUtf8(key) : QString();
+                std::free(key);
                 const QVariant value = fromNode(item);
                 if (value.isValid()) map.insert(name, value);
             }
@@ -78,13 +81,8 @@ QVariant fromNode(plist_t node) {
             plist_get_real_val(node, &value);
             return value;
         }
-        case PLIST_STRING: {
-            // By pointer and length: a string may hold NUL characters, which libplist's copying
-            // getter refuses with an assertion (aborting the program).
-            uint64_t length = 0;
-            const char* value = plist_get_string_ptr(node, &length);
-            return value ? QString::fromUtf8(value, static_cast<qsizetype>(length)) : QString();
-        }
+        case PLIST_STRING:
+            return stringOf(node);
         case PLIST_DATA: {
             char* bytes = nullptr;
             uint64_t length = 0;
