@@ -209,6 +209,20 @@ std::optional<QVariantMap> parseDictionary(const QByteArray& bytes, QString* why
     const Owned owner(root);
     if (!root) return fail("it is not a property list");
     if (plist_get_node_type(root) != PLIST_DICT) return fail("its root is not a dictionary");
+    // libplist reads dictionary keys only through a getter that asserts (and so aborts the
+    // program) when a key's stored length runs past a NUL, which a binary list can declare. Its
+    // XML form cannot: a binary list is walked as the XML it writes, read back. Should that not
+    // read, the binary tree is walked as it is.
+    if (bytes.startsWith("bplist")) {
+        char* xml = nullptr;
+        uint32_t length = 0;
+        plist_to_xml(root, &xml, &length);
+        plist_t again = nullptr;
+        if (xml) plist_from_xml(xml, length, &again);
+        plist_to_xml_free(xml);
+        const Owned againOwner(again);
+        if (again && plist_get_node_type(again) == PLIST_DICT) return fromNode(again).toMap();
+    }
     return fromNode(root).toMap();
 }
 

@@ -20,7 +20,7 @@ namespace {
 // the two agree, which aborted the program. The files now read, each text as far as libplist
 // keeps it.
 TEST(PreferencesReader, StringsAndKeysHoldingNulRead) {
-    for (const char* name : {"string-with-nul"}) {
+    for (const char* name : {"string-with-nul", "key-with-nul"}) {
         SCOPED_TRACE(name);
         QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/../../fuzz/regressions/preferences/") +
                    QLatin1String(name));
