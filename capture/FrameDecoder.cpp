@@ -2,6 +2,9 @@
 
 #include <turbojpeg.h>
 
+#include <cstring>
+#include <vector>
+
 extern "C" {
 #include <libswscale/swscale.h>
 }
@@ -11,6 +14,7 @@ namespace orvella::capture {
 struct FrameDecoder::Private {
     tjhandle jpeg = nullptr;
     SwsContext* scaler = nullptr;
+    std::vector<uint8_t> scratch;  // the converter's output, before it is copied out
 
     ~Private() {
         if (jpeg) tjDestroy(jpeg);
@@ -80,17 +84,39 @@ struct FrameDecoder::Private {
                 return false;
         }
         if (w <= 0 || h <= 0 || size.isEmpty() || frame.data.size() < needed) return false;
+        // libswscale's vector code reads whole blocks, up to a few dozen bytes past the end of
+        // a line; on the last line of a frame that ends where its memory ends, that read faults.
+        // Such a frame is converted from a copy with room behind it.
+        constexpr qsizetype kReadPadding = 64;
+        QByteArray padded;
+        const char* bytes = frame.data.constData();
+        if (frame.data.size() - needed < kReadPadding) {
+            padded = QByteArray(needed + kReadPadding, '\0');
+            std::memcpy(padded.data(), bytes, static_cast<size_t>(needed));
+            bytes = padded.constData();
+        }
         scaler = sws_getCachedContext(scaler, frame.width, frame.height, source, size.width(),
                                       size.height(), AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr,
                                       nullptr, nullptr);
         if (!scaler) return false;
-        const auto* base = reinterpret_cast<const uint8_t*>(frame.data.constData());
+        const auto* base = reinterpret_cast<const uint8_t*>(bytes);
         const uint8_t* planes[4] = {base, nullptr, nullptr, nullptr};
         if (source == AV_PIX_FMT_NV12) planes[1] = base + frame.bytesPerLine * h;
-        uint8_t* destination[4] = {pixels, nullptr, nullptr, nullptr};
-        const int destinationStrides[4] = {static_cast<int>(bytesPerLine), 0, 0, 0};
-        return sws_scale(scaler, planes, strides, 0, frame.height, destination,
-                         destinationStrides) == size.height();
+        // The vector code writes whole blocks too, past the end of a line: the last line's
+        // overshoot would land behind the caller's memory. It writes into a buffer of its own
+        // with aligned lines and room behind, copied out line by line.
+        const qsizetype row = qsizetype(size.width()) * 4;
+        const qsizetype scratchStride = (row + 63) & ~qsizetype(63);
+        scratch.resize(static_cast<size_t>(scratchStride * size.height() + kReadPadding));
+        uint8_t* destination[4] = {scratch.data(), nullptr, nullptr, nullptr};
+        const int destinationStrides[4] = {static_cast<int>(scratchStride), 0, 0, 0};
+        if (sws_scale(scaler, planes, strides, 0, frame.height, destination, destinationStrides) !=
+            size.height())
+            return false;
+        for (int y = 0; y < size.height(); ++y)
+            std::memcpy(pixels + y * bytesPerLine, scratch.data() + y * scratchStride,
+                        static_cast<size_t>(row));
+        return true;
     }
 
     // The size `frame` decodes at for `target`; empty when it cannot be decoded.

@@ -19,11 +19,13 @@ struct PlistFree {
 };
 using Owned = std::unique_ptr<void, PlistFree>;
 
-// libplist hands out malloc'ed strings.
-QString takeString(char* text) {
-    QString value = text ? QString::fromUtf8(text) : QString();
-    std::free(text);
-    return value;
+// A string node's text, as far as libplist keeps it (by pointer and length: a string may
+// hold NUL characters, which libplist's copying getter refuses with an assertion, aborting the
+// program).
+QString stringOf(plist_t node) {
+    uint64_t length = 0;
+    const char* text = node ? plist_get_string_ptr(node, &length) : nullptr;
+    return text ? QString::fromUtf8(text, static_cast<qsizetype>(length)) : QString();
 }
 
 QVariant fromNode(plist_t node) {
@@ -40,7 +42,8 @@ QVariant fromNode(plist_t node) {
                     std::free(key);
                     break;
                 }
-                const QString name = takeString(key);
+                const QString name = key ? QString::fromUtf8(key) : QString();
+                std::free(key);
                 const QVariant value = fromNode(item);
                 if (value.isValid()) map.insert(name, value);
             }
@@ -78,11 +81,8 @@ QVariant fromNode(plist_t node) {
             plist_get_real_val(node, &value);
             return value;
         }
-        case PLIST_STRING: {
-            char* value = nullptr;
-            plist_get_string_val(node, &value);
-            return takeString(value);
-        }
+        case PLIST_STRING:
+            return stringOf(node);
         case PLIST_DATA: {
             char* bytes = nullptr;
             uint64_t length = 0;
@@ -209,6 +209,20 @@ std::optional<QVariantMap> parseDictionary(const QByteArray& bytes, QString* why
     const Owned owner(root);
     if (!root) return fail("it is not a property list");
     if (plist_get_node_type(root) != PLIST_DICT) return fail("its root is not a dictionary");
+    // libplist reads dictionary keys only through a getter that asserts (and so aborts the
+    // program) when a key's stored length runs past a NUL, which a binary list can declare. Its
+    // XML form cannot: a binary list is walked as the XML it writes, read back. Should that not
+    // read, the binary tree is walked as it is.
+    if (bytes.startsWith("bplist")) {
+        char* xml = nullptr;
+        uint32_t length = 0;
+        plist_to_xml(root, &xml, &length);
+        plist_t again = nullptr;
+        if (xml) plist_from_xml(xml, length, &again);
+        plist_to_xml_free(xml);
+        const Owned againOwner(again);
+        if (again && plist_get_node_type(again) == PLIST_DICT) return fromNode(again).toMap();
+    }
     return fromNode(root).toMap();
 }
 

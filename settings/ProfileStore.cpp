@@ -4,7 +4,9 @@
 #include <QFileInfo>
 #include <algorithm>
 
+#include "camera/ControlValues.h"
 #include "platform/Log.h"
+#include "platform/UvcProtocol.h"
 #include "settings/DefaultsKeys.h"
 
 namespace orvella::settings {
@@ -14,6 +16,29 @@ namespace {
 // The Microsoft LifeCam Studio, whose zoom is stepped up to a stored value.
 constexpr uint16_t kLifeCamStudioVendor = 0x045E;
 constexpr uint16_t kLifeCamStudioProduct = 0x0772;
+
+// A record holds the camera's state as last read. A USB camera that has gone away or stopped
+// answering may have been read only in part (probing or status reads cut short), and a record of
+// it would replace the user's settings with that half-read state, so nothing is written from it.
+// One read of the VideoControl interface's request error code tells: any answer, a stall
+// included, means the camera is there and listening.
+bool answers(QTCamera& camera) {
+    if (usesMediaDevice(camera)) return true;
+    uint16_t vendor = 0;
+    if (camera.controlInterface &&
+        camera.controlInterface->getDeviceVendor(vendor) != kIOReturnNoDevice) {
+        constexpr int32_t kRequestErrorCodeControl = 0x02;
+        long code = 0;
+        const IOReturn status =
+            camera.getDataFor(uvc::GET_CUR, 1, kRequestErrorCodeControl, 0, &code);
+        if (status != kIOReturnNoDevice && (static_cast<uint32_t>(status) | 0xE0000000u) !=
+                                               static_cast<uint32_t>(kIOReturnNotResponding))
+            return true;
+    }
+    NSLog("Settings of %s not written: the camera is gone or does not answer",
+          qPrintable(camera.displayName()));
+    return false;
+}
 
 bool isAppDefault(const QVariant& record) {
     const QVariant flag = record.toMap().value(keys::kAppDefault);
@@ -130,6 +155,7 @@ QStringList ProfileStore::models() const {
 
 bool ProfileStore::saveSettings(const QString& name, bool isAppDefaultRecord, QTCamera& camera,
                                 QTCamera* currentCamera) {
+    if (!answers(camera)) return false;
     SettingsRecord record{{keys::kSettingsName, name}};
     allSettingsDict(record, camera, currentCamera);
     if (isAppDefaultRecord) record.insert(keys::kAppDefault, true);
@@ -153,6 +179,7 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
         outcome.result = SaveResult::BlankName;
         return outcome;
     }
+    if (!answers(camera)) return outcome;
     SettingsRecord record{{keys::kSettingsName, outcome.name}};
     allSettingsDict(record, camera, currentCamera);
     const QString model = camera.modelUniqueID();
@@ -184,7 +211,7 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
 }
 
 bool ProfileStore::updateSettings(int32_t settingsID, QTCamera* currentCamera) {
-    if (!currentCamera) return false;
+    if (!currentCamera || !answers(*currentCamera)) return false;
     QTCamera& camera = *currentCamera;
     const QString model = camera.modelUniqueID();
     return defaults_.modify([&] {
@@ -223,10 +250,8 @@ ProfileStore::AppDefaultOutcome ProfileStore::loadAppDefault(QTCamera& camera,
             camera.productID() == kLifeCamStudioProduct && zoom.typeId() == QMetaType::LongLong)
             outcome.steppedZoomTarget = static_cast<long>(zoom.toLongLong());
     }
-    if (!found) {
-        saveSettings(QString(keys::kAppDefaultName), true, camera, currentCamera);
-        outcome.created = true;
-    }
+    if (!found)
+        outcome.created = saveSettings(QString(keys::kAppDefaultName), true, camera, currentCamera);
     return outcome;
 }
 
@@ -252,7 +277,7 @@ bool ProfileStore::applyProfile(const QString& model, int listIndex, QTCamera& c
 
 bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* currentCamera,
                                  const SettingsRecord* shown) {
-    if (listIndex < kFirstProfileIndex) return false;
+    if (listIndex < kFirstProfileIndex || !answers(camera)) return false;
     const QString model = camera.modelUniqueID();
     bool updated = false;
     int updatedIndex = -1;

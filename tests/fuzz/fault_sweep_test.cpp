@@ -6,10 +6,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QTemporaryDir>
 #include <functional>
 #include <string>
 
 #include "fuzz/NewCamera.h"
+#include "settings/DefaultsStore.h"
+#include "settings/ProfileStore.h"
 #include "support/VirtualRig.h"
 #include "tools/CtlControls.h"
 
@@ -29,8 +32,7 @@ struct SweepStep {
     IOReturn lastRead = kIOReturnSuccess;          // a read made after everything else
 };
 
-// Checks every step must pass. More join as the parts above the camera core arrive: a camera
-// that fails half-way through being read must leave nothing in the preferences store, say.
+// Checks every step must pass.
 using StepCheck = std::function<void(const SweepStep&)>;
 
 // Runs the application's sequence on a fresh copy of `fixture` with `inject` applied.
@@ -89,12 +91,34 @@ void requestsBeforeTheFaultAnswered(const SweepStep& step) {
         EXPECT_NE(step.controlRequests[i].status, kIOReturnNoDevice);
 }
 
+// A camera that failed half-way through being read leaves nothing in the preferences store when
+// the application then does what it does with a camera that appeared (apply the model's last
+// state, which creates it when there is none) and with a change (refresh the last state).
+void nothingStoredFromHalfReadCamera(const SweepStep& step) {
+    QTemporaryDir dir;
+    ASSERT_TRUE(dir.isValid());
+    const QString path = dir.filePath(QStringLiteral("preferences.plist"));
+    QTCamera& camera = *step.run->camera();
+    {
+        settings::DefaultsStore store(path);
+        settings::ProfileStore profiles(store);
+        const auto outcome = profiles.loadAppDefault(camera, &camera, &step.run->clock());
+        EXPECT_FALSE(outcome.created);
+        EXPECT_FALSE(profiles.updateSettings(settings::kAllSettings, &camera));
+        EXPECT_FALSE(profiles.saveSettings(QStringLiteral("Evening"), false, camera, &camera));
+    }
+    settings::DefaultsStore reread(path);
+    EXPECT_TRUE(reread.persistentDomain().isEmpty())
+        << "written: " << reread.persistentDomain().keys().join(u',').toStdString();
+}
+
 class FaultSweep : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(FaultSweep, CameraVanishingAtEachRequestIsReportedGone) {
     Sweep sweep{GetParam()};
     sweep.sweep([](virtualcam::VirtualCamera& device, int at) { device.vanishOnRequest(at); },
-                {requestsBeforeTheFaultAnswered, [](const SweepStep& step) {
+                {requestsBeforeTheFaultAnswered, nothingStoredFromHalfReadCamera,
+                 [](const SweepStep& step) {
                      // Gone for good: the camera says so, every later request failed, and the
                      // core asked a vanished device no more than one that merely refuses (no
                      // retries on "no device").
@@ -112,7 +136,8 @@ TEST_P(FaultSweep, CameraFallingSilentAtEachRequestFailsItsRequests) {
     Sweep sweep{GetParam()};
     sweep.sweep([](virtualcam::VirtualCamera& device,
                    int at) { device.failOnRequest(at, kIOReturnNotResponding); },
-                {requestsBeforeTheFaultAnswered, [](const SweepStep& step) {
+                {requestsBeforeTheFaultAnswered, nothingStoredFromHalfReadCamera,
+                 [](const SweepStep& step) {
                      EXPECT_EQ(step.lastRead, kIOReturnNotResponding);
                      // A silent camera is woken and asked exactly once more, then the request
                      // fails: from the fault on, requests come in identical pairs.
