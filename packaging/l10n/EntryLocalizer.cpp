@@ -11,8 +11,8 @@ const QRegularExpression& placeholderPattern() {
     return pattern;
 }
 
-// Desktop entry values: backslash, control characters and a leading space are escaped
-// (Desktop Entry Specification, "Possible value types").
+// Desktop entry values: backslash, control characters and a leading space are escaped, as the
+// freedesktop.org desktop-entry format asks of its string values.
 QString escapeDesktop(const QString& text) {
     QString out;
     for (const QChar c : text) {
