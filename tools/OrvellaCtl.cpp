@@ -522,7 +522,7 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
         return fail(err, {QStringLiteral("--json goes with show only"), kExitUsage});
     if (options.all && command->run != commandApplyLast)
         return fail(err, {QStringLiteral("--all goes with apply-last only"), kExitUsage});
-    usbip::RequestLog requestLog(options.requestLog.toLocal8Bit().toStdString());
+    virtualcam::RequestLog requestLog(options.requestLog.toLocal8Bit().toStdString());
     if (!options.requestLog.isEmpty() && !requestLog.isOpen())
         return fail(err,
                     {QStringLiteral("cannot open %1 for the request log").arg(options.requestLog)});

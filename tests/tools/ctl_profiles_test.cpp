@@ -91,12 +91,12 @@ TEST(OrvellaCtlProfiles, AProfileSavedOnOneSideIsListedAndAppliedOnTheOther) {
     settings::loadSettings(*app.profileAt(cam.camera->modelUniqueID(), 2), *fresh.camera);
     QStringList expected;
     for (const auto& r : fresh.device->requests())
-        expected << QString::fromStdString(usbip::RequestLog::transferLine(
+        expected << QString::fromStdString(virtualcam::RequestLog::transferLine(
             1,
             {r.bmRequestType, r.bRequest, uint8_t(r.wValue), uint8_t(r.wValue >> 8),
              uint8_t(r.wIndex), uint8_t(r.wIndex >> 8), uint8_t(r.wLength),
              uint8_t(r.wLength >> 8)},
-            r.data, tools::requestOutcome(r.status)));
+            r.data, virtualcam::RequestLog::outcomeFor(r.status)));
     EXPECT_EQ(setCurLines(lines(log)), setCurLines(expected));
     EXPECT_TRUE(lines(log).contains("1 21 01 0200 0200 2 1900 ok"));  // Brightness 25
     // The last state followed the profile.
