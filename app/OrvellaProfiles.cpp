@@ -1,0 +1,269 @@
+// The controller's profile and preference flows: the window-modal dialogs on the panel (save,
+// name conflict, delete, the two interval explanations), choosing, updating and starring profiles,
+// reset to the camera's defaults, and the Preferences tab's actions.
+#include <QComboBox>
+#include <QDialog>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
+
+#include "app/Orvella.h"
+#include "camera/QTCamera.h"
+#include "platform/Log.h"
+#include "settings/ProfileListModel.h"
+#include "settings/SettingsRecord.h"
+#include "ui/ControlPanel.h"
+#include "ui/Localization.h"
+#include "ui/ProfileItemRoles.h"
+#include "ui/StatusBar.h"
+#include "ui/StatusMenu.h"
+#include "ui_ControlPanel.h"
+
+namespace orvella::app {
+
+namespace {
+
+QMessageBox* alertOn(QWidget* window, QMessageBox::Icon icon, const char* message,
+                     const QString& informative) {
+    auto* box = new QMessageBox(window);
+    box->setObjectName(QLatin1String(message));
+    box->setIcon(icon);
+    box->setText(ui::localized(message));
+    box->setInformativeText(informative);
+    box->setWindowModality(Qt::WindowModal);
+    box->setAttribute(Qt::WA_DeleteOnClose);
+    return box;
+}
+
+}  // namespace
+
+// ---- Dialogs ----
+
+void Orvella::showSheet(QDialog* dialog, std::function<void(int)> done) {
+    endSheet();
+    sheet_ = dialog;
+    menu_->setSheetOpen(true);
+    connect(dialog, &QDialog::finished, this, [this, dialog, done = std::move(done)](int result) {
+        if (sheet_ == dialog) {
+            sheet_ = nullptr;
+            menu_->setSheetOpen(false);
+        }
+        if (done) done(result);
+    });
+    dialog->open();
+}
+
+void Orvella::endSheet() {
+    if (QDialog* open = sheet_) {
+        sheet_ = nullptr;
+        menu_->setSheetOpen(false);
+        open->disconnect(this);
+        open->reject();
+    }
+}
+
+void Orvella::clickSaveNewProfile() {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    Ui::ControlPanel& ui = panel_->outlets();
+    auto* dialog = new QInputDialog(panel_->window());
+    dialog->setObjectName(QStringLiteral("SaveNewProfile"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowModality(Qt::WindowModal);
+    dialog->setWindowTitle(ui::localized("SaveNewProfile"));
+    dialog->setLabelText(
+        ui::localized("SaveNewProfile") + QStringLiteral("\n\n") +
+        ui::localizedFormat("SaveCurrentSettingsInfo", ui.mPopProfile->currentText()));
+    dialog->setOkButtonText(ui::localized("SaveBtn"));
+    dialog->setCancelButtonText(ui::localized("CancelBtn"));
+    dialog->setTextValue(QString());
+    if (auto* field = dialog->findChild<QLineEdit*>()) {
+        field->setFixedSize(300, 22);
+        field->setPlaceholderText(ui::localized("ProfileName"));
+    }
+    showSheet(dialog, [this, dialog](int result) {
+        if (result != QDialog::Accepted) return;
+        QTCamera* current = qtCamera();
+        if (!current) return;
+        const QString typed = dialog->textValue();
+        const auto outcome = profiles_.saveNewProfile(typed, *current, current);
+        switch (outcome.result) {
+            case settings::ProfileStore::SaveResult::Saved:
+                panel_->enableDisableProfileButton();
+                break;
+            case settings::ProfileStore::SaveResult::BlankName:
+            case settings::ProfileStore::SaveResult::NotWritten:
+                break;
+            case settings::ProfileStore::SaveResult::NameTaken: {
+                // After this dialog is gone, the conflict; its OK brings the name dialog back.
+                QTimer::singleShot(0, this, [this, name = outcome.name] {
+                    QMessageBox* box =
+                        alertOn(panel_->window(), QMessageBox::Warning, "ProfileConfilict",
+                                ui::localizedFormat("ProfileConfilictInfo", name));
+                    box->addButton(ui::localized("OKBtn"), QMessageBox::AcceptRole);
+                    showSheet(box, [this](int) {
+                        QTimer::singleShot(0, this, &Orvella::clickSaveNewProfile);
+                    });
+                });
+                break;
+            }
+        }
+    });
+}
+
+void Orvella::clickUpdateProfile() {
+    QTCamera* camera = qtCamera();
+    const int row = profileList_.currentRow();
+    if (!camera || !profileList_.isProfileRow(row)) return;
+    const std::optional<settings::SettingsRecord> shown = profileList_.recordAt(row);
+    profiles_.updateProfile(row, *camera, camera, shown ? &*shown : nullptr);
+    panel_->enableDisableProfileButton();
+}
+
+void Orvella::clickDeleteProfile() {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Critical, "DeleteProfile",
+                               ui::localizedFormat("DeleteSavedSettingsInfo",
+                                                   panel_->outlets().mPopProfile->currentText()));
+    QPushButton* remove = box->addButton(ui::localized("DeleteBtn"), QMessageBox::AcceptRole);
+    box->addButton(ui::localized("CancelBtn"), QMessageBox::RejectRole);
+    box->setDefaultButton(remove);
+    showSheet(box, [this, box, remove](int) {
+        if (box->clickedButton() != remove) return;
+        QTCamera* current = qtCamera();
+        if (!current) return;
+        const int row = profileList_.currentRow();
+        const std::optional<settings::SettingsRecord> shown = profileList_.recordAt(row);
+        profiles_.deleteSettings(current->modelUniqueID(), row, shown ? &*shown : nullptr);
+        panel_->enableDisableProfileButton();
+    });
+}
+
+void Orvella::clickLoadAtStart() {
+    const int row = panel_->outlets().mPopProfile->currentIndex();
+    if (!qtCamera() || row < 0 || row == settings::ProfileListModel::kSeparatorRow) return;
+    profileList_.markLoadAtStart(row);
+    panel_->outlets().mBtnLoadAtStart->setEnabled(false);
+}
+
+void Orvella::clickResetToDefault() {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    profileList_.setCurrentRow(settings::ProfileListModel::kCameraDefaultRow);
+    // Resetting the camera switches launch at login off as well.
+    panel_->outlets().mBtnLaunchAtLogin->setChecked(false);
+    preferences_.switchOffLaunchAtLogin();
+    camera->setDefaults();
+    refreshPanelValues();
+    updateSettings(0);
+}
+
+void Orvella::selectProfile(int row) {
+    QTCamera* camera = qtCamera();
+    if (!camera) return;
+    if (row == settings::ProfileListModel::kCameraDefaultRow) {
+        profileList_.setCurrentRow(row);
+        return;
+    }
+    if (!profileList_.isProfileRow(row)) {
+        followProfileRow();
+        return;
+    }
+    profileList_.setCurrentRow(row);
+    profiles_.applyProfile(profileList_.model(), row, *camera);
+    refreshPanelValues();
+    updateSettings(0);
+}
+
+void Orvella::updateSettings(int32_t settingsID) {
+    profiles_.updateSettings(settingsID, qtCamera());
+}
+
+void Orvella::buildProfileLists() {
+    QTCamera* camera = qtCamera();
+    if (!camera) {
+        profileList_.clear();
+        return;
+    }
+    const bool applied = camera->bLoadAtStart();
+    const int row = profileList_.showModel(camera->modelUniqueID(), applied);
+    camera->setBLoadAtStart(true);
+    // The start profile is applied once per camera object; the camera default applies nothing.
+    if (!applied && profileList_.isProfileRow(row)) {
+        profiles_.applyProfile(camera->modelUniqueID(), row, *camera);
+        profiles_.updateSettings(0, camera);
+        panel_->loadSupportedControlUVCValue();
+    }
+}
+
+void Orvella::refreshPanelValues() {
+    if (!qtCamera()) return;
+    panel_->loadSupportedControlUVCValue();
+    panel_->disableAutoControl();
+}
+
+void Orvella::followProfileRow() {
+    QComboBox* pop = panel_->outlets().mPopProfile;
+    const int row = profileList_.currentRow();
+    if (pop->currentIndex() != row) pop->setCurrentIndex(row);
+    panel_->enableDisableProfileButton();
+}
+
+void Orvella::followCameraRow() {
+    QComboBox* pop = panel_->outlets().mPopCamera;
+    const int popRow = cameras_.popUpRowForRow(cameras_.currentRow());
+    if (pop->currentIndex() != popRow) pop->setCurrentIndex(popRow);
+    pop->setEnabled(cameras_.size() > 0);
+    if (noCamera_) noCamera_->setVisible(cameras_.size() == 0);
+}
+
+// ---- Preferences tab ----
+
+void Orvella::clickLaunchAtLogin(bool on) {
+    preferences_.clickLaunchAtLogin(on);
+}
+
+void Orvella::selectBWMenuIcon(bool on) {
+    setMenuIcon(on);
+}
+
+void Orvella::clickHideMenuBarIcon(bool hidden) {
+    Ui::ControlPanel& ui = panel_->outlets();
+    if (hidden) {
+        removeStatusBar();
+        ui.mBtnBWMenuIcon->setEnabled(false);
+    } else {
+        installStatusBar();
+        ui.mBtnBWMenuIcon->setEnabled(true);
+    }
+    preferences_.clickHideMenuBarIcon(hidden);
+}
+
+void Orvella::selectUpdateSlider(int tag) {
+    preferences_.selectUpdateSlider(tag);
+    timer_.setUpdateSliderTicks(tag);
+}
+
+void Orvella::selectReconfigureWebcam(int tag) {
+    preferences_.selectReconfigureWebcam(tag);
+    timer_.setReconfigureWebcamTicks(tag);
+}
+
+void Orvella::clickReadIntervalInfo() {
+    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Information, "UpdateSlider",
+                               ui::nameFormat("ReadIntervalInfoWS"));
+    box->addButton(ui::localized("OKBtn"), QMessageBox::AcceptRole);
+    showSheet(box, {});
+}
+
+void Orvella::clickWriteIntervalInfo() {
+    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Information, "ReconfigureWebcam",
+                               ui::nameFormat("WriteIntervalInfo"));
+    box->addButton(ui::localized("OKBtn"), QMessageBox::AcceptRole);
+    showSheet(box, {});
+}
+
+}  // namespace orvella::app
