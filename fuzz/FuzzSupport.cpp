@@ -7,6 +7,7 @@
 
 #include "fuzz/FuzzTarget.h"
 #include "platform/Log.h"
+#include "platform/virtual/VirtualCamera.h"
 
 namespace orvella::fuzz {
 
@@ -36,6 +37,19 @@ std::vector<std::pair<std::string, Bytes>> fixtureFiles(const std::string& dir) 
     }
     std::sort(files.begin(), files.end());
     return files;
+}
+
+std::vector<std::pair<std::string, std::shared_ptr<virtualcam::VirtualCamera>>> fixtureCameras(
+    const std::string& dir) {
+    std::vector<std::pair<std::string, std::shared_ptr<virtualcam::VirtualCamera>>> cameras;
+    for (const auto& [name, json] : fixtureFiles(dir)) {
+        auto camera = virtualcam::VirtualCamera::fromJson(
+            QByteArray(reinterpret_cast<const char*>(json.data()),
+                       static_cast<qsizetype>(json.size())),
+            nullptr);
+        if (camera) cameras.emplace_back(name, std::move(camera));
+    }
+    return cameras;
 }
 
 void prepare() {

@@ -10,9 +10,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace orvella::virtualcam {
+class VirtualCamera;
+}
 
 namespace orvella::fuzz {
 
@@ -43,6 +48,9 @@ struct TargetRegistrar {
 
 // The camera definitions in `dir` (*.json, by file name), for making seeds.
 std::vector<std::pair<std::string, Bytes>> fixtureFiles(const std::string& dir);
+// The same definitions as virtual cameras, leaving out any that does not load.
+std::vector<std::pair<std::string, std::shared_ptr<virtualcam::VirtualCamera>>> fixtureCameras(
+    const std::string& dir);
 
 // Silences the core's trace (a fuzzer runs millions of cameras); called before every input.
 void prepare();

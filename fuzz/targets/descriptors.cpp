@@ -14,12 +14,7 @@ ORVELLA_FUZZ_TARGET(descriptors) {
 
 ORVELLA_FUZZ_SEEDS(descriptors) {
     std::vector<fuzz::Seed> seeds;
-    for (const auto& [name, json] : fuzz::fixtureFiles(fixtures)) {
-        auto camera = virtualcam::VirtualCamera::fromJson(
-            QByteArray(reinterpret_cast<const char*>(json.data()),
-                       static_cast<qsizetype>(json.size())),
-            nullptr);
-        if (!camera) continue;
+    for (const auto& [name, camera] : fuzz::fixtureCameras(fixtures)) {
         fuzz::Bytes block;
         for (const auto& interface : camera->interfaces())
             for (const auto& descriptor : interface.descriptors)

@@ -24,13 +24,7 @@ ORVELLA_FUZZ_SEEDS(device) {
     std::vector<fuzz::Seed> seeds;
     // Each fixture as it is, with a few writes; then failing at an early and at a late request.
     const std::vector<fuzz::ControlWrite> writes = {{0, 10}, {11, 1}, {16, 0x7FFFFFFF}, {20, 2}};
-    for (const auto& [name, json] : fuzz::fixtureFiles(fixtures)) {
-        QString error;
-        auto camera = virtualcam::VirtualCamera::fromJson(
-            QByteArray(reinterpret_cast<const char*>(json.data()),
-                       static_cast<qsizetype>(json.size())),
-            &error);
-        if (!camera) continue;
+    for (const auto& [name, camera] : fuzz::fixtureCameras(fixtures)) {
         fuzz::Bytes plain = fuzz::encodeDevice(*camera, writes);
         seeds.push_back({name, plain});
         seeds.push_back({name + "-defaults", fuzz::encodeDevice(*camera, {}, true)});

@@ -113,13 +113,7 @@ ORVELLA_FUZZ_SEEDS(preferences) {
         Preferences preferences(store);
         preferences.initDefaults();
         ProfileStore profiles(store);
-        for (const auto& [name, json] : fuzz::fixtureFiles(fixtures)) {
-            QString error;
-            auto device = virtualcam::VirtualCamera::fromJson(
-                QByteArray(reinterpret_cast<const char*>(json.data()),
-                           static_cast<qsizetype>(json.size())),
-                &error);
-            if (!device) continue;
+        for (const auto& [name, device] : fuzz::fixtureCameras(fixtures)) {
             fuzz::NewCamera run(device);
             QTCamera* camera = run.bringUp();
             if (!camera) continue;

@@ -28,12 +28,8 @@ ORVELLA_FUZZ_TARGET(sysfs_descriptors) {
 
 ORVELLA_FUZZ_SEEDS(sysfs_descriptors) {
     std::vector<fuzz::Seed> seeds;
-    for (const auto& [name, json] : fuzz::fixtureFiles(fixtures)) {
-        auto camera = virtualcam::VirtualCamera::fromJson(
-            QByteArray(reinterpret_cast<const char*>(json.data()),
-                       static_cast<qsizetype>(json.size())),
-            nullptr);
-        if (camera) seeds.push_back({name, virtualcam::UsbDeviceDescriptors(*camera).sysfsBlob()});
+    for (const auto& [name, camera] : fuzz::fixtureCameras(fixtures)) {
+        seeds.push_back({name, virtualcam::UsbDeviceDescriptors(*camera).sysfsBlob()});
     }
     return seeds;
 }
