@@ -4,15 +4,21 @@
 . /orvella/tests/lib.sh
 start_cameras $CAMERAS/generic.json || finish
 
-uvcreq --stream YUYV 640x480 3 > /tmp/yuyv.txt 2>&1
-expect "three YUYV frames of 640 x 480 x 2 bytes" \
-    "$(grep -c '^frame [0-9]* YUYV 640x480 614400 ok$' /tmp/yuyv.txt)" 3
-grep -q '^streamed 3$' /tmp/yuyv.txt || cat /tmp/yuyv.txt
+# at_least N COUNT: "yes" when COUNT >= N, else what was counted.
+at_least() { if [ "$2" -ge "$1" ]; then echo yes; else echo "only $2"; fi; }
 
-uvcreq --stream MJPG 1280x720 3 > /tmp/mjpg.txt 2>&1
-expect "three whole MJPEG frames of 1280 x 720" \
-    "$(grep -c '^frame [0-9]* MJPG 1280x720 [0-9]* ok$' /tmp/mjpg.txt)" 3
-grep -q '^streamed 3$' /tmp/mjpg.txt || cat /tmp/mjpg.txt
+# Under emulation the guest can fall behind the isochronous schedule, and uvcvideo then hands over
+# a frame with packets missing, as it does on a busy real machine; so six frames are taken and
+# three of them must be whole.
+uvcreq --stream YUYV 640x480 6 > /tmp/yuyv.txt 2>&1
+expect "three whole YUYV frames of 640 x 480 x 2 bytes in six" \
+    "$(at_least 3 "$(grep -c '^frame [0-9]* YUYV 640x480 614400 ok$' /tmp/yuyv.txt)")" yes
+grep -q '^streamed 6$' /tmp/yuyv.txt || cat /tmp/yuyv.txt
+
+uvcreq --stream MJPG 1280x720 6 > /tmp/mjpg.txt 2>&1
+expect "three whole MJPEG frames of 1280 x 720 in six" \
+    "$(at_least 3 "$(grep -c '^frame [0-9]* MJPG 1280x720 [0-9]* ok$' /tmp/mjpg.txt)")" yes
+grep -q '^streamed 6$' /tmp/mjpg.txt || cat /tmp/mjpg.txt
 
 # The whole capture path: orvellactl's still image of the camera's picture, as PNG.
 check "orvellactl snapshot through uvcvideo" orvellactl snapshot /tmp/still.png --format 1280x720
