@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/CaptureStream.h"
+#include "platform/ControlEvents.h"
 
 namespace orvella::platform {
 
@@ -37,6 +38,13 @@ class CaptureDevice {
     virtual std::vector<CaptureFormatDescription> formatDescriptions() const = 0;
     // A new stream on this device (not yet opened); null when the device cannot stream.
     virtual std::unique_ptr<CaptureStream> createStream() { return nullptr; }
+    // Starts (or, with nullptr, stops) telling `observer` (borrowed) when other programs open or
+    // close this device, on the calling thread's event loop. False when the device cannot be
+    // watched (the reason is logged once by the backend); the observer is then not kept.
+    virtual bool setCaptureUseObserver(CaptureUseObserver* observer) {
+        (void)observer;
+        return false;
+    }
 };
 
 // Told about capture devices that connect or disconnect (on the thread that owns the system).

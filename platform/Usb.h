@@ -9,6 +9,7 @@
 #include <optional>
 #include <vector>
 
+#include "platform/ControlEvents.h"
 #include "platform/IOReturn.h"
 
 namespace orvella::platform {
@@ -51,6 +52,13 @@ class UsbInterface {
     virtual std::vector<Descriptor> classSpecificDescriptors() = 0;
     // A synchronous request on the given pipe (0 = the default control pipe).
     virtual IOReturn controlRequest(uint8_t pipe, ControlRequest& request) = 0;
+    // Starts (or, with nullptr, stops) telling `observer` (borrowed) about controls that change
+    // behind this process's back, on the calling thread's event loop. False when this interface
+    // cannot tell (the reason is logged once by the backend); the observer is then not kept.
+    virtual bool setControlChangeObserver(ControlChangeObserver* observer) {
+        (void)observer;
+        return false;
+    }
 };
 
 // An interface as the device's interface iterator delivers it, before a handle exists.
