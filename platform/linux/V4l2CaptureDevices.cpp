@@ -56,6 +56,16 @@ std::unique_ptr<platform::CaptureStream> V4l2CaptureDevice::createStream() {
     return std::make_unique<V4l2CaptureStream>(devicePath_, opener_);
 }
 
+bool V4l2CaptureDevice::setCaptureUseObserver(platform::CaptureUseObserver* observer) {
+    useWatch_.reset();
+    if (!observer) return true;
+    auto watch = std::make_unique<NodeUseWatch>(
+        [observer](int foreignOpens) { observer->captureUseChanged(foreignOpens); });
+    if (!watch->start(devicePath_)) return false;
+    useWatch_ = std::move(watch);
+    return true;
+}
+
 std::optional<std::string> V4l2CaptureDevice::accessProblem() const {
     int error = 0;
     if (opener_.open(devicePath_, &error)) return std::nullopt;

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/CaptureDevice.h"
+#include "platform/linux/NodeUse.h"
 #include "platform/linux/VideoIo.h"
 
 namespace orvella::linuxplatform {
@@ -28,6 +29,9 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     std::vector<platform::CaptureFormatDescription> formatDescriptions() const override;
     // Memory-mapped streaming from the node (platform/linux/V4l2CaptureStream.h).
     std::unique_ptr<platform::CaptureStream> createStream() override;
+    // Other programs' opens of the node, from inotify; this process's own opens (every one goes
+    // through PosixVideoIoOpener) are not counted.
+    bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
 
     const std::string& devicePath() const { return devicePath_; }
     const std::string& usbDirectory() const { return usbDirectory_; }
@@ -47,6 +51,7 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     QString uniqueID_;
     QString modelUniqueID_;
     VideoIoOpener& opener_;
+    std::unique_ptr<NodeUseWatch> useWatch_;
 };
 
 class V4l2CaptureDeviceSystem final : public platform::CaptureDeviceSystem {

@@ -1,6 +1,7 @@
 #include "platform/linux/VideoIo.h"
 
 #include <fcntl.h>
+#include <linux/videodev2.h>
 #include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/mman.h>
@@ -9,18 +10,29 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/linux/NodeUse.h"
+
 namespace orvella::linuxplatform {
 
 namespace {
 
 class PosixVideoIo final : public VideoIo {
   public:
-    explicit PosixVideoIo(int fd) : fd_(fd) {}
-    ~PosixVideoIo() override { ::close(fd_); }
+    PosixVideoIo(int fd, NodeKey key) : fd_(fd), key_(key) {}
+    ~PosixVideoIo() override {
+        ownnodeuse::willClose(key_);
+        ::close(fd_);
+        ownnodeuse::closed(key_);
+    }
     PosixVideoIo(const PosixVideoIo&) = delete;
     PosixVideoIo& operator=(const PosixVideoIo&) = delete;
 
     int ioctl(unsigned long request, void* argument) override {
+        // The node is opened blocking, where VIDIOC_DQEVENT would wait for an event.
+        if (request == VIDIOC_DQEVENT) {
+            pollfd p{fd_, POLLPRI, 0};
+            if (::poll(&p, 1, 0) <= 0) return -ENOENT;
+        }
         int result;
         do {
             result = ::ioctl(fd_, request, argument);
@@ -51,19 +63,25 @@ class PosixVideoIo final : public VideoIo {
         return 1;
     }
 
+    int descriptor() const override { return fd_; }
+
   private:
     int fd_;
+    NodeKey key_;
 };
 
 }  // namespace
 
 std::unique_ptr<VideoIo> PosixVideoIoOpener::open(const std::string& path, int* error) {
+    const NodeKey key = ownnodeuse::willOpen(path);
     const int fd = ::open(path.c_str(), O_RDWR | O_CLOEXEC);
+    const int openError = errno;
+    ownnodeuse::opened(key, fd >= 0);
     if (fd < 0) {
-        if (error) *error = errno;
+        if (error) *error = openError;
         return nullptr;
     }
-    return std::make_unique<PosixVideoIo>(fd);
+    return std::make_unique<PosixVideoIo>(fd, key);
 }
 
 PosixVideoIoOpener& PosixVideoIoOpener::shared() {

@@ -15,8 +15,12 @@ namespace orvella::linuxplatform {
 class VideoIo {
   public:
     virtual ~VideoIo() = default;
-    // Returns the ioctl's non-negative result, or -errno.
+    // Returns the ioctl's non-negative result, or -errno. VIDIOC_DQEVENT never waits: -ENOENT
+    // when no event is pending.
     virtual int ioctl(unsigned long request, void* argument) = 0;
+    // The descriptor to watch on an event loop (pending V4L2 events raise POLLPRI); -1 when
+    // there is none.
+    virtual int descriptor() const { return -1; }
 
     // Streaming: maps a buffer the driver allocated (VIDIOC_QUERYBUF's length and offset), null
     // on failure; unmaps it; waits up to `timeoutMs` for a filled buffer to dequeue (1 ready,
@@ -43,7 +47,8 @@ class VideoIoOpener {
     virtual std::unique_ptr<VideoIo> open(const std::string& path, int* error) = 0;
 };
 
-// Opens real device nodes.
+// Opens real device nodes, noting each open and close as this process's own
+// (platform/linux/NodeUse.h); every video node this backend opens is opened here.
 class PosixVideoIoOpener final : public VideoIoOpener {
   public:
     std::unique_ptr<VideoIo> open(const std::string& path, int* error) override;

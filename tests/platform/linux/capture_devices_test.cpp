@@ -1,13 +1,20 @@
 // Capture devices from video4linux nodes, hot-plug rescans, and a camera built end to end on the
 // Linux backend with the driver's controls.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <libusb.h>
+#include <QCoreApplication>
+#include <QTemporaryDir>
+#include <fstream>
 #include "camera/QTCamera.h"
 
+#include "platform/Log.h"
 #include "platform/libusb/LibusbHost.h"
 #include "platform/linux/LinuxPlatform.h"
+#include "support/EventLoop.h"
 #include "support/FakeV4l2Device.h"
 #include "support/SysfsTree.h"
 #include "support/VirtualRig.h"
@@ -155,6 +162,54 @@ TEST_F(CaptureNodes, CameraBuiltOnTheLinuxBackendProbesThroughTheDriver) {
     EXPECT_EQ(camera->formatArray().size(), 7u);
     EXPECT_EQ(camera->setBrightness(-5), kIOReturnSuccess);
     EXPECT_EQ(capture.value(V4L2_CID_BRIGHTNESS), 0);  // the driver clamps
+}
+
+// inotify works on a regular file as on a device node, so one stands in for the capture node.
+TEST(CaptureUse, OtherProgramsOpensCountOwnOnesDoNot) {
+    int argc = 1;
+    char name[] = "orvella_tests";
+    char* argv[] = {name, nullptr};
+    QCoreApplication application(argc, argv);
+    QTemporaryDir dir;
+    const std::string path = dir.filePath("video0").toStdString();
+    std::ofstream(path) << "";
+    PosixVideoIoOpener& own = PosixVideoIoOpener::shared();
+    V4l2CaptureDevice device(path, "", "Camera", 0x1a200000, 0x046d, 0x0825, own);
+    struct Counts final : platform::CaptureUseObserver {
+        std::vector<int> seen;
+        void captureUseChanged(int foreignOpens) override { seen.push_back(foreignOpens); }
+    } counts;
+
+    const int before = ::open(path.c_str(), O_RDONLY);  // a program that had it open already
+    ASSERT_TRUE(device.setCaptureUseObserver(&counts));
+    ::close(before);  // its close does not count below zero
+    int error = 0;
+    auto probe = own.open(path, &error);  // this process's own probe
+    ASSERT_TRUE(probe);
+    probe.reset();
+    // Another program opens it, and this process at once too: the kernel would merge the two
+    // unread events into one.
+    const int other = ::open(path.c_str(), O_RDONLY);
+    auto held = own.open(path, &error);
+    ASSERT_TRUE(held);
+    ASSERT_TRUE(testing::waitFor([&] { return !counts.seen.empty(); }));
+    held.reset();
+    ::close(other);
+    ::close(::open(path.c_str(), O_RDWR));  // another program's probe: a rise and a fall
+    ASSERT_TRUE(testing::waitFor([&] { return counts.seen.size() >= 4; }));
+    testing::spin(50);
+    EXPECT_EQ(counts.seen, (std::vector<int>{1, 0, 1, 0}));
+
+    // Stopped: nothing more is told.
+    EXPECT_TRUE(device.setCaptureUseObserver(nullptr));
+    ::close(::open(path.c_str(), O_RDONLY));
+    testing::spin(30);
+    EXPECT_EQ(counts.seen.size(), 4u);
+
+    log::ScopedCapture log;
+    V4l2CaptureDevice missing(path + "-gone", "", "Camera", 0, 1, 2, own);
+    EXPECT_FALSE(missing.setCaptureUseObserver(&counts));
+    EXPECT_EQ(log.lines().size(), 1u);
 }
 
 TEST(Libusb, StatusesAndAMachineWithoutUsb) {
