@@ -1,5 +1,6 @@
 #include "platform/linux/LinuxUsbHost.h"
 
+#include <QSocketNotifier>
 #include <QString>
 #include <algorithm>
 #include <cstring>
@@ -78,6 +79,9 @@ class LinuxUsbInterface final : public platform::UsbInterface {
   public:
     LinuxUsbInterface(std::shared_ptr<DeviceState> device, UsbInterfaceInfo info)
         : device_(std::move(device)), info_(std::move(info)) {}
+    ~LinuxUsbInterface() override { stopWatching(); }
+    LinuxUsbInterface(const LinuxUsbInterface&) = delete;
+    LinuxUsbInterface& operator=(const LinuxUsbInterface&) = delete;
 
     IOReturn getDeviceVendor(uint16_t& vendor) override {
         return platform::propertyOfPresentDevice(device_->present(), vendor, device_->info.vendor);
@@ -103,10 +107,7 @@ class LinuxUsbInterface final : public platform::UsbInterface {
         if (pipe != 0) return kIOReturnBadArgument;
         std::lock_guard<std::mutex> lock(mutex_);
         if (!device_->present()) return kIOReturnNoDevice;
-        const fs::path interfaceDirectory =
-            device_->directory /
-            (device_->directory.filename().string() + ":" + std::to_string(device_->configuration) +
-             "." + std::to_string(info_.number));
+        const fs::path interfaceDirectory = this->interfaceDirectory();
         const std::string driver = sysfs::driverName(interfaceDirectory);
         if (driver == "uvcvideo") return throughDriver(interfaceDirectory, request);
         if (driver.empty() && device_->raw)
@@ -120,33 +121,137 @@ class LinuxUsbInterface final : public platform::UsbInterface {
         return kIOReturnNotPermitted;
     }
 
+    // Follows the driver's control events on the node the requests use, delivering them on the
+    // calling thread's event loop. The interface must be destroyed on that thread.
+    bool setControlChangeObserver(platform::ControlChangeObserver* observer) override {
+        stopWatching();
+        if (!observer) return true;
+        std::lock_guard<std::mutex> lock(mutex_);
+        const fs::path interfaceDirectory = this->interfaceDirectory();
+        const std::string driver = sysfs::driverName(interfaceDirectory);
+        if (!device_->present() || driver != "uvcvideo") {
+            NSLog(
+                "CameraControl Error: interface %s is not held by uvcvideo; its controls are not "
+                "followed",
+                interfaceDirectory.filename().c_str());
+            return false;
+        }
+        const bool explained = reported_;
+        if (const IOReturn status = openBridge(interfaceDirectory); status != kIOReturnSuccess) {
+            // A node that cannot be opened has just said why, once.
+            if (reported_ == explained)
+                NSLog(
+                    "CameraControl Error: interface %s has no node whose controls can be followed",
+                    interfaceDirectory.filename().c_str());
+            return false;
+        }
+        const int result = bridge_->subscribeControlEvents();
+        if (result < 0 || io_->descriptor() < 0) {
+            NSLog("CameraControl Error: cannot follow the controls of %s: %s", nodePath_.c_str(),
+                  result < 0 ? std::strerror(-result) : "no descriptor to watch");
+            if (result == 0) bridge_->unsubscribeControlEvents();
+            return false;
+        }
+        observer_ = observer;
+        watching_ = true;
+        // The driver raises POLLPRI while events are pending (and POLLERR once the node is gone).
+        notifier_ =
+            std::make_unique<QSocketNotifier>(io_->descriptor(), QSocketNotifier::Exception);
+        QObject::connect(notifier_.get(), &QSocketNotifier::activated, notifier_.get(),
+                         [this] { deliverEvents(); });
+        return true;
+    }
+
   private:
-    IOReturn throughDriver(const fs::path& interfaceDirectory, platform::ControlRequest& request) {
-        if (!bridge_) {
-            VideoIoOpener& opener =
-                device_->opener ? *device_->opener : PosixVideoIoOpener::shared();
-            const auto node = captureNodeOf(interfaceDirectory, device_->devRoot, opener);
-            if (!node) return kIOReturnNoDevice;
-            int error = 0;
-            io_ = opener.open(node->devicePath, &error);
-            if (!io_) {
-                if (!reported_) {
-                    reported_ = true;
-                    NSLog("CameraControl Error: %s",
-                          openFailureText(node->devicePath, error).c_str());
-                }
-                return ioReturnForErrno(error);
+    fs::path interfaceDirectory() const {
+        return device_->directory /
+               (device_->directory.filename().string() + ":" +
+                std::to_string(device_->configuration) + "." + std::to_string(info_.number));
+    }
+
+    // Opens the capture node and its bridge unless open (under the mutex).
+    IOReturn openBridge(const fs::path& interfaceDirectory) {
+        if (bridge_) return kIOReturnSuccess;
+        VideoIoOpener& opener = device_->opener ? *device_->opener : PosixVideoIoOpener::shared();
+        const auto node = captureNodeOf(interfaceDirectory, device_->devRoot, opener);
+        if (!node) return kIOReturnNoDevice;
+        int error = 0;
+        io_ = opener.open(node->devicePath, &error);
+        if (!io_) {
+            if (!reported_) {
+                reported_ = true;
+                NSLog("CameraControl Error: %s", openFailureText(node->devicePath, error).c_str());
             }
-            bridge_ = std::make_unique<UvcV4l2Bridge>(
-                UvcUnits::fromDescriptors(info_.classSpecific), *io_);
+            return ioReturnForErrno(error);
         }
+        nodePath_ = node->devicePath;
+        bridge_ =
+            std::make_unique<UvcV4l2Bridge>(UvcUnits::fromDescriptors(info_.classSpecific), *io_);
+        return kIOReturnSuccess;
+    }
+
+    IOReturn throughDriver(const fs::path& interfaceDirectory, platform::ControlRequest& request) {
+        if (const IOReturn status = openBridge(interfaceDirectory); status != kIOReturnSuccess)
+            return status;
         const IOReturn status = bridge_->controlRequest(request);
-        if (status == kIOReturnNoDevice) {
-            // The node is gone; a replugged camera gets a new one.
-            bridge_.reset();
-            io_.reset();
-        }
+        // The node is gone; a replugged camera gets a new one. A watched node stays open until
+        // its watch sees the end, so the watched descriptor is never closed under it.
+        if (status == kIOReturnNoDevice && !watching_) closeBridge();
         return status;
+    }
+
+    void closeBridge() {
+        bridge_.reset();
+        io_.reset();
+    }
+
+    void deliverEvents() {
+        delivering_ = true;
+        std::vector<platform::ControlChange> changes;
+        int error = 0;
+        {
+            std::lock_guard<std::mutex> lock(mutex_);
+            if (bridge_) changes = bridge_->takeControlChanges(&error);
+        }
+        platform::ControlChangeObserver* const observer = observer_;
+        if (error) {
+            if (ioReturnForErrno(error) == kIOReturnNoDevice)
+                NSLog("CameraControl: %s went away; its controls are no longer followed",
+                      nodePath_.c_str());
+            else
+                NSLog(
+                    "CameraControl Error: cannot read the control events of %s: %s; they are "
+                    "no longer followed",
+                    nodePath_.c_str(), std::strerror(error));
+            stopWatching();
+            std::lock_guard<std::mutex> lock(mutex_);
+            closeBridge();
+        }
+        // Outside the lock: the observer may send requests, or stop or delete the watch.
+        const std::weak_ptr<bool> alive = alive_;
+        for (const platform::ControlChange& change : changes) {
+            if (alive.expired() || !observer) return;
+            observer->controlChanged(change);
+        }
+        if (!alive.expired()) delivering_ = false;
+    }
+
+    void stopWatching() {
+        if (notifier_) {
+            notifier_->setEnabled(false);
+            // Inside the notifier's own signal it goes when its event loop gets back.
+            if (delivering_) {
+                QObject::disconnect(notifier_.get(), nullptr, nullptr, nullptr);
+                notifier_.release()->deleteLater();
+            } else {
+                notifier_.reset();
+            }
+        }
+        observer_ = nullptr;
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (watching_ && bridge_) bridge_->unsubscribeControlEvents();
+        watching_ = false;
+        alive_ = std::make_shared<bool>(true);  // changes being delivered stop here
     }
 
     std::shared_ptr<DeviceState> device_;
@@ -154,7 +259,14 @@ class LinuxUsbInterface final : public platform::UsbInterface {
     std::mutex mutex_;
     std::unique_ptr<VideoIo> io_;
     std::unique_ptr<UvcV4l2Bridge> bridge_;
+    std::string nodePath_;
     bool reported_ = false;
+    // The control-event watch; observer_, notifier_ and alive_ belong to the watching thread.
+    bool watching_ = false;
+    bool delivering_ = false;
+    platform::ControlChangeObserver* observer_ = nullptr;
+    std::unique_ptr<QSocketNotifier> notifier_;
+    std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
 };
 
 class LinuxUsbDevice final : public platform::UsbDevice {

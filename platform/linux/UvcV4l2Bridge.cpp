@@ -197,6 +197,11 @@ Payload encode(const Mapping& m, const std::array<int64_t, 2>& values) {
     return p;
 }
 
+// A payload as ControlChange carries it: an unsigned little-endian number of the control's length.
+uint64_t payloadValue(const Mapping& m, const Payload& p) {
+    return static_cast<uint64_t>(getLE(p, 0, m.length, false));
+}
+
 // The V4L2 values for a payload written with SET_CUR; nullopt when the payload names no value
 // the control can take (an auto-exposure byte that is not exactly one mode).
 std::optional<std::array<int64_t, 2>> decode(const Mapping& m, const Payload& p) {
@@ -235,6 +240,10 @@ IOReturn answer(platform::ControlRequest& request, const uint8_t* bytes, size_t 
 class Translator {
   public:
     Translator(const Mapping& m, VideoIo& io) : m_(m), io_(io) {}
+
+    // What the request showed of the control's state, for telling later events from it.
+    std::optional<uint64_t> seenValue;
+    std::optional<bool> seenInactive;
 
     IOReturn get(platform::ControlRequest& request) {
         switch (request.bRequest) {
@@ -295,6 +304,9 @@ class Translator {
         }
         const int result = io_.ioctl(VIDIOC_S_EXT_CTRLS, &list);
         if (result < 0) return ioReturnForErrno(-result);
+        // The driver wrote back the values it kept (clamped); a move is no state to remember.
+        if (!isRelative(m_))
+            seenValue = payloadValue(m_, encode(m_, {controls[0].value, controls[1].value}));
         request.wLenDone = m_.length;
         return kIOReturnSuccess;
     }
@@ -311,6 +323,7 @@ class Translator {
         const int result = io_.ioctl(VIDIOC_G_EXT_CTRLS, &list);
         if (result < 0) return ioReturnForErrno(-result);
         const Payload p = encode(m_, {controls[0].value, controls[1].value});
+        seenValue = payloadValue(m_, p);
         return answer(request, p.data(), m_.length);
     }
 
@@ -383,12 +396,39 @@ class Translator {
             if (q.flags & V4L2_CTRL_FLAG_READ_ONLY) bits &= static_cast<uint8_t>(~0x02);
             if (q.flags & V4L2_CTRL_FLAG_INACTIVE) bits |= 0x04;  // governed by an automatic mode
         }
+        seenInactive = (bits & 0x04) != 0;
         return answer(request, &bits, 1);
     }
 
     const Mapping& m_;
     VideoIo& io_;
 };
+
+// The unit ID a mapping addresses on this camera; 0 when the camera has no such unit.
+uint8_t unitIdOf(const UvcUnits& units, const Mapping& m) {
+    return m.unit == Unit::Terminal ? units.cameraTerminal : units.processingUnit;
+}
+
+// The mapping a V4L2 control event concerns on this camera, if any. Temperature auto and
+// component auto share one V4L2 control, which the driver binds to the first of the two the
+// processing unit declares.
+const Mapping* mappingForId(const UvcUnits& units, uint32_t id) {
+    const bool componentAuto =
+        !(units.processingUnitControls & (1u << 12)) && (units.processingUnitControls & (1u << 13));
+    for (const Mapping& m : kMappings) {
+        if (!unitIdOf(units, m) || (m.ids[0] != id && m.ids[1] != id)) continue;
+        if (id == V4L2_CID_AUTO_WHITE_BALANCE && (m.selector == 0x0D) != componentAuto) continue;
+        return &m;
+    }
+    return nullptr;
+}
+
+bool isGoneErrno(int error) {
+    return ioReturnForErrno(error) == kIOReturnNoDevice;
+}
+
+// Events read at most per call; more stay pending and wake the reader again.
+constexpr int kMaxEventsAtOnce = 64;
 
 }  // namespace
 
@@ -445,7 +485,11 @@ IOReturn UvcV4l2Bridge::controlRequest(platform::ControlRequest& request) {
             (units_.processingUnitControls & (1u << 12)))
             return kIOUSBPipeStalled;
         Translator translator(*m, io_);
-        return isGet ? translator.get(request) : translator.set(request);
+        const IOReturn status = isGet ? translator.get(request) : translator.set(request);
+        Known& known = known_[{unit, selector}];
+        if (translator.seenValue) known.value = translator.seenValue;
+        if (translator.seenInactive) known.inactive = translator.seenInactive;
+        return status;
     }
 
     // Extension units (and anything else) go to the driver unchanged.
@@ -462,6 +506,123 @@ IOReturn UvcV4l2Bridge::controlRequest(platform::ControlRequest& request) {
                            ? std::min<uint32_t>(static_cast<uint32_t>(result), request.wLength)
                            : request.wLength;
     return kIOReturnSuccess;
+}
+
+int UvcV4l2Bridge::subscribeControlEvents() {
+    std::vector<uint32_t> ids;
+    for (const Mapping& m : kMappings) {
+        if (!unitIdOf(units_, m)) continue;
+        for (size_t i = 0; i < controlCount(m); ++i)
+            if (std::find(ids.begin(), ids.end(), m.ids[i]) == ids.end()) ids.push_back(m.ids[i]);
+    }
+    for (uint32_t id : ids) {
+        v4l2_query_ext_ctrl query{};
+        query.id = id;
+        if (const int result = io_.ioctl(VIDIOC_QUERY_EXT_CTRL, &query); result < 0) {
+            if (isGoneErrno(-result)) return result;
+            continue;  // not a control of this camera
+        }
+        // No feedback: the driver then keeps this node's own value changes to itself.
+        v4l2_event_subscription subscription{};
+        subscription.type = V4L2_EVENT_CTRL;
+        subscription.id = id;
+        if (const int result = io_.ioctl(VIDIOC_SUBSCRIBE_EVENT, &subscription); result < 0) {
+            unsubscribeControlEvents();
+            return result;
+        }
+    }
+    return 0;
+}
+
+void UvcV4l2Bridge::unsubscribeControlEvents() {
+    v4l2_event_subscription subscription{};
+    subscription.type = V4L2_EVENT_ALL;
+    io_.ioctl(VIDIOC_UNSUBSCRIBE_EVENT, &subscription);
+}
+
+std::vector<platform::ControlChange> UvcV4l2Bridge::takeControlChanges(int* error) {
+    *error = 0;
+    std::vector<platform::ControlChange> changes;
+    for (int count = 0; count < kMaxEventsAtOnce && !*error; ++count) {
+        v4l2_event event{};
+        const int result = io_.ioctl(VIDIOC_DQEVENT, &event);
+        if (result == -ENOENT) break;
+        if (result < 0) {
+            *error = -result;
+            break;
+        }
+        if (event.type != V4L2_EVENT_CTRL) continue;
+        const auto change = translate(event, error);
+        if (!change) continue;
+        // Both halves of a pair raise an event for one change; one report tells it.
+        const auto same = std::find_if(changes.begin(), changes.end(), [&](const auto& c) {
+            return c.unit == change->unit && c.selector == change->selector;
+        });
+        if (same == changes.end()) {
+            changes.push_back(*change);
+            continue;
+        }
+        if (change->valueChanged) {
+            same->valueChanged = true;
+            same->value = change->value;
+        }
+        if (change->flagsChanged) {
+            same->flagsChanged = true;
+            same->inactive = change->inactive;
+        }
+    }
+    return changes;
+}
+
+std::optional<platform::ControlChange> UvcV4l2Bridge::translate(const v4l2_event& event,
+                                                                int* error) {
+    const Mapping* m = mappingForId(units_, event.id);
+    if (!m) {
+        if (unmappedReported_.insert(event.id).second)
+            NSLog(
+                "CameraControl: ignoring events of V4L2 control 0x%08x, which no UVC control here "
+                "maps to",
+                event.id);
+        return std::nullopt;
+    }
+    const v4l2_event_ctrl& ctrl = event.u.ctrl;
+    platform::ControlChange change;
+    change.unit = unitIdOf(units_, *m);
+    change.selector = m->selector;
+    Known& known = known_[{change.unit, change.selector}];
+    if (ctrl.changes & V4L2_EVENT_CTRL_CH_FLAGS) {
+        const bool inactive = (ctrl.flags & V4L2_CTRL_FLAG_INACTIVE) != 0;
+        change.flagsChanged = known.inactive != inactive;
+        change.inactive = inactive;
+        known.inactive = inactive;
+    }
+    if ((ctrl.changes & V4L2_EVENT_CTRL_CH_VALUE) && !isRelative(*m)) {
+        std::array<int64_t, 2> values{ctrl.value, 0};
+        bool read = true;
+        if (controlCount(*m) == 2) {
+            // The event carries one half; the payload needs both as they are now.
+            v4l2_ext_control controls[2] = {};
+            controls[0].id = m->ids[0];
+            controls[1].id = m->ids[1];
+            v4l2_ext_controls list{};
+            list.which = V4L2_CTRL_WHICH_CUR_VAL;
+            list.count = 2;
+            list.controls = controls;
+            if (const int result = io_.ioctl(VIDIOC_G_EXT_CTRLS, &list); result < 0) {
+                if (isGoneErrno(-result)) *error = -result;
+                read = false;
+            }
+            values = {controls[0].value, controls[1].value};
+        }
+        if (read) {
+            const uint64_t value = payloadValue(*m, encode(*m, values));
+            change.valueChanged = known.value != value;
+            change.value = value;
+            known.value = value;
+        }
+    }
+    if (!change.valueChanged && !change.flagsChanged) return std::nullopt;
+    return change;
 }
 
 }  // namespace orvella::linuxplatform

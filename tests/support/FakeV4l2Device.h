@@ -1,10 +1,14 @@
 #pragma once
 // A V4L2 capture node as uvcvideo (kernel 6.1) presents a camera's controls: queries, menus,
 // clamping, master/slave inactivity, extension-unit passthrough, and injected errno values.
-// It records every ioctl so tests can check what the Linux backend asked the driver.
+// It records every ioctl so tests can check what the Linux backend asked the driver. Control
+// events are queued by the test (raise) and, once signalEvents() made a descriptor, raise POLLPRI
+// on it as the driver does (urgent data on a socket).
 
 #include <linux/uvcvideo.h>
 #include <linux/videodev2.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -42,6 +46,40 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
     int shortXuAnswer = 0;       // bytes of a short extension-unit answer (0: full)
     bool unplugged = false;
     uint32_t deviceCaps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
+    std::deque<v4l2_event> events;
+    std::vector<v4l2_event_subscription> subscriptions;
+
+    FakeV4l2Device() = default;
+    FakeV4l2Device(const FakeV4l2Device&) = delete;
+    FakeV4l2Device& operator=(const FakeV4l2Device&) = delete;
+    ~FakeV4l2Device() override {
+        for (int fd : socket_)
+            if (fd >= 0) ::close(fd);
+    }
+
+    // A descriptor that is readable for POLLPRI while events are pending (or after wake()).
+    void signalEvents() {
+        if (socket_[0] < 0 && ::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, socket_) != 0)
+            socket_[0] = socket_[1] = -1;
+    }
+    int descriptor() const override { return socket_[0]; }
+    // A control event for `id` as the driver fills it from the control's state now.
+    void raise(uint32_t id, uint32_t changes) {
+        v4l2_event event{};
+        event.type = V4L2_EVENT_CTRL;
+        event.id = id;
+        event.u.ctrl.changes = changes;
+        if (const auto it = controls.find(id); it != controls.end()) {
+            event.u.ctrl.type = it->second.type;
+            event.u.ctrl.value = static_cast<int32_t>(it->second.value);
+            event.u.ctrl.flags = it->second.flags | (inactive(id) ? V4L2_CTRL_FLAG_INACTIVE : 0);
+        }
+        events.push_back(event);
+        wake();
+    }
+    void wake() {
+        if (socket_[1] >= 0) (void)::send(socket_[1], "!", 1, MSG_OOB);
+    }
 
     Control& add(uint32_t id, int64_t min, int64_t max, int64_t step, int64_t def,
                  uint32_t type = V4L2_CTRL_TYPE_INTEGER) {
@@ -64,6 +102,8 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
                 call.ids.push_back(list->controls[i].id);
                 call.values.push_back(list->controls[i].value);
             }
+        } else if (request == VIDIOC_SUBSCRIBE_EVENT) {
+            call.ids.push_back(static_cast<v4l2_event_subscription*>(argument)->id);
         } else if (request == VIDIOC_QUERY_EXT_CTRL) {
             call.ids.push_back(static_cast<v4l2_query_ext_ctrl*>(argument)->id);
         } else if (request == VIDIOC_QUERYMENU) {
@@ -102,6 +142,17 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
                 return set(*static_cast<v4l2_ext_controls*>(argument), false);
             case UVCIOC_CTRL_QUERY:
                 return xu(*static_cast<uvc_xu_control_query*>(argument));
+            case VIDIOC_SUBSCRIBE_EVENT: {
+                const auto& s = *static_cast<v4l2_event_subscription*>(argument);
+                if (s.type == V4L2_EVENT_CTRL && !controls.count(s.id)) return -EINVAL;
+                subscriptions.push_back(s);
+                return 0;
+            }
+            case VIDIOC_UNSUBSCRIBE_EVENT:
+                subscriptions.clear();
+                return 0;
+            case VIDIOC_DQEVENT:
+                return dequeue(*static_cast<v4l2_event*>(argument));
             default:
                 return -ENOTTY;
         }
@@ -110,6 +161,17 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
     int64_t value(uint32_t id) const { return controls.at(id).value; }
 
   private:
+    int dequeue(v4l2_event& event) {
+        if (events.empty()) return -ENOENT;
+        event = events.front();
+        events.pop_front();
+        event.pending = static_cast<uint32_t>(events.size());
+        char urgent;
+        if (events.empty() && socket_[0] >= 0)
+            (void)::recv(socket_[0], &urgent, 1, MSG_OOB | MSG_DONTWAIT);
+        return 0;
+    }
+
     // Slave -> (master, the master's manual value).
     bool inactive(uint32_t id) const {
         static const std::map<uint32_t, std::pair<uint32_t, int64_t>> masters{
@@ -213,6 +275,8 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
         std::memcpy(q.data, it->second.data(), q.size);
         return shortXuAnswer ? shortXuAnswer : 0;
     }
+
+    int socket_[2] = {-1, -1};
 };
 
 // Opens FakeV4l2Devices by path; each open gets a handle on the same device.
@@ -242,6 +306,7 @@ class FakeVideoOpener final : public linuxplatform::VideoIoOpener {
         int ioctl(unsigned long request, void* argument) override {
             return device.ioctl(request, argument);
         }
+        int descriptor() const override { return device.descriptor(); }
         FakeV4l2Device& device;
     };
 };

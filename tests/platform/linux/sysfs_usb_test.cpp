@@ -3,10 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
+
 #include "camera/QTCamera.h"
 #include "platform/Log.h"
 #include "platform/linux/LinuxUsbHost.h"
 #include "platform/linux/UsbDescriptors.h"
+#include "support/EventLoop.h"
 #include "support/FakeV4l2Device.h"
 #include "support/SysfsTree.h"
 #include "support/VirtualRig.h"
@@ -115,6 +118,48 @@ TEST_F(SysfsCamera, ControlRequestsGoThroughTheCaptureNode) {
     EXPECT_EQ(camera->getDataFor(0x81, 2, 0x02, 2, &value), kIOReturnSuccess);
 }
 
+struct ChangeRecorder final : platform::ControlChangeObserver {
+    std::vector<platform::ControlChange> changes;
+    void controlChanged(const platform::ControlChange& change) override {
+        changes.push_back(change);
+    }
+};
+
+TEST_F(SysfsCamera, ControlEventsArriveThroughTheEventLoopUntilTheCameraGoes) {
+    int argc = 1;
+    char program[] = "orvella_tests";
+    char* argv[] = {program, nullptr};
+    QCoreApplication application(argc, argv);
+    auto camera = open();
+    ChangeRecorder recorder;
+    // A node with nothing to watch cannot follow.
+    log::ScopedCapture log;
+    EXPECT_FALSE(camera->controlInterface->setControlChangeObserver(&recorder));
+    EXPECT_EQ(log.lines().size(), 1u);
+
+    v4l2.signalEvents();
+    ASSERT_TRUE(camera->controlInterface->setControlChangeObserver(&recorder));
+    v4l2.controls[V4L2_CID_BRIGHTNESS].value = 77;
+    v4l2.raise(V4L2_CID_BRIGHTNESS, V4L2_EVENT_CTRL_CH_VALUE);
+    ASSERT_TRUE(testing::waitFor([&] { return !recorder.changes.empty(); }));
+    EXPECT_EQ(recorder.changes[0].unit, 2);
+    EXPECT_EQ(recorder.changes[0].selector, 0x02);
+    EXPECT_EQ(recorder.changes[0].value, 77u);
+
+    // Unplugged: the watch ends with one line, and requests still answer "no device".
+    log.clear();
+    v4l2.unplugged = true;
+    v4l2.wake();
+    ASSERT_TRUE(testing::waitFor([&] { return !log.lines().empty(); }));
+    EXPECT_NE(log.lines()[0].find("went away"), std::string::npos);
+    v4l2.raise(V4L2_CID_BRIGHTNESS, V4L2_EVENT_CTRL_CH_VALUE);
+    testing::spin(30);
+    EXPECT_EQ(recorder.changes.size(), 1u);
+    EXPECT_EQ(log.lines().size(), 1u);
+    long value = 0;
+    EXPECT_EQ(camera->getDataFor(0x81, 2, 0x02, 2, &value), kIOReturnNoDevice);
+}
+
 TEST_F(SysfsCamera, SuspendStateComesFromRuntimeStatus) {
     SysfsTree suspendedTree;
     SysfsTree::Options suspended;
@@ -194,6 +239,10 @@ TEST(SysfsUnbound, InterfaceWithoutADriverNeedsTheRawTransport) {
     other.getControlInferace(&other.controlInterface, &other.streamInterface, device->locationID());
     log::ScopedCapture log;
     EXPECT_EQ(other.setData(1, 2, 0x02, 2), kIOReturnNotPermitted);
+    struct : platform::ControlChangeObserver {
+        void controlChanged(const platform::ControlChange&) override {}
+    } ignored;
+    EXPECT_FALSE(other.controlInterface->setControlChangeObserver(&ignored));
 }
 
 }  // namespace

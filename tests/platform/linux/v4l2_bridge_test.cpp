@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "camera/QTCamera.h"
+#include "platform/Log.h"
 #include "platform/linux/UvcV4l2Bridge.h"
 #include "support/FakeV4l2Device.h"
 
@@ -293,6 +294,80 @@ TEST_F(Bridge, MalformedRequestsAreRefused) {
     EXPECT_EQ(set(kProcessing, 0x02, {1}), kIOUSBPipeStalled);  // shorter than the control
     platform::ControlRequest noBuffer{0xA1, 0x81, 0x0200, 0x0200, 2, nullptr, 0};
     EXPECT_EQ(bridge().controlRequest(noBuffer), kIOReturnBadArgument);
+}
+
+TEST_F(Bridge, ControlEventsBecomeUvcChangesOfTheWholePayload) {
+    ASSERT_EQ(bridge().subscribeControlEvents(), 0);
+    std::vector<uint32_t> subscribed;
+    for (const auto& s : v4l2.subscriptions) {
+        EXPECT_EQ(s.type, static_cast<uint32_t>(V4L2_EVENT_CTRL));
+        EXPECT_EQ(s.flags, 0u);  // no feedback: this node's own value changes stay unreported
+        subscribed.push_back(s.id);
+    }
+    // Every control the node has, once; the ones it lacks (hue auto) are skipped.
+    EXPECT_EQ(std::count(subscribed.begin(), subscribed.end(), V4L2_CID_AUTO_WHITE_BALANCE), 1);
+    EXPECT_EQ(std::count(subscribed.begin(), subscribed.end(), V4L2_CID_TILT_ABSOLUTE), 1);
+    EXPECT_EQ(std::count(subscribed.begin(), subscribed.end(), V4L2_CID_HUE_AUTO), 0);
+    EXPECT_EQ(subscribed.size(), v4l2.controls.size());
+
+    auto take = [&] {
+        int error = -1;
+        auto changes = bridge().takeControlChanges(&error);
+        EXPECT_EQ(error, 0);
+        return changes;
+    };
+    v4l2.controls[V4L2_CID_BRIGHTNESS].value = -5;
+    v4l2.raise(V4L2_CID_BRIGHTNESS, V4L2_EVENT_CTRL_CH_VALUE);
+    v4l2.controls[V4L2_CID_EXPOSURE_AUTO].value = V4L2_EXPOSURE_APERTURE_PRIORITY;
+    v4l2.raise(V4L2_CID_EXPOSURE_AUTO, V4L2_EVENT_CTRL_CH_VALUE);
+    // Another program moves pan and tilt in one call: two events, one change of the pair.
+    v4l2.controls[V4L2_CID_PAN_ABSOLUTE].value = 3600;
+    v4l2.controls[V4L2_CID_TILT_ABSOLUTE].value = -7200;
+    v4l2.raise(V4L2_CID_PAN_ABSOLUTE, V4L2_EVENT_CTRL_CH_VALUE);
+    v4l2.raise(V4L2_CID_TILT_ABSOLUTE, V4L2_EVENT_CTRL_CH_VALUE);
+    auto changes = take();
+    ASSERT_EQ(changes.size(), 3u);
+    EXPECT_EQ(changes[0].unit, kProcessing);
+    EXPECT_EQ(changes[0].selector, 0x02);
+    EXPECT_TRUE(changes[0].valueChanged);
+    EXPECT_FALSE(changes[0].flagsChanged);
+    EXPECT_EQ(changes[0].value, 0xFFFBu);  // -5 in the control's two bytes
+    EXPECT_EQ(changes[1].unit, kTerminal);
+    EXPECT_EQ(changes[1].value, 0x08u);  // menu index 3 is the aperture-priority bit
+    EXPECT_EQ(changes[2].selector, 0x0D);
+    EXPECT_EQ(changes[2].value, 0xFFFFE3E000000E10u);
+    EXPECT_TRUE(take().empty());
+
+    // This process switches exposure to manual: the driver tells it the exposure time's flag
+    // change, with the value it already knows, which therefore is no change of value.
+    Bytes b;
+    ASSERT_EQ(get(0x81, kTerminal, 0x04, 4, b), kIOReturnSuccess);
+    ASSERT_EQ(set(kTerminal, 0x02, {0x01}), kIOReturnSuccess);
+    v4l2.raise(V4L2_CID_EXPOSURE_ABSOLUTE, V4L2_EVENT_CTRL_CH_FLAGS | V4L2_EVENT_CTRL_CH_VALUE);
+    changes = take();
+    ASSERT_EQ(changes.size(), 1u);
+    EXPECT_EQ(changes[0].selector, 0x04);
+    EXPECT_TRUE(changes[0].flagsChanged);
+    EXPECT_FALSE(changes[0].inactive);
+    EXPECT_FALSE(changes[0].valueChanged);
+    // A write of the value the camera already holds changes nothing.
+    v4l2.raise(V4L2_CID_BRIGHTNESS, V4L2_EVENT_CTRL_CH_VALUE);
+    EXPECT_TRUE(take().empty());
+
+    // Events of a control no UVC control maps to: ignored, with one line.
+    log::ScopedCapture log;
+    v4l2.add(V4L2_CID_ROTATE, 0, 270, 90, 0);
+    v4l2.raise(V4L2_CID_ROTATE, V4L2_EVENT_CTRL_CH_VALUE);
+    v4l2.raise(V4L2_CID_ROTATE, V4L2_EVENT_CTRL_CH_VALUE);
+    EXPECT_TRUE(take().empty());
+    EXPECT_EQ(log.lines().size(), 1u);
+
+    // The camera goes away: the events end with its errno.
+    v4l2.raise(V4L2_CID_BRIGHTNESS, V4L2_EVENT_CTRL_CH_VALUE);
+    v4l2.unplugged = true;
+    int error = 0;
+    EXPECT_TRUE(bridge().takeControlChanges(&error).empty());
+    EXPECT_EQ(error, ENODEV);
 }
 
 TEST(UvcUnits, ComeFromTheDescriptorsAndSurviveShortOnes) {
