@@ -3,37 +3,27 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
-#include <QJsonDocument>
 #include <QJsonObject>
 
-#include "camera/QTCamera.h"
 #include "platform/CaptureDevice.h"
 #include "platform/Log.h"
-#include "platform/virtual/VirtualPlatform.h"
-#include "support/VirtualRig.h"
+#include "support/OpenedCamera.h"
 
 namespace orvella {
 namespace {
 
+using testing::FixtureCamera;
 using virtualcam::VirtualCamera;
 using virtualcam::VirtualPlatform;
 
-// The C270 fixture with some keys replaced.
+// The C270 fixture with some keys replaced; a null value removes the key.
 std::shared_ptr<VirtualCamera> c270(const QJsonObject& changes) {
-    QFile file(QString::fromStdString(testing::fixturePath("logitech-c270.json")));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-    QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
-    for (auto it = changes.begin(); it != changes.end(); ++it) {
-        if (it.value().isNull())
+    return testing::editedFixture("logitech-c270.json", [&](QJsonObject& json) {
+        for (auto it = changes.begin(); it != changes.end(); ++it) {
             json.remove(it.key());
-        else
-            json[it.key()] = it.value();
-    }
-    QString error;
-    auto camera = VirtualCamera::fromJson(QJsonDocument(json).toJson(), &error);
-    EXPECT_TRUE(camera) << error.toStdString();
-    return camera;
+            if (!it.value().isNull()) json[it.key()] = it.value();
+        }
+    });
 }
 
 // A capture device with given identity strings, for cameras the USB side does not know.
@@ -50,18 +40,10 @@ struct FakeCaptureDevice final : platform::CaptureDevice {
     }
 };
 
-std::unique_ptr<QTCamera> buildUsb(VirtualPlatform& rig, std::shared_ptr<VirtualCamera> device) {
-    QString error;
-    auto capture = rig.addCamera(std::move(device), &error);
-    EXPECT_TRUE(capture) << error.toStdString();
-    return QTCamera::initWithQTCaptureDevice(rig.platform(), capture);
-}
-
 TEST(CameraIdentity, UniqueIDGivesLocationVendorProductAndTheTableNamesTheModel) {
-    VirtualPlatform rig;
     // No product string: the model-name table names the camera.
-    auto camera =
-        buildUsb(rig, c270({{"productString", QJsonValue::Null}, {"displayName", "USB Camera"}}));
+    FixtureCamera usb(c270({{"productString", QJsonValue::Null}, {"displayName", "USB Camera"}}));
+    const auto& camera = usb.camera;
     EXPECT_EQ(camera->uniqueID(), "0x1a200000046d0825");
     EXPECT_EQ(camera->locationID(), 0x1A200000u);
     EXPECT_EQ(camera->vendorID(), 0x046D);
@@ -78,10 +60,9 @@ TEST(CameraIdentity, UniqueIDGivesLocationVendorProductAndTheTableNamesTheModel)
     EXPECT_FALSE(camera->formatArray().empty());
 
     // A device already named like its model keeps its name.
-    VirtualPlatform rig2;
-    auto same = buildUsb(
-        rig2, c270({{"productString", QJsonValue::Null}, {"displayName", "HD Webcam C270"}}));
-    EXPECT_EQ(same->displayName(), "HD Webcam C270");
+    FixtureCamera same(
+        c270({{"productString", QJsonValue::Null}, {"displayName", "HD Webcam C270"}}));
+    EXPECT_EQ(same.camera->displayName(), "HD Webcam C270");
 }
 
 TEST(CameraIdentity, ModelNameComesFromTheProductStringThenTableThenHex) {
@@ -98,11 +79,10 @@ TEST(CameraIdentity, ModelNameComesFromTheProductStringThenTableThenHex) {
         {"0x0837", "Something Else", "Cam BCC950 ConferenceCam"},
     };
     for (const Case& c : cases) {
-        VirtualPlatform rig;
-        auto camera = buildUsb(rig, c270({{"productID", c.product},
-                                          {"productString", c.productString},
-                                          {"displayName", "Cam"}}));
-        EXPECT_EQ(camera->displayName(), c.expected) << c.product;
+        FixtureCamera usb(c270({{"productID", c.product},
+                                {"productString", c.productString},
+                                {"displayName", "Cam"}}));
+        EXPECT_EQ(usb.camera->displayName(), c.expected) << c.product;
     }
 }
 
@@ -144,8 +124,7 @@ TEST(CameraIdentity, FallsBackToVendorAndProductWhenTheLocationIsUnknown) {
 
 TEST(CameraIdentity, LogsTheIdentityFirst) {
     log::ScopedCapture capture;
-    VirtualPlatform rig;
-    auto camera = buildUsb(rig, c270({}));
+    FixtureCamera usb(c270({}));
     ASSERT_GE(capture.lines().size(), 5u);
     EXPECT_EQ(capture.lines()[0], " ");
     EXPECT_EQ(capture.lines()[1], "0x1a200000046d0825");

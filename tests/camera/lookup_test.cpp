@@ -20,8 +20,16 @@ std::string definition(const std::string& vendor, const std::string& product,
            extra + "}";
 }
 
-std::string interfaces(const std::string& list) {
-    return R"(, "interfaces": [)" + list + "]";
+// An interface's number, -1 for none.
+int numberOf(const std::shared_ptr<platform::UsbInterface>& interface) {
+    uint8_t number = 0;
+    return interface && interface->getInterfaceNumber(number) == kIOReturnSuccess ? number : -1;
+}
+
+uint32_t locationOf(const QTCamera& camera) {
+    uint32_t location = 0;
+    if (camera.devCamera) camera.devCamera->getLocationID(location);
+    return location;
 }
 
 TEST(InterfaceLookup, ControlInterfaceNumberReachesEveryRequest) {
@@ -30,59 +38,50 @@ TEST(InterfaceLookup, ControlInterfaceNumberReachesEveryRequest) {
         definition("0x1234", "0x0001", "0x14100000", R"(, "vcInterfaceNumber": 2)")));
     auto camera = rig.open(*device);
     ASSERT_TRUE(camera->controlInterface);
-    ASSERT_TRUE(camera->streamInterface);
     EXPECT_EQ(camera->interfaceNumber, 2);
-    EXPECT_EQ(camera->devCamera != nullptr, true);
     device->clearRequests();
     camera->setData(1, 1, 0x02, 7);
     EXPECT_EQ(device->requests().at(0).wIndex, 0x0702);
 }
 
-TEST(InterfaceLookup, VendorSpecificClassOnlyForTheTwoVendors) {
-    const std::string vendorSpecific = interfaces(
-        R"({"class": 255, "subclass": 1, "number": 0}, {"class": 255, "subclass": 2, "number": 1})");
-    for (const char* vendor : {"0x046d", "0x199e", "0x1234"}) {
-        VirtualRig rig;
-        auto device =
-            rig.add(cameraFromJson(definition(vendor, "0x0001", "0x14100000", vendorSpecific)));
-        auto camera = rig.open(*device);
-        const bool accepted = std::string(vendor) != "0x1234";
-        EXPECT_EQ(camera->controlInterface != nullptr, accepted) << vendor;
-        EXPECT_EQ(camera->streamInterface != nullptr, accepted) << vendor;
-        EXPECT_TRUE(camera->devCamera) << vendor;  // the device is found all the same
-    }
-}
-
-TEST(InterfaceLookup, AppleBuiltInCameraIsMatchedByInterfaceNumber) {
-    VirtualRig rig;
-    // Subclasses are swapped and the class is not video: only the numbers count.
-    auto device = rig.add(cameraFromJson(definition(
-        "0x05ac", "0x8501", "0xfa200000",
-        R"(, "vcInterfaceNumber": 0, "interfaces": [{"class": 255, "subclass": 2, "number": 0},
-            {"class": 255, "subclass": 1, "number": 1}, {"class": 14, "subclass": 1, "number": 2}])")));
-    auto camera = rig.open(*device);
-    uint8_t number = 99;
-    ASSERT_TRUE(camera->controlInterface);
-    camera->controlInterface->getInterfaceNumber(number);
-    EXPECT_EQ(number, 0);
-    camera->streamInterface->getInterfaceNumber(number);
-    EXPECT_EQ(number, 1);
-    EXPECT_EQ(camera->interfaceNumber, 0);  // not written on this path
-}
-
-TEST(InterfaceLookup, LastQualifyingInterfaceWins) {
-    VirtualRig rig;
-    auto device = rig.add(cameraFromJson(definition(
-        "0x1234", "0x0001", "0x14100000",
-        R"(, "vcInterfaceNumber": 3, "interfaces": [{"class": 14, "subclass": 1, "number": 0},
+TEST(InterfaceLookup, WhichInterfacesQualifyAndWhichWins) {
+    const std::string vendorClass = R"(, "interfaces": [{"class": 255, "subclass": 1, "number": 0},
+        {"class": 255, "subclass": 2, "number": 1}])";
+    struct Case {
+        const char *vendor, *product, *location;
+        std::string extra;
+        int control, stream;  // the interface numbers found, -1 for none
+    };
+    const Case cases[] = {
+        // The vendor-specific class counts for two vendors only.
+        {"0x046d", "0x0001", "0x14100000", vendorClass, 0, 1},
+        {"0x199e", "0x0001", "0x14100000", vendorClass, 0, 1},
+        {"0x1234", "0x0001", "0x14100000", vendorClass, -1, -1},
+        // Apple's built-in camera: subclasses swapped and a class that is not video; only the
+        // interface numbers count.
+        {"0x05ac", "0x8501", "0xfa200000",
+         R"(, "vcInterfaceNumber": 0, "interfaces": [{"class": 255, "subclass": 2, "number": 0},
+            {"class": 255, "subclass": 1, "number": 1}, {"class": 14, "subclass": 1, "number": 2}])",
+         0, 1},
+        // The last qualifying interface wins.
+        {"0x1234", "0x0001", "0x14100000",
+         R"(, "vcInterfaceNumber": 3, "interfaces": [{"class": 14, "subclass": 1, "number": 0},
             {"class": 14, "subclass": 2, "number": 1}, {"class": 14, "subclass": 1, "number": 3},
-            {"class": 14, "subclass": 3, "number": 4}])")));
-    auto camera = rig.open(*device);
-    uint8_t number = 0;
-    camera->controlInterface->getInterfaceNumber(number);
-    EXPECT_EQ(number, 3);
-    EXPECT_EQ(camera->interfaceNumber, 3);
-    EXPECT_EQ(camera->controlInterface->classSpecificDescriptors().size(), 1u);
+            {"class": 14, "subclass": 3, "number": 4}])",
+         3, 1},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(std::string(c.vendor) + ":" + c.product + " " + c.extra);
+        VirtualRig rig;
+        auto device = rig.add(cameraFromJson(definition(c.vendor, c.product, c.location, c.extra)));
+        auto camera = rig.open(*device);
+        EXPECT_TRUE(camera->devCamera);  // the device is found all the same
+        EXPECT_EQ(numberOf(camera->controlInterface), c.control);
+        EXPECT_EQ(numberOf(camera->streamInterface), c.stream);
+        if (c.control >= 0) {
+            EXPECT_EQ(camera->interfaceNumber, c.control);
+        }
+    }
 }
 
 TEST(DeviceLookup, ByLocationWakesTheDeviceAndKeepsItsHandle) {
@@ -91,10 +90,7 @@ TEST(DeviceLookup, ByLocationWakesTheDeviceAndKeepsItsHandle) {
     auto device = rig.add(
         cameraFromJson(definition("0x046d", "0x0825", "0x1a200000", R"(, "suspended": true)")));
     auto camera = rig.open(*device);
-    ASSERT_TRUE(camera->devCamera);
-    uint32_t location = 0;
-    camera->devCamera->getLocationID(location);
-    EXPECT_EQ(location, 0x1a200000u);
+    EXPECT_EQ(locationOf(*camera), 0x1a200000u);
     EXPECT_EQ(device->resumeCount(), 1);
     EXPECT_FALSE(device->suspended());
 
@@ -117,10 +113,7 @@ TEST(DeviceLookup, ByVendorAndProductComparesTheProductSignExtended) {
 
     QTCamera low(rig.platform);
     low.getControlInferace(&low.controlInterface, &low.streamInterface, 0x046D, int16_t{0x0825});
-    ASSERT_TRUE(low.devCamera);
-    uint32_t location = 0;
-    low.devCamera->getLocationID(location);
-    EXPECT_EQ(location, 0x14200000u);
+    EXPECT_EQ(locationOf(low), 0x14200000u);
 
     // The location lookup has no such limit.
     QTCamera byLocation(rig.platform);
@@ -143,15 +136,12 @@ TEST(DeviceLookup, DevicesWithoutAPlugInAreSkippedWithALogLine) {
     VirtualRig rig;
     rig.add(cameraFromJson(
         definition("0x046d", "0x0825", "0x1a200000", R"(, "faults": {"plugIn": "0xe00002be"})")));
-    auto good = rig.add(cameraFromJson(definition("0x046d", "0x0825", "0x1a300000")));
+    rig.add(cameraFromJson(definition("0x046d", "0x0825", "0x1a300000")));
     log::ScopedCapture log;
     QTCamera camera(rig.platform);
     camera.getControlInferace(&camera.controlInterface, &camera.streamInterface, 0x046D,
                               int16_t{0x0825});
-    ASSERT_TRUE(camera.devCamera);
-    uint32_t location = 0;
-    camera.devCamera->getLocationID(location);
-    EXPECT_EQ(location, 0x1a300000u);
+    EXPECT_EQ(locationOf(camera), 0x1a300000u);
     EXPECT_EQ(log.lines(),
               (std::vector<std::string>{
                   "CameraControl Error: IOCreatePlugInInterfaceForService returned 0xe00002be."}));

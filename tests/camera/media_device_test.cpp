@@ -4,63 +4,30 @@
 
 #include <gtest/gtest.h>
 
-#include <QFile>
 #include <QJsonArray>
-#include <QJsonDocument>
-#include <QJsonObject>
-#include <cmath>
 #include <cstring>
 #include <limits>
 
-#include "camera/QTCamera.h"
-#include "platform/virtual/VirtualPlatform.h"
-#include "support/VirtualRig.h"
+#include "support/OpenedCamera.h"
 
 namespace orvella {
 namespace {
 
 namespace cmio = platform::cmio;
+using testing::FixtureCamera;
 using virtualcam::VirtualCamera;
 using virtualcam::VirtualPlatform;
 
-struct BuiltIn {
-    VirtualPlatform rig;
-    platform::MediaObjectID device = 0;
-    std::unique_ptr<QTCamera> camera;
-
-    // The built-in fixture, with its control list replaced when `controls` is given.
-    explicit BuiltIn(const char* controls = nullptr) {
-        QFile file(QString::fromStdString(testing::fixturePath("builtin.json")));
-        EXPECT_TRUE(file.open(QIODevice::ReadOnly));
-        QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
-        if (controls) {
-            QJsonObject media = json["mediaDevice"].toObject();
-            media["controls"] = QJsonDocument::fromJson(controls).array();
-            json["mediaDevice"] = media;
-        }
-        QString error;
-        auto capture =
-            rig.addCamera(VirtualCamera::fromJson(QJsonDocument(json).toJson(), &error), &error);
-        EXPECT_TRUE(capture) << error.toStdString();
-        device = rig.mediaDeviceFor(*capture);
-        camera = QTCamera::initWithQTCaptureDevice(rig.platform(), capture, device);
-    }
-    platform::MediaObjectID object(const char* classCode) {
-        return rig.media().controlOfClass(device, platform::fourCC(classCode));
-    }
-    std::vector<float> sentValues() {
-        std::vector<float> values;
-        for (const auto& write : rig.media().writes())
-            values.push_back(write.floatValue());
-        return values;
-    }
-};
+// Puts a float into a control object's property behind the camera's back.
+void setFloat(FixtureCamera& b, platform::MediaObjectID object, uint32_t property, float value) {
+    std::vector<uint8_t> bytes(4);
+    std::memcpy(bytes.data(), &value, 4);
+    ASSERT_TRUE(b.rig.media().setPropertyBytes(object, property, bytes));
+}
 
 TEST(MediaDevicePath, FindsTheSevenControlsWithTheirRanges) {
-    BuiltIn b;
-    const SupportedControl& s = *b.camera->supportedControl();
-    EXPECT_EQ(b.camera->vendorID(), 0x106B);
-    EXPECT_EQ(b.camera->productID(), 0x8507);
+    FixtureCamera b("builtin.json");
+    const SupportedControl& s = b.controls();
     EXPECT_TRUE(s.bBrightness && s.bContrast && s.bHue && s.bSaturation && s.bSharpness &&
                 s.bNoiseReduction && s.bExposureTimeAbsolute);
     EXPECT_EQ(s.minBrightness, 0);
@@ -72,23 +39,26 @@ TEST(MediaDevicePath, FindsTheSevenControlsWithTheirRanges) {
     // Exposure has its absolute-native flag set: absolute value and range apply.
     EXPECT_EQ(s.curExposureTimeAbsolute, 166);
     EXPECT_EQ(s.maxExposureTimeAbsolute, 5000);
-    // No USB control is claimed.
+    // No USB-only control is claimed.
     EXPECT_FALSE(s.bGain);
-    EXPECT_FALSE(s.bWhiteBalanceTemperature);
     const CMIOControl& brightness = b.camera->cmioControls().brightness;
     EXPECT_EQ(brightness.object, b.object("brit"));
-    EXPECT_EQ(brightness.nativeRange[1], 255.0);
     EXPECT_EQ(brightness.absoluteRange[0], -1.0);
     EXPECT_EQ(b.camera->cmioControls().exposure.automaticManual, 1u);
     EXPECT_EQ(b.camera->getStringFromObject(b.object("brit"), cmio::kPropertyName), "Brightness");
 }
 
 TEST(MediaDevicePath, NamelessObjectsAreSkippedAndTheLaterOfTwoWins) {
-    BuiltIn b(R"([{"class": "brit", "nativeValue": 10},
-                  {"class": "ctst", "name": "Contrast", "nativeValue": 1},
-                  {"class": "ctst", "name": "Contrast 2", "nativeValue": 2, "onOff": 0},
-                  {"class": "zzzz", "name": "Unknown"}])");
-    const SupportedControl& s = *b.camera->supportedControl();
+    FixtureCamera b(testing::editedFixture("builtin.json", [](QJsonObject& json) {
+        QJsonObject media = json["mediaDevice"].toObject();
+        media["controls"] = QJsonDocument::fromJson(R"([{"class": "brit", "nativeValue": 10},
+            {"class": "ctst", "name": "Contrast", "nativeValue": 1},
+            {"class": "ctst", "name": "Contrast 2", "nativeValue": 2, "onOff": 0},
+            {"class": "zzzz", "name": "Unknown"}])")
+                                .array();
+        json["mediaDevice"] = media;
+    }));
+    const SupportedControl& s = b.controls();
     EXPECT_FALSE(s.bBrightness);
     EXPECT_EQ(b.camera->cmioControls().brightness.object, 0u);
     EXPECT_TRUE(s.bContrast);
@@ -97,11 +67,11 @@ TEST(MediaDevicePath, NamelessObjectsAreSkippedAndTheLaterOfTwoWins) {
 }
 
 TEST(MediaDevicePath, MidpointValueIsNudgedDown) {
-    BuiltIn b;
+    FixtureCamera b("builtin.json");
     CMIOControl& brightness = b.camera->cmioControls().brightness;  // native 0..255
     EXPECT_EQ(b.camera->setData(&brightness, 127.5f), 0);
     EXPECT_EQ(b.camera->setData(&brightness, 128.0f), 0);
-    EXPECT_EQ(b.sentValues(), (std::vector<float>{127.4f, 128.0f}));
+    EXPECT_EQ(b.written("brit"), (std::vector<float>{127.4f, 128.0f}));
     EXPECT_EQ(b.rig.media().writes()[0].selector, cmio::kPropertyNativeValue);
     EXPECT_EQ(brightness.nativeValue, 128.0f);
 
@@ -118,15 +88,11 @@ TEST(MediaDevicePath, MidpointValueIsNudgedDown) {
 }
 
 TEST(MediaDevicePath, SwitchedOffControlIsDisabledAndItsValueNotRead) {
-    BuiltIn b;
-    const auto brit = b.object("brit");
-    const auto ctst = b.object("ctst");
-    const float changed = 77.0f;
-    std::vector<uint8_t> bytes(4);
-    std::memcpy(bytes.data(), &changed, 4);
-    ASSERT_TRUE(b.rig.media().setPropertyBytes(brit, cmio::kPropertyNativeValue, bytes));
-    ASSERT_TRUE(b.rig.media().setPropertyBytes(ctst, cmio::kPropertyNativeValue, bytes));
-    ASSERT_TRUE(b.rig.media().setPropertyBytes(brit, cmio::kPropertyOnOff, {0, 0, 0, 0}));
+    FixtureCamera b("builtin.json");
+    setFloat(b, b.object("brit"), cmio::kPropertyNativeValue, 77.0f);
+    setFloat(b, b.object("ctst"), cmio::kPropertyNativeValue, 77.0f);
+    ASSERT_TRUE(
+        b.rig.media().setPropertyBytes(b.object("brit"), cmio::kPropertyOnOff, {0, 0, 0, 0}));
 
     bool disabled = false;
     EXPECT_EQ(b.camera->getStatusFromCMIOControl(&b.camera->cmioControls().brightness, &disabled),
@@ -140,7 +106,7 @@ TEST(MediaDevicePath, SwitchedOffControlIsDisabledAndItsValueNotRead) {
 }
 
 TEST(MediaDevicePath, WrongSizesAndFailuresAreRefused) {
-    BuiltIn b;
+    FixtureCamera b("builtin.json");
     const auto brit = b.object("brit");
     auto& media = b.rig.media();
 
@@ -174,20 +140,18 @@ TEST(MediaDevicePath, WrongSizesAndFailuresAreRefused) {
     media.clearFaults();
 
     // The device goes away.
-    media.removeDevice(b.device);
+    media.removeDevice(b.media);
     EXPECT_EQ(b.camera->getData(&value, &b.camera->cmioControls().contrast), cmio::kBadObjectError);
     EXPECT_EQ(b.camera->getStatusFromCMIOControl(&b.camera->cmioControls().contrast, &disabled),
               cmio::kBadObjectError);
 }
 
 TEST(MediaDevicePath, GarbageFromTheLayerStaysHarmless) {
-    BuiltIn b;
+    FixtureCamera b("builtin.json");
     auto& media = b.rig.media();
     // A value that is not a number reads as 0.
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    std::vector<uint8_t> bytes(4);
-    std::memcpy(bytes.data(), &nan, 4);
-    ASSERT_TRUE(media.setPropertyBytes(b.object("brit"), cmio::kPropertyNativeValue, bytes));
+    setFloat(b, b.object("brit"), cmio::kPropertyNativeValue,
+             std::numeric_limits<float>::quiet_NaN());
     long value = -1;
     EXPECT_EQ(b.camera->getData(&value, &b.camera->cmioControls().brightness), 0);
     EXPECT_EQ(value, 0);
@@ -195,11 +159,11 @@ TEST(MediaDevicePath, GarbageFromTheLayerStaysHarmless) {
     // A control list claiming gigabytes, and one that cannot be read, give no controls.
     for (bool huge : {true, false}) {
         if (huge)
-            media.misreportSize(b.device, cmio::kPropertyOwnedObjects, 0xFFFFFFF0u);
+            media.misreportSize(b.media, cmio::kPropertyOwnedObjects, 0xFFFFFFF0u);
         else
-            media.failProperty(b.device, cmio::kPropertyOwnedObjects, cmio::kUnspecifiedError);
+            media.failProperty(b.media, cmio::kPropertyOwnedObjects, cmio::kUnspecifiedError);
         auto rebuilt = QTCamera::initWithQTCaptureDevice(b.rig.platform(),
-                                                         b.camera->qtCaptureDevice(), b.device);
+                                                         b.camera->qtCaptureDevice(), b.media);
         EXPECT_FALSE(rebuilt->supportedControl()->bBrightness);
         media.clearFaults();
     }
@@ -207,7 +171,7 @@ TEST(MediaDevicePath, GarbageFromTheLayerStaysHarmless) {
 
 // The virtual layer itself: what discovery and the tests rely on.
 TEST(VirtualMediaLayer, ListsDevicesFiltersControlsAndBehavesLikeADevice) {
-    BuiltIn b;
+    FixtureCamera b("builtin.json");
     auto& media = b.rig.media();
     uint32_t ids[4] = {};
     uint32_t used = 0;
@@ -216,21 +180,21 @@ TEST(VirtualMediaLayer, ListsDevicesFiltersControlsAndBehavesLikeADevice) {
                               nullptr, sizeof ids, &used, ids),
         0);
     EXPECT_EQ(used, 4u);
-    EXPECT_EQ(ids[0], b.device);
+    EXPECT_EQ(ids[0], b.media);
     QString uid;
-    EXPECT_EQ(media.getPropertyString(b.device, {cmio::kPropertyDeviceUID, cmio::kScopeInput}, 0,
+    EXPECT_EQ(media.getPropertyString(b.media, {cmio::kPropertyDeviceUID, cmio::kScopeInput}, 0,
                                       nullptr, cmio::kStringReferenceSize, &used, &uid),
               0);
     EXPECT_EQ(uid, "0x8020000005ac8507");
 
     const uint32_t hue = platform::fourCC("hue ");
     uint32_t size = 0;
-    media.getPropertyDataSize(b.device, {cmio::kPropertyOwnedObjects, cmio::kScopeInput}, 4, &hue,
+    media.getPropertyDataSize(b.media, {cmio::kPropertyOwnedObjects, cmio::kScopeInput}, 4, &hue,
                               &size);
     EXPECT_EQ(size, 4u);
     // Strings never come as raw bytes, and the wrong scope is another property.
     uint8_t raw[64];
-    EXPECT_EQ(media.getPropertyData(b.device, {cmio::kPropertyDeviceUID, cmio::kScopeInput}, 0,
+    EXPECT_EQ(media.getPropertyData(b.media, {cmio::kPropertyDeviceUID, cmio::kScopeInput}, 0,
                                     nullptr, sizeof raw, &used, raw),
               cmio::kBadPropertySizeError);
     EXPECT_EQ(

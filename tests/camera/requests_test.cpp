@@ -128,27 +128,12 @@ TEST_F(Requests, ExactlyOneRetryWhenTheDeviceKeepsNotResponding) {
     EXPECT_EQ(device->requestCount(), 1u);
 }
 
-// A device handle whose device has gone away.
-struct GoneDevice final : platform::UsbDevice {
-    IOReturn getLocationID(uint32_t&) override { return kIOReturnNoDevice; }
-    IOReturn getDeviceVendor(uint16_t&) override { return kIOReturnNoDevice; }
-    IOReturn getDeviceProduct(uint16_t&) override { return kIOReturnNoDevice; }
-    IOReturn usbGetProductStringIndex(uint8_t&) override { return kIOReturnNoDevice; }
-    IOReturn getUSBDeviceInformation(uint32_t&) override { return kIOReturnNoDevice; }
-    IOReturn usbDeviceOpen() override { return kIOReturnNoDevice; }
-    IOReturn usbDeviceSuspend(bool) override { return kIOReturnNoDevice; }
-    IOReturn usbDeviceClose() override { return kIOReturnNoDevice; }
-    IOReturn deviceRequestTO(platform::DeviceRequestTO&) override { return kIOReturnNoDevice; }
-    IOReturn createInterfaceIterator(
-        std::vector<std::shared_ptr<platform::UsbInterfaceService>>&) override {
-        return kIOReturnNoDevice;
-    }
-};
-
 TEST_F(Requests, DeviceGoneDuringTheWake) {
     // The request is not answered and the wake finds no device: no retry, the wake's status.
     device->failNext(kIOReturnNotResponding, 1);
-    camera->devCamera = std::make_shared<GoneDevice>();
+    auto gone = std::make_shared<testing::StubUsbDevice>();  // a handle whose device went away
+    gone->status = kIOReturnNoDevice;
+    camera->devCamera = gone;
     EXPECT_EQ(camera->setData(1, 2, 0x02, 3), kIOReturnNoDevice);
     EXPECT_EQ(log.printed(), "GetUSBDeviceInformation: unable to open device. ret = e00002c0\n");
     EXPECT_EQ(log.lines().back(), "CameraControl Error: Control request failed: e00002c0");

@@ -176,10 +176,9 @@ TEST(Defaults, ScaledControlsAndTheMotorFocus) {
 }
 
 TEST(MediaDevice, StatusResetAndTheQuirkVendorsNudges) {
-    testing::BuiltInCamera b;
+    testing::FixtureCamera b("builtin.json");
     ASSERT_TRUE(b.camera);
-    b.rig.media().setPropertyBytes(b.rig.media().controlOfClass(b.device, platform::fourCC("ctst")),
-                                   platform::fourCC("fcoo"), {0, 0, 0, 0});
+    b.rig.media().setPropertyBytes(b.object("ctst"), platform::fourCC("fcoo"), {0, 0, 0, 0});
     log::ScopedCapture log;
     b.camera->queryControlStatus();
     EXPECT_EQ(b.camera->supportedControl()->bContrastDisabled, 1);

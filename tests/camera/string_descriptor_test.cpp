@@ -22,8 +22,9 @@ struct StringRead {
     std::string printed;
 };
 
-// Reads string `index` of a virtual camera whose raw string descriptors are given as hex.
-StringRead readRaw(const std::string& rawHex, uint16_t bufferSize = 256, uint8_t index = 5) {
+// Reads string 5 of a virtual camera that sends `rawHex` for it.
+StringRead readRaw(const std::string& rawHex, uint16_t bufferSize) {
+    constexpr uint8_t index = 5;
     VirtualRig rig;
     auto device = rig.add(cameraFromJson(R"({"vendorID": 1, "productID": 2, "rawStrings": {")" +
                                          std::to_string(index) + R"(": ")" + rawHex + R"("}})"));
@@ -40,107 +41,67 @@ StringRead readRaw(const std::string& rawHex, uint16_t bufferSize = 256, uint8_t
     return result;
 }
 
-TEST(StringDescriptor, Utf16UnitsBecomeUtf8) {
-    // "Café" and a unit needing three bytes (U+20AC) and a lone surrogate half encoded on its own.
-    StringRead r = readRaw(
-        "0c03"
-        "4300"
-        "6100"
-        "6600"
-        "e900"
-        "ac20");
-    EXPECT_EQ(r.status, kIOReturnSuccess);
-    EXPECT_EQ(r.text, "Caf\xC3\xA9\xE2\x82\xAC");
-    EXPECT_NE(r.printed.find("::GetStringDescriptor Got string descriptor 5, length 12, got 12\n"),
-              std::string::npos);
-    EXPECT_EQ(readRaw("0403"
-                      "00d8")
-                  .text,
-              "\xED\xA0\x80");
-}
-
-TEST(StringDescriptor, OddLengthIsReadAsTheEvenLengthBelow) {
-    StringRead r = readRaw(
-        "0303"
-        "41");
-    EXPECT_EQ(r.status, kIOReturnSuccess);
-    EXPECT_EQ(r.text, "");
-    EXPECT_NE(
-        r.printed.find("::GetStringDescriptor descriptor length (3) is odd, which is illegal"),
-        std::string::npos);
-    EXPECT_NE(
-        r.printed.find("::GetStringDescriptor(2) descriptor length (3) is odd, which is illegal"),
-        std::string::npos);
-
-    EXPECT_EQ(readRaw("0703"
-                      "4100"
-                      "4200"
-                      "43")
-                  .text,
-              "AB");
-}
-
-TEST(StringDescriptor, RefusesWhatIsNotAString) {
-    StringRead r = readRaw(
-        "0602"
-        "4100"
-        "4200");
-    EXPECT_EQ(r.status, kIOReturnDeviceError);
-    EXPECT_EQ(r.text, "");
-    EXPECT_NE(r.printed.find(
-                  "::GetStringDescriptor descriptor is not a string (2 \u2260 kUSBStringDesc)"),
-              std::string::npos);
-
-    StringRead empty = readRaw("0003");
-    EXPECT_EQ(empty.status, kIOReturnSuccess);
-    EXPECT_NE(empty.printed.find("::GetStringDescriptor (5)  Length was zero"), std::string::npos);
-}
-
-TEST(StringDescriptor, StopsAtCapacityAndAtAZeroUnit) {
-    // Six bytes of buffer leave room for five bytes of text: "Caf" + "é" fits, "!" does not.
-    EXPECT_EQ(readRaw("0c03"
-                      "4300"
-                      "6100"
-                      "6600"
-                      "e900"
-                      "2100",
-                      6)
-                  .text,
-              "Caf\xC3\xA9");
-    // A two-byte character that would pass the capacity is left out whole.
-    EXPECT_EQ(readRaw("0c03"
-                      "4100"
-                      "4200"
-                      "4300"
-                      "4400"
-                      "e900",
-                      6)
-                  .text,
-              "ABCD");
-    EXPECT_EQ(readRaw("0a03"
-                      "4100"
-                      "0000"
-                      "4200"
-                      "4300")
-                  .text,
-              "A");
-    // A long string into the smallest buffer.
+TEST(StringDescriptor, ReadsWhatTheDeviceSentIntoWhatTheBufferHolds) {
     std::string longest = "fe03";
     for (int i = 0; i < 126; ++i)
         longest += "7a00";
-    EXPECT_EQ(readRaw(longest, 6).text, "zzzzz");
-    EXPECT_EQ(readRaw(longest, 256).text, std::string(126, 'z'));
-}
-
-TEST(StringDescriptor, ShortAnswersAreNeverReadPastTheirEnd) {
-    // The descriptor claims 40 bytes but the device sends 6.
-    StringRead r = readRaw(
-        "2803"
-        "4100"
-        "4200");
-    EXPECT_EQ(r.status, kIOReturnSuccess);
-    EXPECT_EQ(r.text, "AB");
-    EXPECT_NE(r.printed.find("length 40, got 6"), std::string::npos);
+    struct Case {
+        const char* what;
+        std::string raw;  // the descriptor as the device sends it, in hexadecimal
+        uint16_t bufferSize;
+        IOReturn status;
+        std::string text;
+        std::vector<const char*> printed = {};  // in the trace
+    };
+    const Case cases[] = {
+        // "Café" and a unit needing three bytes (U+20AC).
+        {"UTF-16 units",
+         "0c03430061006600e900ac20",
+         256,
+         kIOReturnSuccess,
+         "Caf\xC3\xA9\xE2\x82\xAC",
+         {"::GetStringDescriptor Got string descriptor 5, length 12, got 12\n"}},
+        {"a lone surrogate half, encoded on its own", "040300d8", 256, kIOReturnSuccess,
+         "\xED\xA0\x80"},
+        {"odd length",
+         "030341",
+         256,
+         kIOReturnSuccess,
+         "",
+         {"::GetStringDescriptor descriptor length (3) is odd, which is illegal",
+          "::GetStringDescriptor(2) descriptor length (3) is odd, which is illegal"}},
+        {"odd length, read as the even length below", "07034100420043", 256, kIOReturnSuccess,
+         "AB"},
+        {"not a string",
+         "060241004200",
+         256,
+         kIOReturnDeviceError,
+         "",
+         {"::GetStringDescriptor descriptor is not a string (2 \u2260 kUSBStringDesc)"}},
+        {"zero length",
+         "0003",
+         256,
+         kIOReturnSuccess,
+         "",
+         {"::GetStringDescriptor (5)  Length was zero"}},
+        // Six bytes of buffer leave room for five bytes of text: "Caf" + "é" fits, "!" does not.
+        {"capacity", "0c03430061006600e9002100", 6, kIOReturnSuccess, "Caf\xC3\xA9"},
+        // A two-byte character that would pass the capacity is left out whole.
+        {"character at the capacity", "0c034100420043004400e900", 6, kIOReturnSuccess, "ABCD"},
+        {"a zero unit ends the text", "0a034100000042004300", 256, kIOReturnSuccess, "A"},
+        {"long string, smallest buffer", longest, 6, kIOReturnSuccess, "zzzzz"},
+        {"long string", longest, 256, kIOReturnSuccess, std::string(126, 'z')},
+        // The descriptor claims 40 bytes but the device sends 6: nothing is read past them.
+        {"short answer", "280341004200", 256, kIOReturnSuccess, "AB", {"length 40, got 6"}},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        const StringRead r = readRaw(c.raw, c.bufferSize);
+        EXPECT_EQ(r.status, c.status);
+        EXPECT_EQ(r.text, c.text);
+        for (const char* line : c.printed)
+            EXPECT_NE(r.printed.find(line), std::string::npos) << line << " in\n" << r.printed;
+    }
 }
 
 TEST(StringDescriptor, BufferBelowSixBytesIsABadArgument) {
@@ -155,7 +116,7 @@ TEST(StringDescriptor, BufferBelowSixBytesIsABadArgument) {
 }
 
 // A device whose GET_DESCRIPTOR answers are scripted one by one.
-struct ScriptedDevice final : platform::UsbDevice {
+struct ScriptedDevice final : testing::StubUsbDevice {
     struct Answer {
         IOReturn status;
         std::vector<uint8_t> bytes;
@@ -172,18 +133,6 @@ struct ScriptedDevice final : platform::UsbDevice {
         if (n) std::memcpy(request.pData, a.bytes.data(), n);
         request.wLenDone = static_cast<uint32_t>(n);
         return a.status;
-    }
-    IOReturn getLocationID(uint32_t&) override { return 0; }
-    IOReturn getDeviceVendor(uint16_t&) override { return 0; }
-    IOReturn getDeviceProduct(uint16_t&) override { return 0; }
-    IOReturn usbGetProductStringIndex(uint8_t&) override { return 0; }
-    IOReturn getUSBDeviceInformation(uint32_t&) override { return 0; }
-    IOReturn usbDeviceOpen() override { return 0; }
-    IOReturn usbDeviceSuspend(bool) override { return 0; }
-    IOReturn usbDeviceClose() override { return 0; }
-    IOReturn createInterfaceIterator(
-        std::vector<std::shared_ptr<platform::UsbInterfaceService>>&) override {
-        return 0;
     }
 };
 

@@ -7,7 +7,6 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QObject>
-#include <QProcess>
 #include <QStandardPaths>
 #include <QStringList>
 
@@ -22,39 +21,19 @@ QDBusMessage call(QDBusConnection& bus, const QDBusMessage& message, int timeout
 // An Xvfb on the first free display (it picks and prints the number itself).
 class XServer {
   public:
-    XServer() = default;
-    ~XServer() {
-        if (process_.state() == QProcess::NotRunning) return;
-        process_.terminate();
-        if (!process_.waitForFinished(5000)) process_.kill();
-        process_.waitForFinished(3000);
-    }
-    XServer(const XServer&) = delete;
-    XServer& operator=(const XServer&) = delete;
-
     static bool isInstalled() { return !QStandardPaths::findExecutable("Xvfb").isEmpty(); }
-
     bool start(QString* error) {
-        process_.start(QStringLiteral("Xvfb"), {"-displayfd", "1", "-screen", "0", "1280x800x24",
-                                                "-nolisten", "tcp", "-noreset"});
-        if (!process_.waitForStarted(5000)) {
-            *error = QStringLiteral("Xvfb: ") + process_.errorString();
-            return false;
-        }
-        while (!process_.canReadLine()) {
-            if (!process_.waitForReadyRead(10000)) {
-                *error = QStringLiteral("Xvfb printed no display: ") +
-                         QString::fromUtf8(process_.readAllStandardError());
-                return false;
-            }
-        }
-        display_ = QLatin1Char(':') + QString::fromUtf8(process_.readLine()).trimmed();
-        return true;
+        const QString number = daemon_.start(
+            QStringLiteral("Xvfb"),
+            {"-displayfd", "1", "-screen", "0", "1280x800x24", "-nolisten", "tcp", "-noreset"},
+            error);
+        display_ = QLatin1Char(':') + number;
+        return !number.isEmpty();
     }
     const QString& display() const { return display_; }
 
   private:
-    QProcess process_;
+    testing::Daemon daemon_;
     QString display_;
 };
 

@@ -19,6 +19,7 @@
 
 #include "Desktop.h"
 #include "support/EventLoop.h"
+#include "support/Orvellactl.h"
 
 namespace orvella::e2e {
 namespace {
@@ -33,10 +34,6 @@ const QString kC270Name = QStringLiteral("C270 HD WEBCAM");
 constexpr int kBrightness = 2;
 constexpr int kGenericUnit = 2;
 
-QString fixture(const char* name) {
-    return QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name);
-}
-
 QString brightnessBytes(int value) {
     const auto bits = static_cast<uint16_t>(value);
     return QString::asprintf("%02x%02x", bits & 0xff, bits >> 8);
@@ -46,11 +43,7 @@ QString brightnessBytes(int value) {
 struct RequestLog {
     QString path;
 
-    QStringList lines() const {
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) return {};
-        return QString::fromUtf8(file.readAll()).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
-    }
+    QStringList lines() const { return testing::fileLines(path); }
     // The number the camera of `file` got when it was last plugged in, 0 before that.
     int camera(const QString& file) const {
         int number = 0;
@@ -105,7 +98,7 @@ struct EndToEnd : ::testing::Test {
     RequestLog log;
     QProcessEnvironment environment;
     std::vector<std::unique_ptr<QProcess>> started;
-    QByteArray appOutput;
+    QByteArray output;
 
     // Whether the tray host is there from the start.
     virtual bool trayAtStart() const { return true; }
@@ -143,9 +136,9 @@ struct EndToEnd : ::testing::Test {
             finished(*process, 5000);
         }
         for (auto& process : started)
-            appOutput += process->readAll();
+            output += process->readAll();
         QDBusConnection::disconnectFromBus(QStringLiteral("e2e-script"));
-        if (HasFailure()) std::fprintf(stderr, "orvella said:\n%s\n", appOutput.constData());
+        if (HasFailure()) std::fprintf(stderr, "the programs said:\n%s\n", output.constData());
     }
 
     // Whether the tray menu has an entry of this title (camera entries are indented).
@@ -165,22 +158,26 @@ struct EndToEnd : ::testing::Test {
         // Written beside the folder and renamed in, so the camera appears whole.
         const QString staging = dir.filePath(as);
         QFile::remove(staging);
-        ASSERT_TRUE(QFile::copy(fixture(fixtureName), staging));
+        ASSERT_TRUE(QFile::copy(testing::cameraFixture(fixtureName), staging));
         ASSERT_TRUE(QFile::rename(staging, cameras + QLatin1Char('/') + as));
     }
     QString cameraFile(const QString& name) const { return cameras + QLatin1Char('/') + name; }
 
-    QProcess& startApplication() {
+    // Starts a program on the desktop, stopped with the test; what it prints goes to `output`.
+    QProcess& start(const QString& program, const QStringList& arguments) {
         auto process = std::make_unique<QProcess>();
         process->setProcessEnvironment(environment);
         process->setProcessChannelMode(QProcess::MergedChannels);
         QProcess* raw = process.get();
-        QObject::connect(raw, &QProcess::readyRead, [this, raw] { appOutput += raw->readAll(); });
-        process->start(QStringLiteral(ORVELLA_APP),
-                       {"--virtual-dir", cameras, "--request-log", log.path});
+        QObject::connect(raw, &QProcess::readyRead, [this, raw] { output += raw->readAll(); });
+        process->start(program, arguments);
         EXPECT_TRUE(process->waitForStarted(10000));
         started.push_back(std::move(process));
         return *started.back();
+    }
+    QProcess& startApplication() {
+        return start(QStringLiteral(ORVELLA_APP),
+                     {"--virtual-dir", cameras, "--request-log", log.path});
     }
 
     // Waits for a process to end while serving the tray host and logind: the application calls
@@ -189,23 +186,12 @@ struct EndToEnd : ::testing::Test {
         return waitFor([&] { return process.state() == QProcess::NotRunning; }, timeoutMs);
     }
 
-    // Starts another program on the desktop, stopped with the test.
-    QProcess& startProcess(const QString& program, const QStringList& arguments) {
-        auto process = std::make_unique<QProcess>();
-        process->setProcessEnvironment(environment);
-        process->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        process->start(program, arguments);
-        EXPECT_TRUE(process->waitForStarted(10000));
-        started.push_back(std::move(process));
-        return *started.back();
-    }
-
     // Runs orvellactl on a virtual camera of its own against the same preferences file.
     QString orvellactl(const QStringList& arguments) {
         QProcess ctl;
         ctl.setProcessEnvironment(environment);
         ctl.start(QStringLiteral(ORVELLA_ORVELLACTL),
-                  QStringList{"--virtual", fixture("generic.json")} + arguments);
+                  QStringList{"--virtual", testing::cameraFixture("generic.json")} + arguments);
         EXPECT_TRUE(finished(ctl, 30000));
         EXPECT_EQ(ctl.exitCode(), 0) << ctl.readAllStandardError().toStdString();
         return QString::fromUtf8(ctl.readAllStandardOutput());
@@ -238,7 +224,16 @@ struct EndToEnd : ::testing::Test {
         return false;
     }
 
-    void checkReSendAndSleep(int ticks);
+    // Waits for camera `number` to get the generic camera's brightness `value` in a log line from
+    // `from` on.
+    bool brightnessSent(int number, int value, int from = 0, int timeoutMs = 20000) {
+        return waitFor(
+            [&] {
+                return log.setCur(number, kGenericUnit, kBrightness, from)
+                    .contains(brightnessBytes(value));
+            },
+            timeoutMs);
+    }
 
     void stopCleanly(QProcess& process) {
         process.terminate();
@@ -305,10 +300,7 @@ TEST_F(EndToEnd, TheLastStateFollowsProfilesAndComesBackAtPlugIn) {
     // Plugged in, the camera gets the model's last state.
     plug("generic.json", "one.json");
     ASSERT_TRUE(waitFor([&] { return log.camera(cameraFile("one.json")) == 1; }, 20000));
-    ASSERT_TRUE(waitFor(
-        [&] { return log.setCur(1, kGenericUnit, kBrightness).contains(brightnessBytes(17)); },
-        20000))
-        << log.lines().join('\n').toStdString();
+    ASSERT_TRUE(brightnessSent(1, 17)) << log.lines().join('\n').toStdString();
 
     // A profile saved by orvellactl (from its own camera, at the model's default brightness 0)
     // into the same file is there for the running application to apply.
@@ -321,20 +313,14 @@ TEST_F(EndToEnd, TheLastStateFollowsProfilesAndComesBackAtPlugIn) {
             return reply.type() == QDBusMessage::ReplyMessage;
         },
         20000));
-    ASSERT_TRUE(waitFor(
-        [&] { return log.setCur(1, kGenericUnit, kBrightness, from).contains(brightnessBytes(0)); },
-        10000));
+    ASSERT_TRUE(brightnessSent(1, 0, from, 10000));
 
     // The profile from the file, by the camera's name.
     from = log.size();
     const QDBusMessage evening = callApplication(
         QStringLiteral("ApplyProfile"), {QStringLiteral("virtual"), QStringLiteral("Evening")});
     ASSERT_EQ(evening.type(), QDBusMessage::ReplyMessage) << evening.errorMessage().toStdString();
-    ASSERT_TRUE(waitFor(
-        [&] {
-            return log.setCur(1, kGenericUnit, kBrightness, from).contains(brightnessBytes(-12));
-        },
-        10000));
+    ASSERT_TRUE(brightnessSent(1, -12, from, 10000));
     const QDBusMessage values =
         callApplication(QStringLiteral("GetControlValues"), {QStringLiteral("1")});
     ASSERT_EQ(values.type(), QDBusMessage::ReplyMessage) << values.errorMessage().toStdString();
@@ -357,10 +343,7 @@ TEST_F(EndToEnd, TheLastStateFollowsProfilesAndComesBackAtPlugIn) {
         [&] { return log.lines().contains("# unplug 1 " + cameraFile("one.json")); }, 20000));
     plug("generic.json", "one.json");
     ASSERT_TRUE(waitFor([&] { return log.camera(cameraFile("one.json")) == 2; }, 20000));
-    ASSERT_TRUE(waitFor(
-        [&] { return log.setCur(2, kGenericUnit, kBrightness).contains(brightnessBytes(-12)); },
-        20000))
-        << log.lines().join('\n').toStdString();
+    ASSERT_TRUE(brightnessSent(2, -12)) << log.lines().join('\n').toStdString();
 
     // A second start shows the running one's panel and leaves.
     QProcess& second = startApplication();
@@ -373,9 +356,13 @@ TEST_F(EndToEnd, TheLastStateFollowsProfilesAndComesBackAtPlugIn) {
     stopCleanly(application);
 }
 
-// With "ReconfigureWebcam" at `ticks` the last state goes out at plug-in and then every `ticks`
-// half-second ticks; asleep nothing reaches the camera, awake the re-send starts again.
-void EndToEnd::checkReSendAndSleep(int ticks) {
+// With "ReconfigureWebcam" at two ticks (1 s, the shortest interval the preferences pop-up
+// offers) the last state goes out at plug-in and then every second; asleep nothing reaches the
+// camera, awake the re-send starts again. (Other intervals, one tick among them, are the
+// controller tests' part.)
+TEST_F(EndToEnd, ReSendsAtTheIntervalAndNothingWhileAsleep) {
+    REQUIRE_CONTROLLER();
+    const int ticks = 2;
     writePreferences(preferences(ticks, 23, 0));
     plug("generic.json", "one.json");
     QProcess& application = startApplication();
@@ -406,17 +393,6 @@ void EndToEnd::checkReSendAndSleep(int ticks) {
     stopCleanly(application);
 }
 
-TEST_F(EndToEnd, ReSendsAtTheIntervalAndNothingWhileAsleep) {
-    REQUIRE_CONTROLLER();
-    // Two ticks (1 s), the shortest interval the preferences pop-up offers.
-    checkReSendAndSleep(2);
-}
-
-TEST_F(EndToEnd, ReSendsEveryTickAtOne) {
-    REQUIRE_CONTROLLER();
-    checkReSendAndSleep(1);
-}
-
 // A desktop whose tray host comes late, as at login.
 struct LateTray : EndToEnd {
     bool trayAtStart() const override { return false; }
@@ -440,8 +416,7 @@ TEST_F(LateTray, ThePanelStandsAloneUntilATrayComesAndADamagedFileIsSetAside) {
     ASSERT_TRUE(aside.open(QIODevice::ReadOnly));
     EXPECT_EQ(QString::fromUtf8(aside.readAll()), damaged);
     // With no tray host the panel opens as a window, and says why.
-    ASSERT_TRUE(
-        waitFor([&] { return appOutput.contains("control panel opens as a window"); }, 20000));
+    ASSERT_TRUE(waitFor([&] { return output.contains("control panel opens as a window"); }, 20000));
     const QDBusMessage visible = callApplication(QStringLiteral("IsPanelVisible"));
     ASSERT_EQ(visible.type(), QDBusMessage::ReplyMessage) << visible.errorMessage().toStdString();
     EXPECT_TRUE(visible.arguments().first().toBool());
@@ -452,10 +427,10 @@ TEST_F(LateTray, ThePanelStandsAloneUntilATrayComesAndADamagedFileIsSetAside) {
         stopCleanly(application);
         GTEST_SKIP() << "trayer is not installed (Debian package trayer): no late tray to check";
     }
-    QProcess& trayer = startProcess(
-        QStringLiteral("trayer"), {"--edge", "top", "--align", "right", "--widthtype", "request"});
+    QProcess& trayer = start(QStringLiteral("trayer"),
+                             {"--edge", "top", "--align", "right", "--widthtype", "request"});
     ASSERT_TRUE(waitFor(
-        [&] { return appOutput.contains("A system tray appeared; the icon is there"); }, 20000))
+        [&] { return output.contains("A system tray appeared; the icon is there"); }, 20000))
         << "the icon did not reach a tray that came after start";
     EXPECT_EQ(trayer.state(), QProcess::Running);
     stopCleanly(application);

@@ -21,23 +21,21 @@
 #include <linux/videodev2.h>
 
 #include <cerrno>
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <map>
 #include <memory>
+#include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/linux/LinuxUsbHost.h"
 #include "platform/linux/V4l2CaptureDevices.h"
 #include "platform/linux/VideoIo.h"
-
-#include <atomic>
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
-#include <thread>
 
 namespace {
 
@@ -290,32 +288,24 @@ int main(int argc, char** argv) {
         camera = std::atoi(args[1].c_str());
         args.erase(args.begin(), args.begin() + 2);
     }
-    if (args.size() >= 3 && args[0] == "--v4l2") {
+    // The capture-node modes work on the camera's capture device; a camera that is not there
+    // ends the run with status 1.
+    const bool v4l2 = args.size() >= 3 && args[0] == "--v4l2";
+    const bool setFormatMode = args.size() == 3 && args[0] == "--set-format";
+    const bool streamMode = args.size() == 4 && args[0] == "--stream";
+    const bool formats = args.size() == 1 && args[0] == "--formats";
+    if (v4l2 || setFormatMode || streamMode || formats) {
         linuxplatform::V4l2CaptureDeviceSystem capture;
         const auto devices = capture.scan();
         if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
-        return v4l2Control(devices[static_cast<size_t>(camera - 1)]->devicePath(),
-                           {args.begin() + 1, args.end()});
-    }
-    if (args.size() == 3 && args[0] == "--set-format") {
-        linuxplatform::V4l2CaptureDeviceSystem capture;
-        const auto devices = capture.scan();
-        if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
-        return setFormat(devices[static_cast<size_t>(camera - 1)]->devicePath(), args[1], args[2]);
-    }
-    if (args.size() == 4 && args[0] == "--stream") {
-        linuxplatform::V4l2CaptureDeviceSystem capture;
-        const auto devices = capture.scan();
-        if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
-        setvbuf(stdout, nullptr, _IOLBF, 0);
-        return stream(*devices[static_cast<size_t>(camera - 1)], args[1], args[2],
-                      std::atoi(args[3].c_str()));
-    }
-    if (args.size() == 1 && args[0] == "--formats") {
-        linuxplatform::V4l2CaptureDeviceSystem capture;
-        const auto devices = capture.scan();
-        if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
-        printFormats(devices[static_cast<size_t>(camera - 1)]->devicePath());
+        linuxplatform::V4l2CaptureDevice& device = *devices[static_cast<size_t>(camera - 1)];
+        if (v4l2) return v4l2Control(device.devicePath(), {args.begin() + 1, args.end()});
+        if (setFormatMode) return setFormat(device.devicePath(), args[1], args[2]);
+        if (streamMode) {
+            setvbuf(stdout, nullptr, _IOLBF, 0);
+            return stream(device, args[1], args[2], std::atoi(args[3].c_str()));
+        }
+        printFormats(device.devicePath());
         return 0;
     }
     if (args.empty()) return usage();

@@ -17,53 +17,49 @@ EntryTexts sampleTexts() {
     return texts;
 }
 
-QString localize(const QString& input, EntryFormat format, const EntryTexts& texts) {
-    QString output, error;
-    EXPECT_TRUE(localizeEntry(input, format, texts, output, error)) << qPrintable(error);
-    return output;
-}
-
-TEST(EntryLocalizer, DesktopEntryGetsOneLinePerTranslatingLocaleAfterTheDefault) {
-    const QString output =
-        localize("[Desktop Entry]\nName=@CFBundleName@\nComment=@Comment@\nIcon=x\n",
-                 EntryFormat::Desktop, sampleTexts());
-    EXPECT_EQ(
-        output,
-        "[Desktop Entry]\n"
-        "Name=Orvella\nName[de]=Orvella\n"
-        "Comment=Adjust webcams\nComment[de]=Webcams einstellen\nComment[pt_BR]=Ajustar webcams\n"
-        "Icon=x\n");
-}
-
-TEST(EntryLocalizer, DesktopValuesAreEscaped) {
-    EntryTexts texts;
-    texts.defaults = {{"Comment", " two\nlines\\ and\ttab"}};
-    texts.localized["de"] = {{"Comment", "a\rb"}};
-    EXPECT_EQ(localize("Comment=@Comment@", EntryFormat::Desktop, texts),
-              "Comment=\\stwo\\nlines\\\\ and\\ttab\nComment[de]=a\\rb");
-}
-
-TEST(EntryLocalizer, MetainfoLinesGetXmlLangAndEscapedTexts) {
-    EntryTexts texts = sampleTexts();
-    texts.localized["fr"] = {{"Comment", "Réglages & <webcam>"}};
-    const QString output = localize(
-        "<component>\n  <name>@CFBundleName@</name>\n  <summary>@Comment@</summary>\n"
-        "  <release version=\"@VERSION@\"/>\n</component>",
-        EntryFormat::Metainfo, texts);
-    EXPECT_EQ(output,
-              "<component>\n"
-              "  <name>Orvella</name>\n  <name xml:lang=\"de\">Orvella</name>\n"
-              "  <summary>Adjust webcams</summary>\n"
-              "  <summary xml:lang=\"de\">Webcams einstellen</summary>\n"
-              "  <summary xml:lang=\"fr\">Réglages &amp; &lt;webcam&gt;</summary>\n"
-              "  <summary xml:lang=\"pt_BR\">Ajustar webcams</summary>\n"
-              "  <release version=\"1.2\"/>\n</component>");
-}
-
-TEST(EntryLocalizer, MixedLinesFallBackToTheDefaultForUntranslatedKeys) {
-    EXPECT_EQ(localize("Comment=@CFBundleName@: @Comment@", EntryFormat::Desktop, sampleTexts()),
-              "Comment=Orvella: Adjust webcams\nComment[de]=Orvella: Webcams einstellen\n"
-              "Comment[pt_BR]=Orvella: Ajustar webcams");
+TEST(EntryLocalizer, OneLinePerTranslatingLocaleAfterTheDefaultEscapedForTheFormat) {
+    EntryTexts escapes;
+    escapes.defaults = {{"Comment", " two\nlines\\ and\ttab"}};
+    escapes.localized["de"] = {{"Comment", "a\rb"}};
+    EntryTexts french = sampleTexts();
+    french.localized["fr"] = {{"Comment", "Réglages & <webcam>"}};
+    struct Case {
+        QString input;
+        EntryFormat format;
+        EntryTexts texts;
+        QString expected;
+    };
+    const Case cases[] = {
+        {"[Desktop Entry]\nName=@CFBundleName@\nComment=@Comment@\nIcon=x\n", EntryFormat::Desktop,
+         sampleTexts(),
+         "[Desktop Entry]\n"
+         "Name=Orvella\nName[de]=Orvella\n"
+         "Comment=Adjust webcams\nComment[de]=Webcams einstellen\nComment[pt_BR]=Ajustar webcams\n"
+         "Icon=x\n"},
+        // Desktop values escape a leading blank, line ends, backslashes and tabs.
+        {"Comment=@Comment@", EntryFormat::Desktop, escapes,
+         "Comment=\\stwo\\nlines\\\\ and\\ttab\nComment[de]=a\\rb"},
+        // Metainfo elements get xml:lang and escaped texts.
+        {"<component>\n  <name>@CFBundleName@</name>\n  <summary>@Comment@</summary>\n"
+         "  <release version=\"@VERSION@\"/>\n</component>",
+         EntryFormat::Metainfo, french,
+         "<component>\n"
+         "  <name>Orvella</name>\n  <name xml:lang=\"de\">Orvella</name>\n"
+         "  <summary>Adjust webcams</summary>\n"
+         "  <summary xml:lang=\"de\">Webcams einstellen</summary>\n"
+         "  <summary xml:lang=\"fr\">Réglages &amp; &lt;webcam&gt;</summary>\n"
+         "  <summary xml:lang=\"pt_BR\">Ajustar webcams</summary>\n"
+         "  <release version=\"1.2\"/>\n</component>"},
+        // A line mixing keys falls back on the default for the ones a locale lacks.
+        {"Comment=@CFBundleName@: @Comment@", EntryFormat::Desktop, sampleTexts(),
+         "Comment=Orvella: Adjust webcams\nComment[de]=Orvella: Webcams einstellen\n"
+         "Comment[pt_BR]=Orvella: Ajustar webcams"},
+    };
+    for (const Case& c : cases) {
+        QString output, error;
+        EXPECT_TRUE(localizeEntry(c.input, c.format, c.texts, output, error)) << qPrintable(error);
+        EXPECT_EQ(output, c.expected);
+    }
 }
 
 TEST(EntryLocalizer, TemplatesItCannotFillAreErrors) {

@@ -1,20 +1,13 @@
 #pragma once
-// Cameras built from fixture definitions the way the application builds them (capture device,
-// then camera object; built-in cameras through their media-device object), a scratch preferences
-// folder, and the SET_CUR requests a camera received.
+// A scratch preferences folder and the SET_CUR requests a camera received; the cameras are
+// support/OpenedCamera.h's FixtureCamera.
 
 #include <gtest/gtest.h>
 
-#include <QDir>
 #include <QTemporaryDir>
 #include <QVariantMap>
-#include <memory>
-#include <string>
 
-#include "camera/QTCamera.h"
-#include "platform/Clock.h"
-#include "platform/virtual/VirtualPlatform.h"
-#include "support/VirtualRig.h"
+#include "support/OpenedCamera.h"
 
 // Records and preferences print as "{key: value, ...}" in failure messages.
 inline void PrintTo(const QVariantMap& map, std::ostream* os) {
@@ -26,27 +19,6 @@ inline void PrintTo(const QVariantMap& map, std::ostream* os) {
 }
 
 namespace orvella::testing {
-
-struct FixtureCamera {
-    virtualcam::VirtualPlatform rig;
-    platform::RecordingClock clock;
-    std::shared_ptr<virtualcam::VirtualCamera> device;
-    std::unique_ptr<QTCamera> camera;
-
-    explicit FixtureCamera(const std::string& name) {
-        QString error;
-        auto capture = rig.addDefinitionFile(QString::fromStdString(fixturePath(name)), &error);
-        EXPECT_TRUE(capture) << name << ": " << error.toStdString();
-        if (!capture) return;
-        device = capture->camera();
-        camera = capture->isMediaDevice()
-                     ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture,
-                                                         rig.mediaDeviceFor(*capture))
-                     : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
-        device->clearRequests();
-    }
-    SupportedControl& controls() { return *camera->supportedControl(); }
-};
 
 // One SET_CUR as (unit, selector, data).
 struct SetCur {

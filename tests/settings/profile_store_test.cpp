@@ -36,7 +36,8 @@ struct StoreRig {
     ScratchPreferences prefs;
     DefaultsStore defaults{prefs.file()};
     ProfileStore profiles{defaults};
-    FixtureCamera cam{"generic.json"};
+    FixtureCamera cam;
+    explicit StoreRig(const char* fixture = "generic.json") : cam(fixture) {}
     QString model() const { return cam.camera->modelUniqueID(); }
 };
 
@@ -159,26 +160,24 @@ TEST(ProfileStore, CleanDefaultsCollapsesNamesAndDropsEmptyModels) {
 }
 
 TEST(ProfileStore, TheLifeCamStudioZoomIsStepped) {
-    ScratchPreferences prefs;
-    DefaultsStore defaults(prefs.file());
-    ProfileStore profiles(defaults);
-    FixtureCamera cam("exposure-knob.json");
-    defaults.setObject(QVariantMap{{cam.camera->modelUniqueID(),
-                                    QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
-                                                             {"AppDefault", true},
-                                                             {"ZoomAbsolute", 3}}}}},
-                       "Settings");
-    const auto outcome = profiles.loadAppDefault(*cam.camera, cam.camera.get());
+    StoreRig rig("exposure-knob.json");
+    rig.defaults.setObject(
+        QVariantMap{{rig.model(), QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
+                                                           {"AppDefault", true},
+                                                           {"ZoomAbsolute", 3}}}}},
+        "Settings");
+    QTCamera& cam = *rig.cam.camera;
+    const auto outcome = rig.profiles.loadAppDefault(cam, &cam);
     ASSERT_EQ(outcome.steppedZoomTarget, 3);
-    cam.device->clearRequests();
-    ProfileStore::zoomMSLifeCamStudio(*cam.camera, *outcome.steppedZoomTarget);
+    rig.cam.device->clearRequests();
+    ProfileStore::zoomMSLifeCamStudio(cam, *outcome.steppedZoomTarget);
     std::vector<int> zooms;
-    for (const auto& set : testing::setCurs(*cam.device))
+    for (const auto& set : testing::setCurs(*rig.cam.device))
         if (set.selector == 0x0B) zooms.push_back(set.data.at(0));
     EXPECT_EQ(zooms, std::vector<int>({0, 1, 2, 3}));
 
     FixtureCamera other("generic.json");
-    EXPECT_FALSE(profiles.loadAppDefault(*other.camera, nullptr).steppedZoomTarget);
+    EXPECT_FALSE(rig.profiles.loadAppDefault(*other.camera, nullptr).steppedZoomTarget);
 }
 
 TEST(ProfileListModel, RowsStarsAndTheProfileInForce) {

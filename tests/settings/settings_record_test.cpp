@@ -85,43 +85,34 @@ struct MarkingClock final : platform::Clock {
 
 TEST(SettingsRecord, AppliesInTheFixedOrder) {
     FixtureCamera cam("full-pu.json");
-    const SettingsRecord record{
+    SettingsRecord record{
         {"AutoExposureMode", qint64{1}},
         {"AutoExposurePriority", qint64{1}},
-        {"ExposureTimeAbsoluteDisabled", false},
         {"ExposureTimeAbsolute", qint64{300}},
-        {"BrightnessDisabled", false},
         {"Brightness", qint64{-5}},
-        {"ContrastDisabled", false},
         {"Contrast", qint64{40}},
-        {"HueDisabled", false},
         {"Hue", qint64{2}},
-        {"SaturationDisabled", false},
         {"Saturation", qint64{70}},
-        {"SharpnessDisabled", false},
         {"Sharpness", qint64{4}},
-        {"GammaDisabled", false},
         {"Gamma", qint64{120}},
         {"WhiteBalanceTemperatureAuto", qint64{0}},
-        {"WhiteBalanceTemperatureDisabled", false},
         {"WhiteBalanceTemperature", qint64{5000}},
         {"PowerLineFrequency", qint64{2}},
-        {"BacklightCompensationDisabled", false},
         {"BacklightCompensation", qint64{2}},
-        {"GainDisabled", false},
         {"Gain", qint64{10}},
         {"FocusAuto", qint64{0}},
-        {"FocusAbsoluteDisabled", false},
         {"FocusAbsolute", qint64{30}},
-        {"ZoomAbsoluteDisabled", false},
         {"ZoomAbsolute", qint64{150}},
-        {"PanTiltAbsoluteDisabled", false},
         {"PanAbsolute", qint64{0}},
         {"TiltAbsolute", qint64{0}},
         {"Aperture", qint64{2}},
-        {"NoiseReductionDisabled", false},
         {"NoiseReduction", qint64{9}},
     };
+    for (const char* control :
+         {"ExposureTimeAbsolute", "Brightness", "Contrast", "Hue", "Saturation", "Sharpness",
+          "Gamma", "WhiteBalanceTemperature", "BacklightCompensation", "Gain", "FocusAbsolute",
+          "ZoomAbsolute", "PanTiltAbsolute", "NoiseReduction"})
+        record[QString(control) + "Disabled"] = false;
     MarkingClock clock;
     clock.requestCount = [&] { return cam.device->requestCount(); };
     loadSettings(record, *cam.camera, &clock);

@@ -1,6 +1,6 @@
 #pragma once
-// A virtual camera with a camera object bound to it by location, the built-in camera, and the
-// requests that reached a device as a USB analyser would list them.
+// A virtual camera with a camera object bound to it by location, a camera built as the
+// application builds it, and the requests that reached a device as a USB analyser would list them.
 
 #include <algorithm>
 #include <compare>
@@ -69,27 +69,36 @@ inline auto openJson(const std::string& json) {
     return std::make_unique<OpenedCamera>(cameraFromJson(json));
 }
 
-// The built-in (media-device) camera of builtin.json, vendor 0x106B.
-struct BuiltInCamera {
+// A camera built the way the application builds it: capture device first, then the camera object
+// (built-in cameras through their media-device object). The requests of the build are forgotten.
+struct FixtureCamera {
     virtualcam::VirtualPlatform rig;
     platform::RecordingClock clock;
-    platform::MediaObjectID device = 0;
+    std::shared_ptr<virtualcam::VirtualCamera> device;
+    platform::MediaObjectID media = 0;
     std::unique_ptr<QTCamera> camera;
 
-    BuiltInCamera() {
+    explicit FixtureCamera(const std::string& name) : FixtureCamera(loadFixture(name)) {}
+    explicit FixtureCamera(std::shared_ptr<virtualcam::VirtualCamera> definition) {
         QString error;
-        auto capture =
-            rig.addDefinitionFile(QString::fromStdString(fixturePath("builtin.json")), &error);
+        auto capture = rig.addCamera(definition, &error);
         EXPECT_TRUE(capture) << error.toStdString();
-        device = rig.mediaDeviceFor(*capture);
-        camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, device);
+        if (!capture) return;
+        device = std::move(definition);
+        media = rig.mediaDeviceFor(*capture);
+        camera = media ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
+                       : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+        device->clearRequests();
     }
-    // The values written to the control object of a class, in order.
+    SupportedControl& controls() { return *camera->supportedControl(); }
+    // The media-device control object of a class, and the values written to it in order.
+    platform::MediaObjectID object(const char* classCode) {
+        return rig.media().controlOfClass(media, platform::fourCC(classCode));
+    }
     std::vector<float> written(const char* classCode) {
-        const auto object = rig.media().controlOfClass(device, platform::fourCC(classCode));
         std::vector<float> values;
         for (const auto& write : rig.media().writes())
-            if (write.object == object) values.push_back(write.floatValue());
+            if (write.object == object(classCode)) values.push_back(write.floatValue());
         return values;
     }
 };

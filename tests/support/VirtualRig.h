@@ -3,7 +3,11 @@
 
 #include <gtest/gtest.h>
 
+#include <QFile>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QString>
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -32,6 +36,34 @@ inline std::shared_ptr<virtualcam::VirtualCamera> cameraFromJson(const std::stri
     EXPECT_TRUE(camera) << error.toStdString();
     return camera;
 }
+
+// A fixture whose JSON `edit` changes before it is read.
+inline std::shared_ptr<virtualcam::VirtualCamera> editedFixture(
+    const std::string& name, const std::function<void(QJsonObject&)>& edit) {
+    QFile file(QString::fromStdString(fixturePath(name)));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
+    edit(json);
+    return cameraFromJson(QJsonDocument(json).toJson().toStdString());
+}
+
+// A USB device handle that answers every call with `status`; tests override what they script.
+struct StubUsbDevice : platform::UsbDevice {
+    IOReturn status = kIOReturnSuccess;
+    IOReturn getLocationID(uint32_t&) override { return status; }
+    IOReturn getDeviceVendor(uint16_t&) override { return status; }
+    IOReturn getDeviceProduct(uint16_t&) override { return status; }
+    IOReturn usbGetProductStringIndex(uint8_t&) override { return status; }
+    IOReturn getUSBDeviceInformation(uint32_t&) override { return status; }
+    IOReturn usbDeviceOpen() override { return status; }
+    IOReturn usbDeviceSuspend(bool) override { return status; }
+    IOReturn usbDeviceClose() override { return status; }
+    IOReturn deviceRequestTO(platform::DeviceRequestTO&) override { return status; }
+    IOReturn createInterfaceIterator(
+        std::vector<std::shared_ptr<platform::UsbInterfaceService>>&) override {
+        return status;
+    }
+};
 
 struct VirtualRig {
     virtualcam::VirtualUsbHost usb;

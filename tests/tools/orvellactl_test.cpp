@@ -6,41 +6,25 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
 #include <QTemporaryDir>
 
-#include "support/VirtualRig.h"
+#include "support/Orvellactl.h"
 
 namespace orvella {
 namespace {
 
-struct CtlRun {
-    int exitCode = -1;
-    QString out;
-    QString err;
-};
-
-CtlRun orvellactl(const QStringList& arguments) {
-    QProcess process;
-    process.start(QStringLiteral(ORVELLA_ORVELLACTL), arguments);
-    EXPECT_TRUE(process.waitForFinished(60000));
-    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit) << arguments.join(' ').toStdString();
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
-
-QString fixture(const char* name) {
-    return QString::fromStdString(testing::fixturePath(name));
-}
+using testing::cameraFixture;
+using testing::CtlRun;
+using testing::runOrvellactl;
 
 QStringList twoCameras(QStringList command) {
-    return QStringList{"--virtual", fixture("logitech-c270.json"), "--virtual",
-                       fixture("builtin.json")} +
+    return QStringList{"--virtual", cameraFixture("logitech-c270.json"), "--virtual",
+                       cameraFixture("builtin.json")} +
            command;
 }
 
 TEST(OrvellaCtl, ListsAndShowsCameras) {
-    const CtlRun list = orvellactl(twoCameras({"list"}));
+    const CtlRun list = runOrvellactl(twoCameras({"list"}));
     ASSERT_EQ(list.exitCode, 0) << list.err.toStdString();
     const QStringList lines = list.out.trimmed().split('\n');
     ASSERT_EQ(lines.size(), 2);
@@ -49,7 +33,7 @@ TEST(OrvellaCtl, ListsAndShowsCameras) {
               "ProductID_2085");
     EXPECT_TRUE(lines[1].startsWith("2\tFaceTime HD Camera (Built-in)\t0x8020000005ac8507\t"));
 
-    const CtlRun show = orvellactl(twoCameras({"show", "FaceTime", "--json"}));
+    const CtlRun show = runOrvellactl(twoCameras({"show", "FaceTime", "--json"}));
     ASSERT_EQ(show.exitCode, 0) << show.err.toStdString();
     const QJsonObject json = QJsonDocument::fromJson(show.out.toUtf8()).object();
     EXPECT_EQ(json["modelUniqueID"].toString(), "Apple Camera VendorID_0x106B ProductID_0x8507");
@@ -62,56 +46,47 @@ TEST(OrvellaCtl, ListsAndShowsCameras) {
                             "cameraLED", "wObjectiveFocalLengthMax", "formatArray"})
         EXPECT_TRUE(json.contains(key)) << key;
 
-    const CtlRun usb = orvellactl(twoCameras({"--json", "show", "0x1a200000046d0825"}));
+    const CtlRun usb = runOrvellactl(twoCameras({"--json", "show", "0x1a200000046d0825"}));
     const QJsonArray formats = QJsonDocument::fromJson(usb.out.toUtf8())["formatArray"].toArray();
     ASSERT_FALSE(formats.isEmpty());
     EXPECT_EQ(formats[0]["FrameIndex"].toInt(), 0x101);
     EXPECT_EQ(formats[0]["FormatCode"].toInteger(), 0x32595559);
     EXPECT_TRUE(formats[0]["FormatFPS"].isArray());
 
-    const CtlRun text = orvellactl({"--demo", "show"});
+    const CtlRun text = runOrvellactl({"--demo", "show"});
     EXPECT_EQ(text.exitCode, 0);
     EXPECT_TRUE(text.out.contains("Brightness")) << text.out.toStdString();
     EXPECT_TRUE(text.err.isEmpty()) << text.err.toStdString();  // the trace needs --verbose
-    EXPECT_FALSE(orvellactl({"--demo", "--verbose", "list"}).err.isEmpty());
+    EXPECT_FALSE(runOrvellactl({"--demo", "--verbose", "list"}).err.isEmpty());
 }
 
 TEST(OrvellaCtl, GetsAndSetsControls) {
-    CtlRun get = orvellactl(twoCameras({"get", "1", "Contrast"}));
+    CtlRun get = runOrvellactl(twoCameras({"get", "1", "Contrast"}));
     EXPECT_EQ(get.exitCode, 0) << get.err.toStdString();
     EXPECT_EQ(get.out, "32\n");
-    get = orvellactl({"--virtual", fixture("builtin.json"), "get", "brightness"});
+    get = runOrvellactl({"--virtual", cameraFixture("builtin.json"), "get", "brightness"});
     EXPECT_EQ(get.out, "128\n") << get.err.toStdString();
 
-    const CtlRun set = orvellactl(twoCameras({"set", "C270", "Gain", "0x40"}));
+    const CtlRun set = runOrvellactl(twoCameras({"set", "C270", "Gain", "0x40"}));
     EXPECT_EQ(set.exitCode, 0) << set.err.toStdString();
     EXPECT_EQ(set.out, "Gain = 64\n");
-    EXPECT_EQ(orvellactl(twoCameras({"set", "C270", "Brightness", "-5"})).exitCode, 0);
-    EXPECT_EQ(orvellactl(twoCameras({"defaults", "2"})).exitCode, 0);
+    EXPECT_EQ(runOrvellactl(twoCameras({"set", "C270", "Brightness", "-5"})).exitCode, 0);
+    EXPECT_EQ(runOrvellactl(twoCameras({"defaults", "2"})).exitCode, 0);
 }
 
 TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
     QTemporaryDir dir;
-    const QString broken = dir.filePath("broken.json");
-    {
-        QFile file(broken);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write("{\"vendorID\": ");
-    }
-    const QString badMedia = dir.filePath("media.json");
-    {
-        QFile file(badMedia);
-        ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-        file.write(R"({"vendorID": 1, "productID": 2,
-                       "mediaDevice": {"controls": [{"class": "toolong"}]}})");
-    }
-
-    struct Case {
-        QStringList arguments;
-        int exitCode;
-        const char* says;
+    const auto write = [&](const char* name, const char* content) {
+        QFile file(dir.filePath(name));
+        EXPECT_TRUE(file.open(QIODevice::WriteOnly));
+        file.write(content);
+        return file.fileName();
     };
-    const Case cases[] = {
+    const QString broken = write("broken.json", "{\"vendorID\": ");
+    const QString badMedia = write("media.json", R"({"vendorID": 1, "productID": 2,
+        "mediaDevice": {"controls": [{"class": "toolong"}]}})");
+
+    const testing::CtlCase cases[] = {
         {{"show"}, 1, "no camera"},  // this machine has no camera of its own
         {{"--demo", "--bogus", "list"}, 2, "--bogus"},
         {{"--demo"}, 2, "no command"},
@@ -131,19 +106,12 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
         {twoCameras({"get", "Brightness"}), 2, "2 cameras"},
         {twoCameras({"get", "a", "Brightness"}), 1, "matches 2"},
     };
-    for (const Case& c : cases) {
-        const CtlRun run = orvellactl(c.arguments);
-        const std::string what = c.arguments.join(' ').toStdString();
-        EXPECT_EQ(run.exitCode, c.exitCode) << what << ": " << run.err.toStdString();
-        EXPECT_TRUE(run.out.isEmpty()) << what;
-        EXPECT_EQ(run.err.count('\n'), 1) << what << ": " << run.err.toStdString();
-        EXPECT_TRUE(run.err.startsWith("orvellactl: ")) << what;
-        EXPECT_TRUE(run.err.contains(c.says)) << what << ": " << run.err.toStdString();
-    }
+    for (const testing::CtlCase& c : cases)
+        testing::expectAnswer(c, runOrvellactl(c.arguments));
 }
 
 TEST(OrvellaCtl, HelpNamesEveryCommandAndControl) {
-    const CtlRun help = orvellactl({"--help"});
+    const CtlRun help = runOrvellactl({"--help"});
     EXPECT_EQ(help.exitCode, 0);
     for (const char* word : {"list", "show", "get", "set", "defaults", "--virtual", "--demo",
                              "--json", "--verbose", "PanAbsolute", "LEDIndex", "Exit status"})
