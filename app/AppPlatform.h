@@ -1,8 +1,9 @@
 #pragma once
 // The platform the application runs on, as its command line chooses: the machine's own cameras
 // (LinuxPlatform with udev hot-plug), or virtual cameras from files, the demo camera and a
-// watched folder, with their requests optionally recorded. Sleep and wake come from logind in
-// both cases, so that tests can drive them on a private system bus.
+// watched folder, with their requests optionally recorded and a FIFO of commands that act on
+// them (platform/virtual/VirtualCameraCommands.h). Sleep and wake come from logind in both cases,
+// so that tests can drive them on a private system bus.
 
 #include <QString>
 #include <memory>
@@ -26,7 +27,7 @@ namespace orvella::app {
 class AppPlatform {
   public:
     // Builds what the options ask for; null with *error (one line) when a camera file, the
-    // folder or the request log cannot be used.
+    // folder, the request log or the control FIFO cannot be used.
     static std::unique_ptr<AppPlatform> assemble(const CommandLineOptions& options, QString* error);
     ~AppPlatform();
 
@@ -41,10 +42,12 @@ class AppPlatform {
     void start();
 
   private:
+    class ControlFifo;
     AppPlatform();
 
     std::unique_ptr<virtualcam::VirtualPlatform> virtual_;
     std::unique_ptr<virtualcam::VirtualCameraDirectory> directory_;
+    std::unique_ptr<ControlFifo> control_;
     std::unique_ptr<linuxplatform::LinuxPlatform> linux_;
     std::unique_ptr<linuxplatform::LogindPower> power_;
     platform::Platform services_;

@@ -100,7 +100,16 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         QStringLiteral("Append every request the virtual cameras see to FILE, one line each, "
                        "as orvella-usbip-camera --log writes them."),
         QStringLiteral("FILE"));
-    parser.addOptions({help, helpAll, version, virtualFile, demo, virtualDir, requestLog});
+    const QCommandLineOption virtualControl(
+        QStringLiteral("virtual-control"),
+        QStringLiteral("Read commands for the virtual cameras from FIFO (created if missing), one "
+                       "per line, as orvella-usbip-camera --control takes them, plus open N and "
+                       "close N (another program opens or closes camera N). Cameras are numbered "
+                       "from 1 in the order they are plugged in, as in the request log; each "
+                       "command is confirmed there."),
+        QStringLiteral("FIFO"));
+    parser.addOptions(
+        {help, helpAll, version, virtualFile, demo, virtualDir, requestLog, virtualControl});
 
     QStringList args = withoutQtOptions(arguments);
     if (args.isEmpty()) args << QStringLiteral("orvella");
@@ -131,22 +140,31 @@ CommandLine CommandLine::parse(const QStringList& arguments) {
         return failure(QStringLiteral("--virtual-dir may be given once"));
     if (parser.values(requestLog).size() > 1)
         return failure(QStringLiteral("--request-log may be given once"));
+    if (parser.values(virtualControl).size() > 1)
+        return failure(QStringLiteral("--virtual-control may be given once"));
 
     CommandLineOptions& options = result.options;
     options.virtualFiles = parser.values(virtualFile);
     options.demo = parser.isSet(demo);
     options.virtualDir = parser.value(virtualDir);
     options.requestLog = parser.value(requestLog);
+    options.virtualControl = parser.value(virtualControl);
     for (const QString& value : options.virtualFiles)
         if (value.isEmpty()) return failure(QStringLiteral("--virtual needs a FILE"));
     if (parser.isSet(virtualDir) && options.virtualDir.isEmpty())
         return failure(QStringLiteral("--virtual-dir needs a DIR"));
     if (parser.isSet(requestLog) && options.requestLog.isEmpty())
         return failure(QStringLiteral("--request-log needs a FILE"));
+    if (parser.isSet(virtualControl) && options.virtualControl.isEmpty())
+        return failure(QStringLiteral("--virtual-control needs a FIFO"));
     if (!options.requestLog.isEmpty() && !options.usesVirtualCameras())
         return failure(
             QStringLiteral("--request-log records virtual cameras only: add --virtual, --demo "
                            "or --virtual-dir"));
+    if (!options.virtualControl.isEmpty() && !options.usesVirtualCameras())
+        return failure(
+            QStringLiteral("--virtual-control acts on virtual cameras only: add --virtual, "
+                           "--demo or --virtual-dir"));
     return result;
 }
 

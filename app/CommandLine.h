@@ -2,8 +2,9 @@
 // The command line of the application. Besides --help and --version it takes only the test and
 // demo faces: virtual cameras from files (--virtual, repeatable), the bundled demo camera
 // (--demo), a folder whose *.json files are cameras that come and go (--virtual-dir), and a file
-// that records every request the virtual cameras see (--request-log). With none of them the
-// application works on the cameras plugged into the machine.
+// that records every request the virtual cameras see (--request-log), and a FIFO of commands
+// that act on the virtual cameras as other programs and faults would (--virtual-control). With
+// none of them the application works on the cameras plugged into the machine.
 
 #include <QString>
 #include <QStringList>
@@ -15,6 +16,7 @@ struct CommandLineOptions {
     bool demo = false;
     QString virtualDir;
     QString requestLog;
+    QString virtualControl;
 
     // Whether the cameras are virtual ones rather than the machine's.
     bool usesVirtualCameras() const {

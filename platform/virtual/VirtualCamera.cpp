@@ -550,6 +550,108 @@ bool VirtualCamera::governedByAutoMode(const DeviceControl& control) const {
     return false;
 }
 
+// How the device judges a write of `value` (the control's length): 0 when it takes it, with
+// `value` clamped where the device clamps, else the request error code it refuses it with.
+uint8_t VirtualCamera::judgeWrite(const DeviceControl& control, std::vector<uint8_t>& value) const {
+    if (!(control.info & uvc::kInfoSetSupported)) return kInvalidRequest;
+    if (governedByAutoMode(control)) return kWrongState;
+    switch (control.kind) {
+        case ValueKind::Unsigned:
+        case ValueKind::Signed: {
+            const int64_t v = decode(value, control.kind, control.length);
+            const int64_t lo = decode(control.min, control.kind, control.length);
+            const int64_t hi = decode(control.max, control.kind, control.length);
+            if (v < lo || v > hi) {
+                if (!clampOutOfRange_) return kOutOfRange;
+                value = pack(std::clamp(v, lo, std::max(lo, hi)), control.length);
+            }
+            break;
+        }
+        case ValueKind::Bitmap: {
+            const uint64_t v = unpackUnsigned(value, 0, control.length);
+            const uint64_t offered = unpackUnsigned(control.res, 0, control.length);
+            // Exactly one mode, and one the device offers.
+            if (v == 0 || (v & (v - 1)) != 0 || (v & offered) == 0) return kInvalidValue;
+            break;
+        }
+        case ValueKind::PanTilt: {
+            int64_t halves[2];
+            for (int h = 0; h < 2; ++h) {
+                const int64_t v = signExtend(unpackUnsigned(value, 4 * h, 4), 4);
+                const int64_t lo = signExtend(unpackUnsigned(control.min, 4 * h, 4), 4);
+                const int64_t hi = signExtend(unpackUnsigned(control.max, 4 * h, 4), 4);
+                if ((v < lo || v > hi) && !clampOutOfRange_) return kOutOfRange;
+                halves[h] = std::clamp(v, lo, std::max(lo, hi));
+            }
+            value = packPanTilt(halves[0], halves[1]);
+            break;
+        }
+        case ValueKind::Raw:
+            break;
+    }
+    return kNoError;
+}
+
+// Gives a control a new current value and says what changed for a listener: the value, and the
+// automatic-mode state of every control of the unit whose state moved with it.
+std::vector<platform::ControlChange> VirtualCamera::replaceValue(DeviceControl& control,
+                                                                 std::vector<uint8_t> value) {
+    std::vector<std::pair<const DeviceControl*, bool>> governed;
+    for (const DeviceControl& c : controls_)
+        if (c.unit == control.unit) governed.emplace_back(&c, governedByAutoMode(c));
+    const bool valueChanged = control.cur != value;
+    control.cur = std::move(value);
+
+    std::vector<platform::ControlChange> changes;
+    if (valueChanged) {
+        platform::ControlChange change;
+        change.unit = control.unit;
+        change.selector = control.selector;
+        change.valueChanged = true;
+        change.value = unpackUnsigned(control.cur, 0, std::min<size_t>(control.length, 8));
+        changes.push_back(change);
+    }
+    for (const auto& entry : governed) {
+        const bool now = governedByAutoMode(*entry.first);
+        if (now == entry.second) continue;
+        platform::ControlChange* change = nullptr;
+        if (entry.first == &control && valueChanged) {
+            change = &changes.front();
+        } else {
+            change = &changes.emplace_back();
+            change->unit = entry.first->unit;
+            change->selector = entry.first->selector;
+        }
+        change->flagsChanged = true;
+        change->inactive = now;
+    }
+    return changes;
+}
+
+void VirtualCamera::tellControlChanges(const std::vector<platform::ControlChange>& changes) {
+    if (changes.empty()) return;
+    std::vector<ControlChangeListener> listeners;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& entry : controlListeners_)
+            listeners.push_back(entry.second);
+    }
+    for (const auto& listener : listeners)
+        for (const platform::ControlChange& change : changes)
+            listener(change);
+}
+
+void VirtualCamera::tellCaptureUse(int foreignOpens) {
+    std::vector<CaptureUseListener> listeners;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        for (const auto& entry : useListeners_)
+            listeners.push_back(entry.second);
+    }
+    for (const auto& listener : listeners)
+        listener(foreignOpens);
+}
+
 void VirtualCamera::record(RecordedRequest::Kind kind, const platform::ControlRequest& request,
                            std::vector<uint8_t> data, IOReturn status) {
     RecordedRequest r;
@@ -648,45 +750,10 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
 
     if (request.bmRequestType == 0x21) {
         if (request.bRequest != uvc::SET_CUR) return stall(kInvalidRequest);
-        if (!(control->info & uvc::kInfoSetSupported)) return stall(kInvalidRequest);
         if (request.wLength < control->length || !request.pData) return stall(kInvalidRequest);
-        if (governedByAutoMode(*control)) return stall(kWrongState);
         std::vector<uint8_t> value(static_cast<const uint8_t*>(request.pData),
                                    static_cast<const uint8_t*>(request.pData) + control->length);
-        switch (control->kind) {
-            case ValueKind::Unsigned:
-            case ValueKind::Signed: {
-                const int64_t v = decode(value, control->kind, control->length);
-                const int64_t lo = decode(control->min, control->kind, control->length);
-                const int64_t hi = decode(control->max, control->kind, control->length);
-                if (v < lo || v > hi) {
-                    if (!clampOutOfRange_) return stall(kOutOfRange);
-                    value = pack(std::clamp(v, lo, std::max(lo, hi)), control->length);
-                }
-                break;
-            }
-            case ValueKind::Bitmap: {
-                const uint64_t v = unpackUnsigned(value, 0, control->length);
-                const uint64_t offered = unpackUnsigned(control->res, 0, control->length);
-                // Exactly one mode, and one the device offers.
-                if (v == 0 || (v & (v - 1)) != 0 || (v & offered) == 0) return stall(kInvalidValue);
-                break;
-            }
-            case ValueKind::PanTilt: {
-                int64_t halves[2];
-                for (int h = 0; h < 2; ++h) {
-                    const int64_t v = signExtend(unpackUnsigned(value, 4 * h, 4), 4);
-                    const int64_t lo = signExtend(unpackUnsigned(control->min, 4 * h, 4), 4);
-                    const int64_t hi = signExtend(unpackUnsigned(control->max, 4 * h, 4), 4);
-                    if ((v < lo || v > hi) && !clampOutOfRange_) return stall(kOutOfRange);
-                    halves[h] = std::clamp(v, lo, std::max(lo, hi));
-                }
-                value = packPanTilt(halves[0], halves[1]);
-                break;
-            }
-            case ValueKind::Raw:
-                break;
-        }
+        if (const uint8_t code = judgeWrite(*control, value)) return stall(code);
         control->cur = std::move(value);
         request.wLenDone = control->length;
         return kIOReturnSuccess;
@@ -800,11 +867,95 @@ std::optional<int64_t> VirtualCamera::currentValue(uint8_t unit, uint8_t selecto
 }
 
 bool VirtualCamera::setCurrentValue(uint8_t unit, uint8_t selector, int64_t value) {
-    std::lock_guard<std::mutex> lock(mutex_);
-    DeviceControl* c = find(unit, selector);
-    if (!c) return false;
-    c->cur = pack(value, c->length);
+    std::vector<platform::ControlChange> changes;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        DeviceControl* c = find(unit, selector);
+        if (!c) return false;
+        changes = replaceValue(*c, pack(value, c->length));
+    }
+    tellControlChanges(changes);
     return true;
+}
+
+bool VirtualCamera::setByAnotherProgram(uint8_t unit, uint8_t selector, int64_t value,
+                                        std::string* error) {
+    auto refuse = [error](const char* reason) {
+        if (error) *error = reason;
+        return false;
+    };
+    std::vector<platform::ControlChange> changes;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!present_) return refuse("the camera is gone");
+        DeviceControl* c = find(unit, selector);
+        if (!c) return refuse("no such control");
+        std::vector<uint8_t> bytes = pack(value, c->length);
+        switch (judgeWrite(*c, bytes)) {
+            case kNoError:
+                break;
+            case kWrongState:
+                return refuse("governed by an automatic mode");
+            case kOutOfRange:
+                return refuse("out of range");
+            case kInvalidValue:
+                return refuse("not a value the control takes");
+            default:
+                return refuse("not writable");
+        }
+        changes = replaceValue(*c, std::move(bytes));
+    }
+    tellControlChanges(changes);
+    return true;
+}
+
+int VirtualCamera::addControlChangeListener(ControlChangeListener listener) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    controlListeners_[++lastListenerID_] = std::move(listener);
+    return lastListenerID_;
+}
+
+void VirtualCamera::removeControlChangeListener(int id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    controlListeners_.erase(id);
+}
+
+bool VirtualCamera::openByAnotherProgram() {
+    int count = 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!present_) return false;
+        count = ++foreignOpens_;
+    }
+    tellCaptureUse(count);
+    return true;
+}
+
+bool VirtualCamera::closeByAnotherProgram() {
+    int count = 0;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (foreignOpens_ == 0) return false;
+        count = --foreignOpens_;
+    }
+    tellCaptureUse(count);
+    return true;
+}
+
+int VirtualCamera::foreignOpens() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return foreignOpens_;
+}
+
+int VirtualCamera::addCaptureUseListener(CaptureUseListener listener) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    useListeners_[++lastListenerID_] = std::move(listener);
+    return lastListenerID_;
+}
+
+void VirtualCamera::removeCaptureUseListener(int id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    useListeners_.erase(id);
 }
 
 void VirtualCamera::stallSelector(uint8_t unit, uint8_t selector, uint8_t code) {

@@ -17,6 +17,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/ControlEvents.h"
 #include "platform/IOReturn.h"
 #include "platform/Usb.h"
 #include "platform/virtual/StreamingNegotiation.h"
@@ -96,7 +97,8 @@ class VirtualCamera {
     std::optional<DeviceControl> control(uint8_t unit, uint8_t selector) const;
     // GET_CUR value decoded by its kind (pan/tilt: low 32 bits pan, high 32 bits tilt, raw).
     std::optional<int64_t> currentValue(uint8_t unit, uint8_t selector) const;
-    // Sets the current value directly, bypassing clamping and the request log.
+    // Sets the current value directly, bypassing clamping and the request log; a change is told
+    // to the control-change listeners.
     bool setCurrentValue(uint8_t unit, uint8_t selector, int64_t value);
     // The unit ID of the first camera terminal / processing unit in the descriptors, 0 if none.
     uint8_t cameraTerminalID() const { return cameraTerminalID_; }
@@ -110,6 +112,32 @@ class VirtualCamera {
     // The probe or commit control of a VideoStreaming interface as it stands, empty when the
     // interface has none.
     std::vector<uint8_t> streamingControl(uint8_t interfaceNumber, uint8_t selector) const;
+
+    // ---- Changes behind the host's back ----
+    // Another program writes the control (pan/tilt: pan in the low 32 bits, tilt in the high):
+    // clamped or refused exactly as the host's SET_CUR would be, recorded nowhere, and told to
+    // the control-change listeners when the value changed. On refusal returns false with
+    // *error set to a short reason.
+    bool setByAnotherProgram(uint8_t unit, uint8_t selector, int64_t value,
+                             std::string* error = nullptr);
+    // Listeners hear every change that did not come from the host: the control's new value
+    // (GET_CUR's bytes, little-endian) and, when an automatic mode changed, the controls it now
+    // governs or releases (GET_INFO bit 2). Called on the changing thread, after the camera's
+    // lock is released. The returned id removes the listener.
+    using ControlChangeListener = std::function<void(const platform::ControlChange&)>;
+    int addControlChangeListener(ControlChangeListener listener);
+    void removeControlChangeListener(int id);
+
+    // Another program opens the camera's capture node; false when the camera is gone.
+    bool openByAnotherProgram();
+    // Another program closes it; false when no other program has it open.
+    bool closeByAnotherProgram();
+    int foreignOpens() const;
+    // Listeners hear the number of other programs' opens after every open and close, like the
+    // control-change listeners.
+    using CaptureUseListener = std::function<void(int foreignOpens)>;
+    int addCaptureUseListener(CaptureUseListener listener);
+    void removeCaptureUseListener(int id);
 
     // ---- Faults ----
     // Every request to the control stalls; the request error code control then says `code`.
@@ -150,6 +178,11 @@ class VirtualCamera {
     DeviceControl* find(uint8_t unit, uint8_t selector);
     const DeviceControl* find(uint8_t unit, uint8_t selector) const;
     bool governedByAutoMode(const DeviceControl& control) const;
+    uint8_t judgeWrite(const DeviceControl& control, std::vector<uint8_t>& value) const;
+    std::vector<platform::ControlChange> replaceValue(DeviceControl& control,
+                                                      std::vector<uint8_t> value);
+    void tellControlChanges(const std::vector<platform::ControlChange>& changes);
+    void tellCaptureUse(int foreignOpens);
     void record(RecordedRequest::Kind kind, const platform::ControlRequest& request,
                 std::vector<uint8_t> data, IOReturn status);
 
@@ -190,6 +223,10 @@ class VirtualCamera {
     int resumeCount_ = 0;
     std::vector<RecordedRequest> log_;
     std::function<void(const RecordedRequest&)> requestObserver_;
+    int foreignOpens_ = 0;
+    int lastListenerID_ = 0;
+    std::map<int, ControlChangeListener> controlListeners_;
+    std::map<int, CaptureUseListener> useListeners_;
 
     friend class VirtualUsbHost;
     friend struct Private;

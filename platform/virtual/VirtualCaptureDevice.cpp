@@ -72,4 +72,30 @@ std::shared_ptr<VirtualCaptureDevice> VirtualCaptureDevice::create(
     return device;
 }
 
+VirtualCaptureDevice::~VirtualCaptureDevice() {
+    stopTellingUse();
+}
+
+bool VirtualCaptureDevice::setCaptureUseObserver(platform::CaptureUseObserver* observer) {
+    stopTellingUse();
+    if (!observer) return true;
+    useChannel_ = EventLoopChannel::toCurrentThread();
+    const std::weak_ptr<VirtualCamera> weakCamera = camera_;
+    useListenerID_ = camera_->addCaptureUseListener(
+        [channel = useChannel_, weakCamera, observer](int foreignOpens) {
+            channel->post([weakCamera, observer, foreignOpens] {
+                const auto camera = weakCamera.lock();
+                if (camera && camera->present()) observer->captureUseChanged(foreignOpens);
+            });
+        });
+    return true;
+}
+
+void VirtualCaptureDevice::stopTellingUse() {
+    if (!useChannel_) return;
+    camera_->removeCaptureUseListener(useListenerID_);
+    useChannel_->close();
+    useChannel_.reset();
+}
+
 }  // namespace orvella::virtualcam

@@ -4,11 +4,13 @@
 // (built-in) camera, one whose definition has a "mediaDevice" key, takes its unique and model
 // identifiers from that key. The format description is the first format and frame size of the
 // camera's VideoStreaming descriptors. Its streams play the camera's test patterns
-// (platform/virtual/VirtualFramePlayer.h).
+// (platform/virtual/VirtualFramePlayer.h). Other programs' opens of the camera
+// (VirtualCamera::openByAnotherProgram) are told to the capture-use observer.
 
 #include <memory>
 
 #include "platform/CaptureDevice.h"
+#include "platform/virtual/EventLoopChannel.h"
 #include "platform/virtual/VirtualCamera.h"
 #include "platform/virtual/VirtualFramePlayer.h"
 
@@ -19,6 +21,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     // Null with *error set when the camera's media-device or frames key is malformed.
     static std::shared_ptr<VirtualCaptureDevice> create(std::shared_ptr<VirtualCamera> camera,
                                                         QString* error);
+    ~VirtualCaptureDevice() override;
 
     const std::shared_ptr<VirtualCamera>& camera() const { return camera_; }
     // Whether this is a built-in camera reached through the media-device layer.
@@ -36,11 +39,13 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     std::unique_ptr<platform::CaptureStream> createStream() override {
         return player_->createStream();
     }
+    bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
     // The frame player, for faults at run time (stall, busy, size change, rate).
     VirtualFramePlayer& player() { return *player_; }
 
   private:
     VirtualCaptureDevice() = default;
+    void stopTellingUse();
 
     std::shared_ptr<VirtualCamera> camera_;
     bool mediaDevice_ = false;
@@ -49,6 +54,8 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     QString displayName_;
     std::vector<platform::CaptureFormatDescription> formats_;
     std::shared_ptr<VirtualFramePlayer> player_;
+    std::shared_ptr<EventLoopChannel> useChannel_;
+    int useListenerID_ = 0;
 };
 
 }  // namespace orvella::virtualcam

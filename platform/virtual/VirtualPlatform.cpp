@@ -13,9 +13,9 @@ std::shared_ptr<VirtualCaptureDevice> VirtualPlatform::addCamera(
             *error = QStringLiteral("%1: %2").arg(camera->origin(), *error);
         return nullptr;
     }
+    const int number = ++lastNumber_;
+    numbers_[camera.get()] = number;
     if (log_) {
-        const int number = ++lastNumber_;
-        numbers_[camera.get()] = number;
         log_->note("plug " + std::to_string(number) + " " + camera->origin().toStdString());
         // The log is shared, so that it outlives whichever of the camera and the platform
         // goes first.
@@ -59,6 +59,12 @@ void VirtualPlatform::removeCamera(const std::shared_ptr<VirtualCaptureDevice>& 
         numbers_.erase(it);
     }
     capture_.removeDevice(device);
+}
+
+std::shared_ptr<VirtualCaptureDevice> VirtualPlatform::deviceNumbered(int number) const {
+    for (const auto& device : capture_.devices())
+        if (logNumber(*device->camera()) == number) return device;
+    return nullptr;
 }
 
 int VirtualPlatform::logNumber(const VirtualCamera& camera) const {

@@ -29,12 +29,15 @@ class VirtualPlatform {
     // camera's USB handles answer "no device" from then on. Unknown devices are ignored.
     void removeCamera(const std::shared_ptr<VirtualCaptureDevice>& device);
 
-    // Sends every request of the cameras added from now on to `log`, each camera numbered from 1
-    // in the order added (a camera plugged in again gets a new number); plugging and unplugging
-    // are noted there as "# plug N FILE" and "# unplug N FILE". Null stops logging new cameras.
+    // Sends every request of the cameras added from now on to `log` under their numbers;
+    // plugging and unplugging are noted there as "# plug N FILE" and "# unplug N FILE". Null
+    // stops logging new cameras.
     void setRequestLog(std::shared_ptr<RequestLog> log) { log_ = std::move(log); }
-    // The number a camera has in the request log, 0 when it has none.
+    // Cameras are numbered from 1 in the order added (a camera plugged in again gets a new
+    // number), in the request log and for the control commands. 0 when unplugged.
     int logNumber(const VirtualCamera& camera) const;
+    // The capture device of the plugged-in camera with that number, or null.
+    std::shared_ptr<VirtualCaptureDevice> deviceNumbered(int number) const;
 
     // The media-device object of a capture device, found by its unique identifier; 0 if none.
     platform::MediaObjectID mediaDeviceFor(const platform::CaptureDevice& device) const;

@@ -2,15 +2,20 @@
 
 #include <algorithm>
 
+#include "platform/Log.h"
+#include "platform/virtual/EventLoopChannel.h"
+
 namespace orvella::virtualcam {
 
 namespace {
 
-// One interface of a virtual camera; its calls reach the camera while it is present.
+// One interface of a virtual camera; its calls reach the camera while it is present. The
+// VideoControl interface tells the camera's changes behind the host's back.
 class VirtualUsbInterface final : public platform::UsbInterface {
   public:
     VirtualUsbInterface(std::shared_ptr<VirtualCamera> camera, InterfaceDefinition definition)
         : camera_(std::move(camera)), definition_(std::move(definition)) {}
+    ~VirtualUsbInterface() override { stopTelling(); }
 
     IOReturn getDeviceVendor(uint16_t& vendor) override {
         return platform::propertyOfPresentDevice(camera_->present(), vendor, camera_->vendorID());
@@ -36,10 +41,41 @@ class VirtualUsbInterface final : public platform::UsbInterface {
         if (pipe != 0) return kIOReturnBadArgument;
         return camera_->controlRequest(definition_.number, request);
     }
+    bool setControlChangeObserver(platform::ControlChangeObserver* observer) override {
+        stopTelling();
+        if (!observer) return true;
+        if (definition_.number != camera_->vcInterfaceNumber()) {
+            if (!refusalLogged_)
+                NSLog("Virtual camera: interface %u has no controls to follow", definition_.number);
+            refusalLogged_ = true;
+            return false;
+        }
+        channel_ = EventLoopChannel::toCurrentThread();
+        const std::weak_ptr<VirtualCamera> weakCamera = camera_;
+        listenerID_ = camera_->addControlChangeListener(
+            [channel = channel_, weakCamera, observer](const platform::ControlChange& change) {
+                channel->post([weakCamera, observer, change] {
+                    // A camera unplugged meanwhile tells nothing more.
+                    const auto camera = weakCamera.lock();
+                    if (camera && camera->present()) observer->controlChanged(change);
+                });
+            });
+        return true;
+    }
 
   private:
+    void stopTelling() {
+        if (!channel_) return;
+        camera_->removeControlChangeListener(listenerID_);
+        channel_->close();
+        channel_.reset();
+    }
+
     std::shared_ptr<VirtualCamera> camera_;
     InterfaceDefinition definition_;
+    std::shared_ptr<EventLoopChannel> channel_;
+    int listenerID_ = 0;
+    bool refusalLogged_ = false;
 };
 
 class VirtualUsbDevice final : public platform::UsbDevice {

@@ -11,13 +11,15 @@ CommandLine parse(QStringList arguments) {
 }
 
 TEST(CommandLine, TestAndDemoFaces) {
-    const CommandLine line = parse({"--virtual", "a.json", "--virtual=b.json", "--demo",
-                                    "--virtual-dir", "cams", "--request-log", "requests.log"});
+    const CommandLine line =
+        parse({"--virtual", "a.json", "--virtual=b.json", "--demo", "--virtual-dir", "cams",
+               "--request-log", "requests.log", "--virtual-control", "commands"});
     ASSERT_EQ(line.action, CommandLine::Action::Run) << line.text.toStdString();
     EXPECT_EQ(line.options.virtualFiles, QStringList({"a.json", "b.json"}));
     EXPECT_TRUE(line.options.demo);
     EXPECT_EQ(line.options.virtualDir, "cams");
     EXPECT_EQ(line.options.requestLog, "requests.log");
+    EXPECT_EQ(line.options.virtualControl, "commands");
     EXPECT_TRUE(line.options.usesVirtualCameras());
 
     const CommandLine plain = parse({});
@@ -31,8 +33,8 @@ TEST(CommandLine, HelpAndVersionNameTheProgram) {
     const CommandLine help = parse({"--help"});
     ASSERT_EQ(help.action, CommandLine::Action::ShowHelp);
     EXPECT_TRUE(help.text.startsWith("Usage: orvella [options]")) << help.text.toStdString();
-    for (const char* option :
-         {"--virtual <FILE>", "--demo", "--virtual-dir <DIR>", "--request-log <FILE>", "--version"})
+    for (const char* option : {"--virtual <FILE>", "--demo", "--virtual-dir <DIR>",
+                               "--request-log <FILE>", "--virtual-control <FIFO>", "--version"})
         EXPECT_TRUE(help.text.contains(QLatin1String(option))) << option;
     const CommandLine version = parse({"--version"});
     ASSERT_EQ(version.action, CommandLine::Action::ShowVersion);
@@ -65,6 +67,10 @@ TEST(CommandLine, NonsenseIsOneClearLine) {
         {{"--demo", "--request-log", "a", "--request-log", "b"}, "--request-log may be given"},
         {{"camera.json"}, "unexpected argument 'camera.json'"},
         {{"--request-log", "requests.log"}, "--request-log records virtual cameras only"},
+        {{"--virtual-control", "fifo"}, "--virtual-control acts on virtual cameras only"},
+        {{"--demo", "--virtual-control", ""}, "--virtual-control needs a FIFO"},
+        {{"--demo", "--virtual-control", "a", "--virtual-control", "b"},
+         "--virtual-control may be given once"},
     };
     for (const auto& [arguments, expected] : cases) {
         const CommandLine line = parse(arguments);

@@ -1,11 +1,12 @@
-// The orvella program from the outside: its command line, its virtual camera folder and request
-// log, one instance per user on a private session bus, and a missing system bus.
+// The orvella program from the outside: its command line, its virtual camera folder, request log
+// and control FIFO, one instance per user on a private session bus, and a missing system bus.
 #include <gtest/gtest.h>
 
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QProcess>
 #include <QTemporaryDir>
 
@@ -112,6 +113,28 @@ TEST_F(Program, CamerasComeAndGoWithTheFolderAndASecondStartHandsOver) {
     ASSERT_TRUE(first.waitForFinished(30000));
     EXPECT_EQ(first.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(first.exitCode(), 0) << first.readAllStandardError().toStdString();
+}
+
+TEST_F(Program, CommandsFromTheControlFifoAreConfirmedInTheRequestLog) {
+    const QString log = dir.filePath("requests.log");
+    const QString fifo = dir.filePath("control");
+    QProcess& process = start(
+        {"--virtual", fixture("generic.json"), "--request-log", log, "--virtual-control", fifo});
+    ASSERT_TRUE(waitFor([&] { return readAll(log).contains("\n1 a1 "); }, 30000))
+        << process.readAllStandardError().toStdString();
+    ASSERT_TRUE(QFileInfo(fifo).exists());
+
+    QFile control(fifo);
+    ASSERT_TRUE(control.open(QIODevice::WriteOnly | QIODevice::Unbuffered));
+    control.write("set 1 2 2 -7\nopen 1\nbogus\n");
+    control.close();
+    ASSERT_TRUE(
+        waitFor([&] { return readAll(log).contains("# error: bogus: unknown command\n"); }, 30000))
+        << readAll(log).toStdString() << process.readAllStandardError().toStdString();
+    const QString text = readAll(log);
+    EXPECT_TRUE(text.contains("# ok: set 1 2 2 -7\n"));
+    EXPECT_TRUE(text.contains("# ok: open 1\n"));
+    EXPECT_EQ(process.state(), QProcess::Running);
 }
 
 TEST_F(Program, RunsWithoutASystemBus) {

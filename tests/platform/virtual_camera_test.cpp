@@ -1,11 +1,14 @@
 // The virtual camera as a device: definitions it accepts and refuses, the answers it gives for
-// undescribed controls, automatic-mode rules, clamping and the shipped definitions.
+// undescribed controls, automatic-mode rules, clamping and the shipped definitions; changes
+// behind the host's back and other programs' opens, told through the seam.
 
 #include <gtest/gtest.h>
 
+#include <QCoreApplication>
 #include <QDir>
 
 #include "camera/QTCamera.h"
+#include "platform/virtual/VirtualCaptureDevice.h"
 #include "support/VirtualRig.h"
 
 namespace orvella {
@@ -145,6 +148,140 @@ TEST_F(VirtualDevice, ShortAnswersAndWrongRequestsAreHandled) {
     // A write shorter than the control is refused.
     EXPECT_EQ(camera->setData(1, 1, 0x02, 2), kIOUSBPipeStalled);
     EXPECT_EQ(device->requests().back().status, kIOUSBPipeStalled);
+}
+
+// ---- Changes behind the host's back ----
+
+struct RecordingObserver final : platform::ControlChangeObserver, platform::CaptureUseObserver {
+    void controlChanged(const platform::ControlChange& change) override {
+        changes.push_back(change);
+    }
+    void captureUseChanged(int foreignOpens) override { opens.push_back(foreignOpens); }
+    std::vector<platform::ControlChange> changes;
+    std::vector<int> opens;
+};
+
+// The VideoControl interface handle of the only camera on `usb`, straight from the seam.
+std::shared_ptr<platform::UsbInterface> controlInterfaceOf(virtualcam::VirtualUsbHost& usb) {
+    std::vector<std::shared_ptr<platform::UsbDeviceService>> services;
+    usb.getMatchingServices(services);
+    std::shared_ptr<platform::UsbDevice> device;
+    services.at(0)->queryInterface(device);
+    std::vector<std::shared_ptr<platform::UsbInterfaceService>> interfaces;
+    device->createInterfaceIterator(interfaces);
+    std::shared_ptr<platform::UsbInterface> handle;
+    interfaces.at(0)->queryInterface(handle);
+    return handle;
+}
+
+class BehindTheHostsBack : public VirtualDevice {
+  protected:
+    void SetUp() override {
+        if (!QCoreApplication::instance())
+            application = std::make_unique<QCoreApplication>(argc, argv);
+        VirtualDevice::SetUp();
+        handle = controlInterfaceOf(rig.usb);
+        ASSERT_TRUE(handle->setControlChangeObserver(&observer));
+    }
+    void TearDown() override { handle.reset(); }
+    // The changes delivered by the event loop since the last call.
+    std::vector<platform::ControlChange> delivered() {
+        QCoreApplication::sendPostedEvents();
+        return std::exchange(observer.changes, {});
+    }
+
+    static inline int argc = 1;
+    static inline char name[] = "test";
+    static inline char* argv[] = {name, nullptr};
+    std::unique_ptr<QCoreApplication> application;
+    std::shared_ptr<platform::UsbInterface> handle;
+    RecordingObserver observer;
+};
+
+TEST_F(BehindTheHostsBack, AnotherProgramsWritesReachTheObserverLaterAsGetCurAnswersThem) {
+    EXPECT_TRUE(device->setByAnotherProgram(2, 0x02, -3));
+    EXPECT_TRUE(observer.changes.empty());  // queued, never from inside the change
+    auto changes = delivered();
+    ASSERT_EQ(changes.size(), 1u);
+    EXPECT_EQ(changes[0].unit, 2);
+    EXPECT_EQ(changes[0].selector, 0x02);
+    EXPECT_TRUE(changes[0].valueChanged);
+    EXPECT_EQ(changes[0].value, 0xFFFDu);  // two bytes, little-endian
+    EXPECT_FALSE(changes[0].flagsChanged);
+
+    // Clamped like the host's write; the same value again changes nothing.
+    EXPECT_TRUE(device->setByAnotherProgram(2, 0x02, -100));
+    EXPECT_TRUE(device->setByAnotherProgram(2, 0x02, -5));
+    changes = delivered();
+    ASSERT_EQ(changes.size(), 1u);
+    EXPECT_EQ(changes[0].value, 0xFFFBu);
+
+    std::string error;
+    EXPECT_FALSE(device->setByAnotherProgram(2, 0x03, 1, &error));
+    EXPECT_EQ(error, "no such control");
+    EXPECT_FALSE(device->setByAnotherProgram(1, 0x04, 100, &error));
+    EXPECT_EQ(error, "governed by an automatic mode");
+    EXPECT_FALSE(device->setByAnotherProgram(1, 0x02, 4, &error));
+    EXPECT_EQ(error, "not a value the control takes");
+    EXPECT_TRUE(delivered().empty());
+    EXPECT_EQ(device->requestCount(), 0u);  // nothing of it is a host request
+}
+
+TEST_F(BehindTheHostsBack, AnAutomaticModeChangeAlsoFlagsTheControlsItGoverns) {
+    EXPECT_TRUE(device->setByAnotherProgram(1, 0x02, 1));  // manual exposure
+    auto changes = delivered();
+    ASSERT_EQ(changes.size(), 2u);
+    EXPECT_EQ(changes[0].selector, 0x02);
+    EXPECT_EQ(changes[0].value, 1u);
+    EXPECT_EQ(changes[1].selector, 0x04);
+    EXPECT_FALSE(changes[1].valueChanged);
+    EXPECT_TRUE(changes[1].flagsChanged);
+    EXPECT_FALSE(changes[1].inactive);
+
+    ASSERT_TRUE(device->setCurrentValue(2, 0x0B, 0));  // white balance auto off, raw
+    changes = delivered();
+    ASSERT_EQ(changes.size(), 2u);
+    EXPECT_EQ(changes[1].selector, 0x0A);
+    EXPECT_FALSE(changes[1].inactive);
+    ASSERT_TRUE(device->setCurrentValue(2, 0x0B, 1));
+    changes = delivered();
+    ASSERT_EQ(changes.size(), 2u);
+    EXPECT_TRUE(changes[1].inactive);
+}
+
+TEST_F(BehindTheHostsBack, TheHostsOwnWritesAndGoneCamerasTellNothing) {
+    EXPECT_EQ(camera->setData(3, 2, 0x02, 2), kIOReturnSuccess);
+    EXPECT_EQ(camera->setData(1, 1, 0x02, 1), kIOReturnSuccess);
+    EXPECT_TRUE(delivered().empty());
+
+    device->setCurrentValue(2, 0x02, 4);
+    device->vanish();  // unplugged before the event loop ran
+    EXPECT_TRUE(delivered().empty());
+
+    EXPECT_TRUE(handle->setControlChangeObserver(nullptr));
+    EXPECT_FALSE(device->setByAnotherProgram(2, 0x02, 0));
+}
+
+TEST_F(BehindTheHostsBack, OtherProgramsOpensAreCountedAndTold) {
+    QString error;
+    auto capture = virtualcam::VirtualCaptureDevice::create(device, &error);
+    ASSERT_TRUE(capture) << error.toStdString();
+    ASSERT_TRUE(capture->setCaptureUseObserver(&observer));
+    EXPECT_FALSE(device->closeByAnotherProgram());
+    EXPECT_TRUE(device->openByAnotherProgram());
+    EXPECT_TRUE(device->openByAnotherProgram());
+    EXPECT_TRUE(device->closeByAnotherProgram());
+    EXPECT_EQ(device->foreignOpens(), 1);
+    EXPECT_TRUE(observer.opens.empty());
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(observer.opens, (std::vector<int>{1, 2, 1}));
+
+    capture->setCaptureUseObserver(nullptr);
+    EXPECT_TRUE(device->closeByAnotherProgram());
+    device->vanish();
+    EXPECT_FALSE(device->openByAnotherProgram());
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(observer.opens.size(), 3u);
 }
 
 }  // namespace

@@ -13,17 +13,19 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <vector>
 
 #include "platform/virtual/RequestLog.h"
 #include "platform/virtual/VirtualCamera.h"
+#include "platform/virtual/VirtualCameraCommands.h"
 #include "tools/usbip-camera/VhciPort.h"
 
 namespace {
 
 using orvella::usbip::VhciPort;
+using orvella::virtualcam::CameraCommand;
+using orvella::virtualcam::CameraCommandRunner;
 using orvella::virtualcam::RequestLog;
 
 const char kUsage[] = R"(usage: orvella-usbip-camera [OPTIONS] CAMERA.json...
@@ -41,7 +43,9 @@ Options:
                       noanswer N K               camera N leaves its next K control requests unanswered
                       stall N UNIT SELECTOR [CODE]  the control stalls with request error CODE (6)
                       clear N                    remove camera N's stalls
-                      set N UNIT SELECTOR VALUE  change a control's value behind the host's back
+                      set N UNIT SELECTOR VALUE  another program writes the control (clamped as
+                                                 the host's write would be)
+                      open N | close N           another program opens / closes camera N
                       quit
                     Each command is confirmed in the log as "# ok: COMMAND" or "# error: ...".
 Cameras are numbered from 1 in the order given.
@@ -80,44 +84,6 @@ bool parse(int argc, char** argv, Options& options) {
         }
     }
     return !options.cameras.empty();
-}
-
-// Carries out one control command; returns an empty string or what went wrong.
-std::string run(const std::string& line, std::vector<std::unique_ptr<VhciPort>>& ports,
-                bool& quit) {
-    std::istringstream words(line);
-    std::string verb;
-    words >> verb;
-    if (verb == "quit") {
-        quit = true;
-        return {};
-    }
-    size_t number = 0;
-    if (!(words >> number) || number < 1 || number > ports.size()) return "no such camera";
-    VhciPort& port = *ports[number - 1];
-    long a = 0, b = 0, c = 0;
-    if (verb == "unplug") {
-        port.unplug();
-    } else if (verb == "plug") {
-        std::string error;
-        if (!port.plug(&error)) return error;
-    } else if (verb == "vanish" && words >> a && a > 0) {
-        port.camera().vanishOnRequest(static_cast<int>(a));
-    } else if (verb == "noanswer" && words >> a && a > 0) {
-        port.camera().failNext(orvella::kIOReturnNotResponding, static_cast<int>(a));
-    } else if (verb == "stall" && words >> a >> b) {
-        if (!(words >> c)) c = 6;
-        port.camera().stallSelector(static_cast<uint8_t>(a), static_cast<uint8_t>(b),
-                                    static_cast<uint8_t>(c));
-    } else if (verb == "clear") {
-        port.camera().clearStalls();
-    } else if (verb == "set" && words >> a >> b >> c) {
-        if (!port.camera().setCurrentValue(static_cast<uint8_t>(a), static_cast<uint8_t>(b), c))
-            return "no such control";
-    } else {
-        return "unknown command or bad arguments";
-    }
-    return {};
 }
 
 }  // namespace
@@ -178,8 +144,26 @@ int main(int argc, char** argv) {
     std::printf("ready: %zu camera(s)\n", ports.size());
     std::fflush(stdout);
 
-    std::string pending;
     bool quit = false;
+    CameraCommandRunner commands(
+        [&ports](int number) -> orvella::virtualcam::VirtualCamera* {
+            if (number < 1 || static_cast<size_t>(number) > ports.size()) return nullptr;
+            return &ports[static_cast<size_t>(number) - 1]->camera();
+        },
+        [&ports, &quit](const CameraCommand& command) -> std::string {
+            if (command.verb == CameraCommand::Verb::Quit) {
+                quit = true;
+                return {};
+            }
+            VhciPort& port = *ports[static_cast<size_t>(command.camera) - 1];
+            std::string error;
+            if (command.verb == CameraCommand::Verb::Unplug)
+                port.unplug();
+            else if (!port.plug(&error))
+                return error;
+            return {};
+        },
+        [&log](const std::string& confirmation) { log.note(confirmation); });
     while (!quit) {
         pollfd fds[2] = {{signalFd, POLLIN, 0}, {controlFd, POLLIN, 0}};
         if (::poll(fds, controlFd >= 0 ? 2 : 1, -1) < 0) {
@@ -190,15 +174,7 @@ int main(int argc, char** argv) {
         if (controlFd < 0 || !(fds[1].revents & POLLIN)) continue;
         char buffer[512];
         const ssize_t n = ::read(controlFd, buffer, sizeof buffer);
-        if (n <= 0) continue;
-        pending.append(buffer, static_cast<size_t>(n));
-        for (size_t end; !quit && (end = pending.find('\n')) != std::string::npos;) {
-            const std::string line = pending.substr(0, end);
-            pending.erase(0, end + 1);
-            if (line.empty()) continue;
-            const std::string error = run(line, ports, quit);
-            log.note(error.empty() ? "ok: " + line : "error: " + line + ": " + error);
-        }
+        if (n > 0) commands.feed(buffer, static_cast<size_t>(n));
     }
     for (auto& port : ports)
         port->unplug();
