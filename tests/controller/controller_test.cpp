@@ -738,11 +738,13 @@ TEST_F(Following, TheGuardIsOffByDefaultAndRestsAcrossSleep) {
     EXPECT_TRUE(orvella->defaults().boolForKey(QStringLiteral("GuardSettings")));
     EXPECT_FALSE(ui().mTxtReconfigureWebcamNote->isHidden());
 
-    // Nothing that happens around a sleep is acted on, not even after the wake.
-    power.sleep();
+    // Nothing that happens before or during a sleep is acted on, not even after the wake.
     setByOther(*camera, kPU, kBrightnessSelector, 41);
-    power.wake();
+    QCoreApplication::processEvents();
+    EXPECT_TRUE(orvella->guard().isPending(orvella->qtCamera()));
+    power.sleep();
     setByOther(*camera, kPU, kBrightnessSelector, 42);
+    power.wake();
     QTest::qWait(300);
     EXPECT_EQ(allSetCurCount(*camera), 0);
     // Once the cameras are back, a change is answered again.
