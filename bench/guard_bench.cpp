@@ -11,14 +11,16 @@
 
 #include <benchmark/benchmark.h>
 
+#include <QApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <ctime>
 
 #include "app/CameraDiscovery.h"
 #include "app/Orvella.h"
-#include "bench/BenchApplication.h"
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
@@ -32,6 +34,29 @@ using namespace orvella;
 
 constexpr uint8_t kCT = 1, kPU = 2;
 constexpr uint8_t kExposureTime = 0x04, kBrightness = 0x02;
+
+// The process's QApplication while a benchmark runs: the one that exists (another benchmark of
+// the program may keep one for good), or one of its own (offscreen) that goes when it ends.
+class Application {
+  public:
+    Application() {
+        if (QCoreApplication::instance()) return;
+        if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+        own_ = std::make_unique<QApplication>(argc_, argv_);
+    }
+
+  private:
+    int argc_ = 1;
+    char name_[14] = "orvella_bench";
+    char* argv_[2] = {name_, nullptr};
+    std::unique_ptr<QApplication> own_;
+};
+
+void runEventLoop(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
+}
 
 double processCpuSeconds() {
     timespec t{};
@@ -53,7 +78,6 @@ struct App {
     std::shared_ptr<virtualcam::VirtualCamera> camera;
 
     App(int updateSlider, int reconfigureWebcam, bool guard) {
-        bench::application();
         const QString path = home.filePath(QStringLiteral("orvella/org.orvella.Orvella.plist"));
         {
             settings::DefaultsStore store(path);
@@ -76,7 +100,7 @@ struct App {
                                                            platform.capture(), cameras, *orvella);
         orvella->setDiscovery(discovery.get());
         orvella->applicationDidFinishLaunching();
-        bench::runEventLoop(1200);  // past the timer's launch delay
+        runEventLoop(1200);  // past the timer's launch delay
     }
     ~App() {
         orvella->applicationWillTerminate();
@@ -106,6 +130,7 @@ double changeToSlider(App& app, uint8_t unit, uint8_t selector, int32_t row, int
 }
 
 void ForeignChangeToSlider(benchmark::State& state) {
+    Application application;
     constexpr int kChanges = 20, kPolledChanges = 10;
     // The exposure time, which aperture priority leaves to the camera: the change the timer's
     // slider refresh was made for.
@@ -128,7 +153,7 @@ void ForeignChangeToSlider(benchmark::State& state) {
         app.orvella->qtCamera()->stopFollowingChanges();
         // Changes land anywhere in the tick: spread over it.
         for (int i = 0; i < kPolledChanges; ++i) {
-            bench::runEventLoop(i * 500 / kPolledChanges);
+            runEventLoop(i * 500 / kPolledChanges);
             polled += changeToSlider(app, kCT, kExposureTime,
                                      settings::SettingsID::kExposureTimeAbsolute, 300 + i, true);
         }
@@ -145,11 +170,12 @@ BENCHMARK(ForeignChangeToSlider)->UseManualTime()->Unit(benchmark::kMicrosecond)
 std::pair<double, size_t> idle(App& app, int seconds) {
     app.camera->clearRequests();
     const double start = processCpuSeconds();
-    bench::runEventLoop(seconds * 1000);
+    runEventLoop(seconds * 1000);
     return {processCpuSeconds() - start, app.camera->requestCount()};
 }
 
 void IdleGuardVersusResend(benchmark::State& state) {
+    Application application;
     const int seconds = static_cast<int>(state.range(0));
     std::pair<double, size_t> guard, resend;
     for (auto _ : state) {

@@ -17,7 +17,6 @@
 #include <ctime>
 #include <vector>
 
-#include "bench/BenchApplication.h"
 #include "camera/QTCamera.h"
 #include "capture/QTCameraCapture.h"
 #include "platform/Log.h"
@@ -27,13 +26,27 @@
 namespace {
 
 using namespace orvella;
-using bench::application;
-using bench::runEventLoop;
 
 double cpuSeconds(clockid_t clock) {
     timespec t{};
     clock_gettime(clock, &t);
     return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
+}
+
+QApplication& application() {
+    static int argc = 1;
+    static char name[] = "orvella_bench";
+    static char* argv[] = {name, nullptr};
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) qputenv("QT_QPA_PLATFORM", "offscreen");
+    // Never destroyed: widgets of other statics must not outlive it at exit.
+    static QApplication* app = new QApplication(argc, argv);
+    return *app;
+}
+
+void runEventLoop(int milliseconds) {
+    QEventLoop loop;
+    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 // CPU seconds per decode of `frames` with TurboJPEG alone, into a buffer of the scaled size.
