@@ -83,7 +83,13 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
       preferences_(defaults, loginItem),
       profileList_(profiles_),
       options_(std::move(options)),
-      timer_(options_.timing) {
+      timer_(options_.timing),
+      guard_([this](QTCamera& camera) { restoreLastState(camera); },
+             [this] {
+                 SettingsGuard::Options guard = options_.guard;
+                 guard.wakeDelayMs = options_.timing.wakeDelayMs;
+                 return guard;
+             }()) {
     // The sixteen rows are built with the panel.
     panel_ = std::make_unique<ui::ControlPanel>();
     menu_ = std::make_unique<ui::StatusMenu>();
@@ -95,18 +101,32 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
 
     connect(&timer_, &UpdateTimer::refreshSliders, this, &Orvella::refreshAutoSliders);
     connect(&timer_, &UpdateTimer::reconfigureWebcams, this, &Orvella::reconfigureWebcams);
-    // A camera object going away takes its pending stepped zoom with it.
+    // A camera object going away takes its pending stepped zoom and its following with it.
     connect(&cameras_, &QAbstractItemModel::rowsAboutToBeRemoved, this,
             [this](const QModelIndex&, int first, int last) {
-                for (int row = first; row <= last; ++row)
-                    if (QTCamera* camera = cameras_.at(row)) panel_->forgetCamera(camera);
+                for (int row = first; row <= last; ++row) {
+                    QTCamera* camera = cameras_.at(row);
+                    if (!camera) continue;
+                    panel_->forgetCamera(camera);
+                    camera->stopFollowingChanges();
+                    guard_.forget(camera);
+                }
             });
+    connect(&cameras_, &QAbstractItemModel::rowsInserted, this,
+            [this](const QModelIndex&, int first, int last) { followCameras(first, last); });
     connect(&cameras_, &QAbstractItemModel::rowsInserted, this, &Orvella::followCameraRow);
     connect(&cameras_, &QAbstractItemModel::rowsRemoved, this, &Orvella::followCameraRow);
     connect(&cameras_, &QAbstractItemModel::dataChanged, this, &Orvella::followCameraRow);
+    followCameras(0, cameras_.size() - 1);
 }
 
 Orvella::~Orvella() {
+    // The list outlives the controller; its cameras must not call back into it.
+    for (int row = 0; row < cameras_.size(); ++row)
+        if (QTCamera* camera = cameras_.at(row)) {
+            camera->stopFollowingChanges();
+            guard_.forget(camera);
+        }
     if (power_) power_->setObserver(nullptr);
     endSheet();
     if (panel_) panel_->window()->removeEventFilter(this);
@@ -176,6 +196,10 @@ void Orvella::wirePanel() {
             &Orvella::selectUpdateSlider);
     connect(panel_.get(), &ui::ControlPanel::selectReconfigureWebcam, this,
             &Orvella::selectReconfigureWebcam);
+    connect(panel_.get(), &ui::ControlPanel::clickGuardSettings, this,
+            &Orvella::clickGuardSettings);
+    connect(panel_.get(), &ui::ControlPanel::selectGuardSettleTime, this,
+            &Orvella::selectGuardSettleTime);
     connect(panel_.get(), &ui::ControlPanel::clickReadIntervalInfo, this,
             &Orvella::clickReadIntervalInfo);
     connect(panel_.get(), &ui::ControlPanel::clickWriteIntervalInfo, this,
@@ -263,6 +287,9 @@ void Orvella::applicationDidFinishLaunching() {
     showIntervalTag(ui.mPopReconfigureWebcam, reconfigureWebcam);
     timer_.setUpdateSliderTicks(updateSlider);
     timer_.setReconfigureWebcamTicks(reconfigureWebcam);
+    guard_.setSettleTime(preferences_.guardSettleTime());
+    guard_.setEnabled(preferences_.guardSettings());
+    panel_->showGuardSettings(guard_.isEnabled(), guard_.settleTime());
     _panelOn = preferences_.panelOn();
 
     if (discovery_) discovery_->registerDeviceCallbackHandler();
@@ -295,6 +322,7 @@ void Orvella::applicationWillBecomeActive() {
 void Orvella::applicationWillTerminate() {
     // Nothing to save: every change was written when it was made.
     timer_.systemWillSleep();  // stops the timer and any start still pending
+    guard_.setEnabled(false);
     setPowerEvents(nullptr);
     endSheet();
     statusBar_->removeStatusBar();
@@ -395,6 +423,50 @@ void Orvella::reconfigureWebcams() {
         if (QTCamera* camera = cameras_.at(row)) reconfigureWebcam(*camera);
 }
 
+// ---- Changes behind the process's back ----
+
+void Orvella::followCameras(int first, int last) {
+    for (int row = first; row <= last; ++row) {
+        QTCamera* camera = cameras_.at(row);
+        if (!camera) continue;
+        guard_.follow(camera);
+        camera->followChanges(
+            [this, camera](const FollowedChange& change) { cameraControlChanged(*camera, change); },
+            [this, camera](int foreignOpens) { guard_.captureUseChanged(camera, foreignOpens); });
+    }
+}
+
+void Orvella::cameraControlChanged(QTCamera& camera, const FollowedChange& change) {
+    if (cameras_.rowOf(&camera) < 0) return;  // on its way out
+    if (&camera == qtCamera()) panel_->showCameraRecord();
+    guard_.controlChanged(&camera, change);
+}
+
+void Orvella::restoreLastState(QTCamera& camera) {
+    const std::optional<settings::SettingsRecord> wanted =
+        profiles_.appDefaultRecord(camera.modelUniqueID());
+    if (!wanted) {
+        NSLog("Settings guard: %s has no last state to restore",
+              qUtf8Printable(camera.displayName()));
+        return;
+    }
+    const auto outcome = profiles_.loadAppDefault(camera, qtCamera());
+    if (outcome.steppedZoomTarget)
+        panel_->scheduleZoomMSLifeCamStudio(*outcome.steppedZoomTarget, &camera);
+    // What the camera holds now, against what was sent.
+    camera.readCurrentValues();
+    settings::SettingsRecord now;
+    settings::allSettingsDict(now, camera, nullptr);
+    for (const settings::SettingMismatch& miss : settings::settingsThatDidNotStick(*wanted, now)) {
+        // The stepped zoom gets there a second later.
+        if (outcome.steppedZoomTarget && miss.key == QLatin1String("ZoomAbsolute")) continue;
+        NSLog("Settings guard: %s of %s did not stick: wanted %lld, got %lld",
+              qUtf8Printable(miss.key), qUtf8Printable(camera.displayName()),
+              static_cast<long long>(miss.wanted), static_cast<long long>(miss.got));
+    }
+    if (&camera == qtCamera()) panel_->showCameraRecord();
+}
+
 // ---- Camera discovery ----
 
 void Orvella::loadAppDefault(QTCamera& camera) {
@@ -461,6 +533,9 @@ bool Orvella::isPanelVisible() const {
 std::optional<QVariantMap> Orvella::controlValues(const QString& uniqueID) {
     for (int row = 0; row < cameras_.size(); ++row)
         if (QTCamera* camera = cameras_.at(row); camera->uniqueID() == uniqueID) {
+            // Read from the camera: a camera whose backend cannot tell of changes may hold other
+            // values than the record.
+            camera->readCurrentValues();
             settings::SettingsRecord record;
             settings::allSettingsDict(record, *camera, qtCamera());
             return record;
@@ -473,11 +548,13 @@ std::optional<QVariantMap> Orvella::controlValues(const QString& uniqueID) {
 void Orvella::systemWillSleep() {
     NSLog("System will sleep: the timer stops");
     timer_.systemWillSleep();
+    guard_.systemWillSleep();
 }
 
 void Orvella::systemDidWake() {
     NSLog("System woke: the timer starts again shortly");
     timer_.systemDidWake();
+    guard_.systemDidWake();
 }
 
 }  // namespace orvella::app

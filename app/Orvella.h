@@ -4,7 +4,9 @@
 // the profile store with its list model, the preferences and the half-second timer; it is the
 // camera discovery's delegate (last state at plug-in, the current camera), the panel's delegate
 // (a change is stored in the model's last-state record at once), the bus object's scripting
-// target and the observer of sleep and wake. The profile and preference dialogs are
+// target and the observer of sleep and wake. It follows every listed camera's changes made behind
+// its back (the panel shows them at once) and owns the settings guard that restores a camera's
+// last state after another program changed it. The profile and preference dialogs are
 // window-modal dialogs on the panel, so the rest of the desktop stays usable while one is open.
 //
 // The capture side's camera delegate (frame rate, first frame, recording finished) is not wired
@@ -20,6 +22,7 @@
 #include "app/CameraDiscovery.h"
 #include "app/CameraList.h"
 #include "app/ScriptingTarget.h"
+#include "app/SettingsGuard.h"
 #include "app/UpdateTimer.h"
 #include "platform/PowerEvents.h"
 #include "settings/DefaultsStore.h"
@@ -42,6 +45,9 @@ struct OrvellaOptions {
     // Whether a tray host shows the status item (default: Qt's own test).
     std::function<bool()> trayAvailable;
     UpdateTimer::Timing timing;
+    // The settings guard's limits (its settle time is the preference; its wake delay the
+    // timer's).
+    SettingsGuard::Options guard;
     // Delay of the reminder popover after the panel is hidden.
     int popoverDelayMs = 200;
 };
@@ -103,12 +109,22 @@ class Orvella final : public QObject,
     void clickHideMenuBarIcon(bool hidden);
     void selectUpdateSlider(int tag);
     void selectReconfigureWebcam(int tag);
+    void clickGuardSettings(bool on);
+    void selectGuardSettleTime(int milliseconds);
     void clickReadIntervalInfo();
     void clickWriteIntervalInfo();
 
     // ---- Timer work ----
     void refreshAutoSliders();
     void reconfigureWebcams();
+
+    // ---- Changes behind the process's back ----
+    // A followed camera's control changed: the panel shows it at once when the camera is current;
+    // the guard hears of it. The last-state record is left as it is.
+    void cameraControlChanged(QTCamera& camera, const FollowedChange& change);
+    // The guard's restore: the model's last state applied as at plug-in, then the controls read
+    // back from the camera and those that did not stick logged.
+    void restoreLastState(QTCamera& camera);
 
     // ---- Camera discovery ----
     void loadAppDefault(QTCamera& camera) override;
@@ -135,6 +151,7 @@ class Orvella final : public QObject,
     settings::ProfileListModel& profileList() { return profileList_; }
     settings::Preferences& preferences() { return preferences_; }
     UpdateTimer& timer() { return timer_; }
+    SettingsGuard& guard() { return guard_; }
     QTCamera* qtCamera() const { return cameras_.current(); }
     // The dialog open on the panel, null when none is.
     QDialog* sheet() const { return sheet_; }
@@ -152,6 +169,7 @@ class Orvella final : public QObject,
     void endSheet();
     void followProfileRow();
     void followCameraRow();
+    void followCameras(int first, int last);
     void refreshPanelValues();
     void windowWillClose();
     void bringPanelToFront();
@@ -167,6 +185,7 @@ class Orvella final : public QObject,
     std::unique_ptr<ui::StatusMenu> menu_;
     std::unique_ptr<ui::StatusBar> statusBar_;
     UpdateTimer timer_;
+    SettingsGuard guard_;
     CameraDiscovery* discovery_ = nullptr;
     platform::PowerEventSource* power_ = nullptr;
     std::function<void()> addDemoCamera_;

@@ -252,6 +252,17 @@ void Orvella::selectReconfigureWebcam(int tag) {
     timer_.setReconfigureWebcamTicks(tag);
 }
 
+void Orvella::clickGuardSettings(bool on) {
+    preferences_.setGuardSettings(on);
+    guard_.setEnabled(on);
+    panel_->showGuardSettings(on, guard_.settleTime());
+}
+
+void Orvella::selectGuardSettleTime(int milliseconds) {
+    preferences_.setGuardSettleTime(milliseconds);
+    guard_.setSettleTime(preferences_.guardSettleTime());
+}
+
 void Orvella::clickReadIntervalInfo() {
     QMessageBox* box = alertOn(panel_->window(), QMessageBox::Information, "UpdateSlider",
                                ui::nameFormat("ReadIntervalInfoWS"));

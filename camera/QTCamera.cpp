@@ -1,12 +1,11 @@
 #include "camera/QTCamera.h"
 
+#include "camera/QTCameraChangeFollower.h"
 #include "platform/Clock.h"
 
 namespace orvella {
 
 QTCamera::QTCamera(const platform::Platform& platform) : _platform(platform) {}
-
-QTCamera::~QTCamera() = default;
 
 void QTCamera::usleep(uint32_t microseconds) {
     if (_platform.clock)

@@ -13,8 +13,10 @@
 #include <vector>
 
 #include "camera/CMIOControl.h"
+#include "camera/ControlTable.h"
 #include "camera/FormatEntry.h"
 #include "camera/SupportedControl.h"
+#include "platform/ControlEvents.h"
 #include "platform/IOReturn.h"
 #include "platform/Platform.h"
 #include "platform/Usb.h"
@@ -29,6 +31,15 @@ class CaptureDevice;
 constexpr uint32_t kCameraTypeUsb = 0;          // capture device reached over USB
 constexpr uint32_t kCameraTypeUsbOnly = 1;      // built from USB identifiers, no capture device
 constexpr uint32_t kCameraTypeMediaDevice = 2;  // built-in camera, media-device control objects
+
+// A change another program (or the camera's own automatic mode) made, as the camera took it in.
+struct FollowedChange {
+    const UvcControl* control = nullptr;  // the control's table entry (tell controls by name)
+    platform::ControlChange change;       // as the backend told it
+    // An automatic mode owns the control now (its disabled flag in the record): a value change
+    // is then the camera's own doing.
+    bool governed = false;
+};
 
 class QTCamera {
   public:
@@ -113,7 +124,29 @@ class QTCamera {
     void querySupportedCameraControl(platform::UsbInterface* controlInterface);
     SupportedControl* supportedControl() { return &_supportedControl; }
     SupportedControl* queryControlStatus();
+    // The status walk, and on the media-device path the values of the control objects too: the
+    // record then holds what the camera holds now.
+    SupportedControl* readCurrentValues();
     void setDefaults();
+
+    // ---- Following changes made behind the process's back ----
+    // Registers the camera with its control interface and its capture device: every control
+    // change is taken into the record (see takeControlChange) and then passed to `onChange`; the
+    // count of other programs' opens of the capture node is passed to `onUse`. Both arrive on
+    // the event loop of the calling thread. Returns whether control changes are followed (false:
+    // the backend cannot tell; it logged why). Following again replaces the handlers.
+    using ControlChangeHandler = std::function<void(const FollowedChange&)>;
+    using CaptureUseHandler = std::function<void(int foreignOpens)>;
+    bool followChanges(ControlChangeHandler onChange, CaptureUseHandler onUse);
+    // Unregisters; nothing arrives afterwards. The destructor does it too.
+    void stopFollowingChanges();
+    bool followsControlChanges() const;
+    bool followsCaptureUse() const;
+    // Takes one change into the record: a new value into the control's current value, decoded
+    // as its query accessor decodes it, a new automatic-mode state into its disabled flag (with
+    // the status walk's overrides). A control the camera does not know or does not have, and a
+    // camera without a control interface, change nothing (an unknown control is logged once).
+    std::optional<FollowedChange> takeControlChange(const platform::ControlChange& change);
 
     // ---- Per-control accessors ----
     IOReturn queryAutoExposureMode(long* value);
@@ -197,6 +230,10 @@ class QTCamera {
                       const std::function<bool(platform::UsbDevice&)>& matches);
     // Takes the capture device and its identity strings; false (logged) when there is none.
     bool adoptCaptureDevice(std::shared_ptr<platform::CaptureDevice> device, uint32_t type);
+
+    class ChangeFollower;
+    std::unique_ptr<ChangeFollower> _follower;
+    std::vector<uint16_t> _unknownChangesLogged;  // (unit << 8 | selector) already logged
 
     platform::Platform _platform;
 

@@ -3,6 +3,8 @@
 // the controls in one fixed order, which puts every automatic mode before the manual value it
 // governs, so a reset writes the mode first and then sees the manual control disabled.
 
+#include <iterator>
+
 #include "camera/ControlTable.h"
 #include "camera/ControlValues.h"
 #include "camera/ModelTables.h"
@@ -105,6 +107,21 @@ constexpr MediaStatusEntry kMediaStatusOrder[] = {
     {&SC::bSharpness, &SC::bSharpnessDisabled, &CMIOControls::sharpness},
     {&SC::bNoiseReduction, &SC::bNoiseReductionDisabled, &CMIOControls::noiseReduction},
 };
+
+// The query accessors of the same controls, for reading their values.
+constexpr IOReturn (QTCamera::*kMediaQueries[])(long*) = {&QTCamera::queryExposureTimeAbsolute,
+                                                          &QTCamera::queryBrightness,
+                                                          &QTCamera::queryContrast,
+                                                          &QTCamera::queryHue,
+                                                          &QTCamera::querySaturation,
+                                                          &QTCamera::querySharpness,
+                                                          &QTCamera::queryNoiseReduction};
+static_assert(std::size(kMediaQueries) == std::size(kMediaStatusOrder));
+
+constexpr long SC::*kMediaValues[] = {
+    &SC::curExposureTimeAbsolute, &SC::curBrightness, &SC::curContrast,      &SC::curHue,
+    &SC::curSaturation,           &SC::curSharpness,  &SC::curNoiseReduction};
+static_assert(std::size(kMediaValues) == std::size(kMediaStatusOrder));
 
 struct MediaDefaultEntry {
     int8_t SC::*present;
@@ -250,6 +267,18 @@ SupportedControl* QTCamera::queryControlStatus() {
         if (_supportedControl.*entry.present) readStatus(*this, entry);
     if (_vendorID == models::kVendorLogitech)
         _supportedControl.cameraLED = models::ledType(_productID);
+    return &_supportedControl;
+}
+
+SupportedControl* QTCamera::readCurrentValues() {
+    queryControlStatus();
+    if (!usesMediaDevice(*this)) return &_supportedControl;
+    for (size_t i = 0; i < std::size(kMediaStatusOrder); ++i) {
+        if (!(_supportedControl.*kMediaStatusOrder[i].present)) continue;
+        long value = 0;
+        if ((this->*kMediaQueries[i])(&value) == kIOReturnSuccess)
+            _supportedControl.*kMediaValues[i] = value;
+    }
     return &_supportedControl;
 }
 

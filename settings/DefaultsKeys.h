@@ -23,5 +23,9 @@ inline constexpr QLatin1StringView kDisplayValue{"Display Value"};
 inline constexpr QLatin1StringView kUpdateSlider{"UpdateSlider"};
 inline constexpr QLatin1StringView kReconfigureWebcam{"ReconfigureWebcam"};
 inline constexpr QLatin1StringView kHideMenuBarIcon{"Hide Menu Bar Icon"};
+// The settings guard: whether a camera's last state is restored after another program changed it,
+// and how long (milliseconds) the other program's changes must have settled first.
+inline constexpr QLatin1StringView kGuardSettings{"GuardSettings"};
+inline constexpr QLatin1StringView kGuardSettleTime{"GuardSettleTime"};
 
 }  // namespace orvella::settings::keys

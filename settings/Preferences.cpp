@@ -30,6 +30,8 @@ QVariantMap Preferences::registeredDefaults() {
         {keys::kUpdateSlider, qint64{0}},
         {keys::kReconfigureWebcam, qint64{0}},
         {keys::kHideMenuBarIcon, qint64{0}},
+        {keys::kGuardSettings, false},
+        {keys::kGuardSettleTime, qint64{kGuardSettleChoices.front()}},
     };
 }
 
@@ -98,6 +100,28 @@ void Preferences::selectUpdateSlider(int tag) {
 void Preferences::selectReconfigureWebcam(int tag) {
     _reconfigureWebcam = intervalTag(tag);
     defaults_.setInteger(_reconfigureWebcam, keys::kReconfigureWebcam);
+    defaults_.synchronize();
+}
+
+bool Preferences::guardSettings() const {
+    return defaults_.boolForKey(keys::kGuardSettings);
+}
+
+void Preferences::setGuardSettings(bool on) {
+    defaults_.setBool(on, keys::kGuardSettings);
+    defaults_.synchronize();
+}
+
+int Preferences::guardSettleTime() const {
+    const qint64 stored = defaults_.integerForKey(keys::kGuardSettleTime);
+    return stored >= kGuardSettleMinMs && stored <= kGuardSettleMaxMs ? static_cast<int>(stored)
+                                                                      : kGuardSettleChoices.front();
+}
+
+void Preferences::setGuardSettleTime(int milliseconds) {
+    if (milliseconds < kGuardSettleMinMs || milliseconds > kGuardSettleMaxMs)
+        milliseconds = kGuardSettleChoices.front();
+    defaults_.setInteger(milliseconds, keys::kGuardSettleTime);
     defaults_.synchronize();
 }
 

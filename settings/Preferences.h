@@ -30,6 +30,13 @@ inline constexpr std::array<IntervalChoice, 5> kIntervalChoices{{
     {20, 10},
 }};
 
+// The settle times the guard's pop-up offers, in milliseconds; the first is the default. A stored
+// time between the limits that the pop-up does not offer is kept (a script or a test may store
+// one); anything else reads as the default.
+inline constexpr std::array<int, 3> kGuardSettleChoices{1000, 2000, 5000};
+inline constexpr int kGuardSettleMinMs = 50;
+inline constexpr int kGuardSettleMaxMs = 60000;
+
 class Preferences {
   public:
     // `loginItem` (borrowed, may be null) registers the application to start at login.
@@ -75,6 +82,13 @@ class Preferences {
     // The interval pop-ups: the chosen tag, stored at once.
     void selectUpdateSlider(int tag);
     void selectReconfigureWebcam(int tag);
+
+    // The settings guard ("GuardSettings", off by default) and its settle time
+    // ("GuardSettleTime", milliseconds), each stored at once when changed.
+    bool guardSettings() const;
+    void setGuardSettings(bool on);
+    int guardSettleTime() const;
+    void setGuardSettleTime(int milliseconds);
 
     // "Disable Popup": the first-run popover is not shown again.
     bool disablePopup() const;

@@ -299,6 +299,38 @@ void loadSettings(const SettingsRecord& record, QTCamera& camera, platform::Cloc
         apply(entry, record, camera, pauses);
 }
 
+QList<SettingMismatch> settingsThatDidNotStick(const SettingsRecord& applied,
+                                               const SettingsRecord& now) {
+    QList<SettingMismatch> mismatches;
+    const auto compare = [&](const char* key) {
+        const auto wanted = numberOf(applied, key);
+        const auto got = numberOf(now, key);
+        if (wanted && got && *wanted != *got) mismatches.push_back({keyOf(key), *wanted, *got});
+    };
+    for (const Entry& entry : kEntries) {
+        switch (entry.apply) {
+            case Apply::Never:
+            case Apply::Aperture:
+            case Apply::Led:
+                continue;
+            case Apply::SetUnlessAuto:
+                if (numberOf(applied, "WhiteBalanceTemperatureAuto").value_or(0) != 0) continue;
+                break;
+            default:
+                break;
+        }
+        if (entry.disabledKey) {
+            // Sent only when the record says the control was free, and comparable only while it
+            // still is.
+            if (numberOf(applied, entry.disabledKey).value_or(1) != 0) continue;
+            if (numberOf(now, entry.disabledKey).value_or(1) != 0) continue;
+        }
+        compare(entry.key);
+        if (entry.key2) compare(entry.key2);
+    }
+    return mismatches;
+}
+
 QStringList valueKeys(int32_t settingsID) {
     const Entry* entry = entryFor(settingsID);
     if (!entry) return {};

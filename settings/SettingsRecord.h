@@ -33,6 +33,20 @@ void allSettingsDict(SettingsRecord& record, QTCamera& camera, QTCamera* current
 // goes through `clock` (null: the camera's own clock).
 void loadSettings(const SettingsRecord& record, QTCamera& camera, platform::Clock* clock = nullptr);
 
+// A value that loadSettings sends and that the camera did not take.
+struct SettingMismatch {
+    QString key;  // "Brightness", "PanAbsolute", ...
+    qint64 wanted = 0;
+    qint64 got = 0;
+};
+
+// The values `applied` makes loadSettings send, compared with a record of the camera's state read
+// afterwards (`now`, from allSettingsDict after the status walk): those `now` holds otherwise.
+// Values of controls an automatic mode owns in `now`, and controls `now` does not have, are
+// left out; so is the iris, which moves by steps.
+QList<SettingMismatch> settingsThatDidNotStick(const SettingsRecord& applied,
+                                               const SettingsRecord& now);
+
 // The value keys a setting identifier writes (pan/tilt: "PanAbsolute", "TiltAbsolute"), for views
 // and tools that show a record; empty outside 1 to 22.
 QStringList valueKeys(int32_t settingsID);

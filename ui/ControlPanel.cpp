@@ -128,8 +128,10 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     // The profile pop-up shows an item model: 0 the camera default, 1 a separator, 2.. profiles.
     ui_->mPopProfile->insertSeparator(1);
 
-    // Interval pop-ups carry their stored values (counts of 0.5-second ticks) as item data.
-    for (QComboBox* pop : {ui_->mPopUpdateSlider, ui_->mPopReconfigureWebcam}) {
+    // Interval pop-ups carry their stored values (counts of 0.5-second ticks, milliseconds for the
+    // guard's settle time) as item data.
+    for (QComboBox* pop :
+         {ui_->mPopUpdateSlider, ui_->mPopReconfigureWebcam, ui_->mPopGuardSettleTime}) {
         const QStringList tags = pop->property("itemTags").toStringList();
         for (int i = 0; i < pop->count(); ++i) {
             pop->setItemData(i, i < tags.size() ? tags[i].toInt() : 0);
@@ -144,6 +146,7 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     wireActions();
     localize();
     emptyPanel();
+    showGuardSettings(false, ui_->mPopGuardSettleTime->itemData(0).toInt());
 }
 
 ControlPanel::~ControlPanel() {
@@ -219,6 +222,10 @@ void ControlPanel::wireActions() {
     connect(ui.mPopReconfigureWebcam, &QComboBox::activated, this, [this](int index) {
         emit selectReconfigureWebcam(intervalTag(ui_->mPopReconfigureWebcam, index));
     });
+    connect(ui.mBtnGuardSettings, &QCheckBox::clicked, this, &ControlPanel::clickGuardSettings);
+    connect(ui.mPopGuardSettleTime, &QComboBox::activated, this, [this](int index) {
+        emit selectGuardSettleTime(intervalTag(ui_->mPopGuardSettleTime, index));
+    });
     connect(ui.mBtnReadIntervalInfo, &QToolButton::clicked, this,
             &ControlPanel::clickReadIntervalInfo);
     connect(ui.mBtnWriteIntervalInfo, &QToolButton::clicked, this,
@@ -275,10 +282,15 @@ void ControlPanel::localize() {
     ui.mBtnBWMenuIcon->setText(localized("UseBWMenuIcon"));
     ui.mBoxUpdateSlider->setTitle(localized("UpdateSlider"));
     ui.mBoxReconfigureWebcam->setTitle(localized("ReconfigureWebcam"));
-    for (QComboBox* pop : {ui.mPopUpdateSlider, ui.mPopReconfigureWebcam})
+    for (QComboBox* pop : {ui.mPopUpdateSlider, ui.mPopReconfigureWebcam, ui.mPopGuardSettleTime})
         for (int i = 0; i < pop->count(); ++i)
-            pop->setItemText(i, localized(pop->itemData(i, kItemKeyRole).toString()));
+            if (const QString key = pop->itemData(i, kItemKeyRole).toString(); !key.isEmpty())
+                pop->setItemText(i, localized(key));
     ui.mBtnHideMenuBarIcon->setText(localized("HideMenuBarIcon"));
+    ui.mBoxGuardSettings->setTitle(localized("OtherPrograms"));
+    ui.mBtnGuardSettings->setText(localized("KeepMySettings"));
+    ui.mTxtGuardSettleTime->setText(localized("GuardSettleTime"));
+    ui.mTxtReconfigureWebcamNote->setText(nameFormat("ReconfigureWebcamGuardNote"));
 
     // The panel's own captions and tool tips.
     ui.mTxtCameraLabel->setText(localized("Webcam"));
@@ -445,6 +457,45 @@ void ControlPanel::disableAutoControlUVCValue() {
     } else {
         aperture.setEnabled(false);
     }
+}
+
+void ControlPanel::showCameraRecord() {
+    if (!_qtCamera) return;
+    Ui::ControlPanel& ui = *ui_;
+    const SupportedControl& sc = *_qtCamera->supportedControl();
+    if (sc.bAutoExposureMode)
+        ui.mSegAutoExposureMode->selectSegmentWithTag(static_cast<int>(sc.curAutoExposureMode));
+    if (sc.bWhiteBalanceTemperatureAuto)
+        ui.mBtnWhiteBalanceTemperatureAuto->setChecked(sc.curWhiteBalanceTemperatureAuto != 0);
+    if (sc.bPowerLineFrequency)
+        ui.mSegPowerLineFrequency->selectSegmentWithTag(static_cast<int>(sc.curPowerLineFrequency));
+    if (sc.bFocusAuto) ui.mBtnFocusAuto->setChecked(sc.curFocusAuto != 0);
+    // Unlike disableAutoControl, a control an automatic mode owns shows the camera's value too:
+    // the record holds what the camera reported.
+    for (int32_t id : kEnableOrder) {
+        const RowEntry& entry = *entryFor(id);
+        if (!(sc.*entry.supported)) continue;
+        UVCValueViewController& r = *row(id);
+        r.setEnabled(!(sc.*entry.disabled));
+        r.setValue(sc.*entry.cur);
+    }
+    // The iris position is known only by asking; a mode that takes the iris away greys it.
+    const bool irisFree =
+        sc.bAutoExposureMode && sc.bIrisRelative &&
+        (sc.curAutoExposureMode == kManualMode || sc.curAutoExposureMode == kAperturePriorityMode);
+    if (!irisFree) row(SettingsID::kAperture)->setEnabled(false);
+}
+
+void ControlPanel::showGuardSettings(bool on, int settleMs) {
+    Ui::ControlPanel& ui = *ui_;
+    ui.mBtnGuardSettings->setChecked(on);
+    if (!selectIntervalTag(ui.mPopGuardSettleTime, settleMs)) {
+        // A time the pop-up does not offer (stored by a script): shown as an item of its own.
+        ui.mPopGuardSettleTime->addItem(QString::number(settleMs / 1000.0) + QStringLiteral(" s"),
+                                        settleMs);
+        ui.mPopGuardSettleTime->setCurrentIndex(ui.mPopGuardSettleTime->count() - 1);
+    }
+    ui.mTxtReconfigureWebcamNote->setVisible(on);
 }
 
 void ControlPanel::disableAllCameraControl() {

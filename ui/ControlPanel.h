@@ -73,6 +73,15 @@ class ControlPanel : public QObject {
     void disableAutoControlUVCValue();
     void disableAllCameraControl();
     void enableDisableProfileButton();
+    // Shows what the current camera's record holds -- values, automatic modes, which controls an
+    // automatic mode owns -- without a single request to the camera: for changes the camera
+    // took in from elsewhere (another program, its own automatic mode).
+    void showCameraRecord();
+
+    // ---- Settings guard (Preferences tab) ----
+    // Shows the guard's state and settle time; while it is on, the re-send box says that its
+    // blind re-send is not needed.
+    void showGuardSettings(bool on, int settleMs);
 
     // ---- Row delegate messages ----
     void settingChanged(int32_t settingsID);
@@ -126,6 +135,8 @@ class ControlPanel : public QObject {
     void selectReconfigureWebcam(int tag);
     void clickReadIntervalInfo();
     void clickWriteIntervalInfo();
+    void clickGuardSettings(bool on);
+    void selectGuardSettleTime(int milliseconds);
     // disableAllCameraControl emptied the profile list: the tray menu's camera-default item is
     // to lose its check mark and action.
     void cameraControlsCleared();

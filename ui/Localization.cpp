@@ -64,9 +64,16 @@ QString nameFormat(const char* key) {
 }
 
 const QStringList& nameFormatKeys() {
-    static const QStringList keys = {
-        "About",      "Quit",        "Control_Panel_Title", "Launch_App_at_Login", "Hide_Panel",
-        "Show_Panel", "PopOverText", "ReadIntervalInfoWS",  "WriteIntervalInfo"};
+    static const QStringList keys = {"About",
+                                     "Quit",
+                                     "Control_Panel_Title",
+                                     "Launch_App_at_Login",
+                                     "Hide_Panel",
+                                     "Show_Panel",
+                                     "PopOverText",
+                                     "ReadIntervalInfoWS",
+                                     "WriteIntervalInfo",
+                                     "ReconfigureWebcamGuardNote"};
     return keys;
 }
 
@@ -96,7 +103,10 @@ const QStringList& localizationKeys() {
         "Move_Up", "Move_Down", "Move_Left", "Move_Right", "Move_Center", "Interval_Info",
         "NoCamera",
         // The panel without a camera (the controller's banner).
-        "NoCameraFound", "AddDemoCamera"};
+        "NoCameraFound", "AddDemoCamera",
+        // The settings guard on the Preferences tab.
+        "OtherPrograms", "KeepMySettings", "GuardSettleTime", "Wait_1_Second", "Wait_2_Seconds",
+        "Wait_5_Seconds", "ReconfigureWebcamGuardNote"};
     return keys;
 }
 

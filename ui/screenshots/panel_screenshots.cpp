@@ -6,6 +6,9 @@
 //   orvella-ui-shots --fixtures DIR --out DIR [--camera NAME=FILE]... [--lang L]... [--theme T]...
 //   orvella-ui-shots --icons DIR      (DIR/<n>x<n>/apps/org.orvella.Orvella.png)
 //   orvella-ui-shots --icon-sheet FILE (every image at 16 and 32 px, light and dark)
+//   orvella-ui-shots --fixtures DIR --preferences DIR [--lang L]...
+//                      (the Preferences tab with the settings guard on:
+//                      preferences-guard-<lang>.png)
 //
 // Run it under a display (xvfb-run -a) so the panel is laid out and drawn as on a desktop.
 
@@ -139,12 +142,51 @@ int renderIcons(const QString& dir) {
     return 0;
 }
 
+// The Preferences tab with the settings guard on, for a camera with every control, one PNG per
+// language; prints each path with the panel's width (a text that widens the panel shows there).
+int renderPreferences(const QString& fixtures, const QString& out, const QStringList& languages) {
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QDir().mkpath(out);
+    virtualcam::VirtualPlatform rig;
+    QString error;
+    auto capture = rig.addDefinitionFile(fixtures + QStringLiteral("/full-pu.json"), &error);
+    if (!capture) {
+        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
+        return 1;
+    }
+    platform::RecordingClock clock;
+    auto camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+    if (!camera) return 1;
+    for (const QString& language : languages) {
+        if (!ui::installTranslation(language)) return 1;
+        ui::ControlPanel panel;
+        Ui::ControlPanel& ui = panel.outlets();
+        ui.mPopCamera->addItem(camera->displayName());
+        ui.mPopCamera->setCurrentIndex(0);
+        ui.mPopCamera->setEnabled(true);
+        ui.mPopProfile->addItem(QStringLiteral("Video call"));
+        ui.mPopProfile->setItemData(2, Qt::Checked, ui::kProfileStateRole);
+        ui.mPopProfile->setCurrentIndex(2);
+        panel.setQTCamera(camera.get());
+        panel.loadSupportedControl();
+        panel.updateFPS(30);
+        panel.showGuardSettings(true, 1000);
+        ui.mTabView->setCurrentWidget(ui.mTabPreferences);
+        panel.window()->show();
+        QApplication::processEvents();
+        const QString path = QStringLiteral("%1/preferences-guard-%2.png").arg(out, language);
+        if (!panel.window()->grab().save(path)) return 1;
+        QTextStream(stdout) << path << ' ' << panel.window()->width() << '\n';
+    }
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const QStringList args = app.arguments();
-    QString fixtures, out, icons, sheet;
+    QString fixtures, out, icons, sheet, preferences;
     QStringList cameras, languages, themes;
     for (int i = 1; i + 1 < args.size(); i += 2) {
         if (args[i] == "--fixtures")
@@ -161,6 +203,8 @@ int main(int argc, char** argv) {
             icons = args[i + 1];
         else if (args[i] == "--icon-sheet")
             sheet = args[i + 1];
+        else if (args[i] == "--preferences")
+            preferences = args[i + 1];
         else {
             std::fprintf(stderr, "orvella-ui-shots: unknown option %s\n", qPrintable(args[i]));
             return 2;
@@ -171,6 +215,9 @@ int main(int argc, char** argv) {
         QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
         return renderIconSheet(sheet);
     }
+    if (!fixtures.isEmpty() && !preferences.isEmpty())
+        return renderPreferences(fixtures, preferences,
+                                 languages.isEmpty() ? QStringList{"en"} : languages);
     if (fixtures.isEmpty() || out.isEmpty()) {
         std::fprintf(stderr,
                      "usage: orvella-ui-shots --fixtures DIR --out DIR [--camera NAME=FILE]... "

@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>Demo-Kamera hinzufügen</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>Andere Programme</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>&amp;Meine Einstellungen behalten, wenn andere Programme die Kamera nutzen</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>Wiederherstellen nach:</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 Sekunde</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 Sekunden</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 Sekunden</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>Nicht nötig, solange Ihre Einstellungen behalten werden: %1 stellt sie wieder her, sobald ein anderes Programm sie geändert hat.</translation>
+    </message>
 </context>
 </TS>

@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>Add the Demo Camera</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>Other Programs</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>&amp;Keep my settings when other programs use the camera</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>Restore after:</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 second</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 seconds</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 seconds</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>Not needed while your settings are kept: %1 restores them as soon as another program has changed them.</translation>
+    </message>
 </context>
 </TS>

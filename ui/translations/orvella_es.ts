@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>Añadir la cámara de demostración</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>Otros programas</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>&amp;Mantener mis ajustes cuando otros programas usen la cámara</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>Restaurar tras:</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 segundo</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 segundos</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 segundos</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>No es necesario mientras se mantienen sus ajustes: %1 los restaura en cuanto otro programa los ha cambiado.</translation>
+    </message>
 </context>
 </TS>

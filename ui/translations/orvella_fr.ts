@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>Ajouter la caméra de démonstration</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>Autres programmes</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>&amp;Conserver mes réglages quand d'autres programmes utilisent la caméra</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>Rétablir après :</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 seconde</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 secondes</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 secondes</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>Inutile tant que vos réglages sont conservés : %1 les rétablit dès qu'un autre programme les a modifiés.</translation>
+    </message>
 </context>
 </TS>

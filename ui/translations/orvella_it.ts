@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>Aggiungi la videocamera dimostrativa</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>Altri programmi</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>&amp;Mantieni le mie impostazioni quando altri programmi usano la videocamera</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>Ripristina dopo:</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 secondo</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 secondi</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 secondi</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>Non serve finché le impostazioni vengono mantenute: %1 le ripristina appena un altro programma le ha modificate.</translation>
+    </message>
 </context>
 </TS>

@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>デモカメラを追加</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>ほかのプログラム</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>ほかのプログラムがカメラを使っても設定を保持する(&amp;K)</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>復元までの待ち時間:</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 秒</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 秒</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 秒</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>設定を保持している間は不要です。ほかのプログラムが設定を変更すると、%1 がすぐに元に戻します。</translation>
+    </message>
 </context>
 </TS>

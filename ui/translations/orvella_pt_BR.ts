@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>Adicionar a câmera de demonstração</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>Outros programas</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>&amp;Manter meus ajustes quando outros programas usarem a câmera</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>Restaurar após:</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 segundo</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 segundos</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 segundos</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>Desnecessário enquanto seus ajustes são mantidos: o %1 os restaura assim que outro programa os altera.</translation>
+    </message>
 </context>
 </TS>

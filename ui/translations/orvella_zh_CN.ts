@@ -346,5 +346,33 @@
         <source>AddDemoCamera</source>
         <translation>添加演示摄像头</translation>
     </message>
+    <message>
+        <source>OtherPrograms</source>
+        <translation>其他程序</translation>
+    </message>
+    <message>
+        <source>KeepMySettings</source>
+        <translation>其他程序使用摄像头时保留我的设置(&amp;K)</translation>
+    </message>
+    <message>
+        <source>GuardSettleTime</source>
+        <translation>恢复前等待:</translation>
+    </message>
+    <message>
+        <source>Wait_1_Second</source>
+        <translation>1 秒</translation>
+    </message>
+    <message>
+        <source>Wait_2_Seconds</source>
+        <translation>2 秒</translation>
+    </message>
+    <message>
+        <source>Wait_5_Seconds</source>
+        <translation>5 秒</translation>
+    </message>
+    <message>
+        <source>ReconfigureWebcamGuardNote</source>
+        <translation>保留设置时无需此项：其他程序更改设置后，%1 会立即恢复。</translation>
+    </message>
 </context>
 </TS>
