@@ -438,6 +438,11 @@ void Orvella::followCameras(int first, int last) {
 
 void Orvella::cameraControlChanged(QTCamera& camera, const FollowedChange& change) {
     if (cameras_.rowOf(&camera) < 0) return;  // on its way out
+    // What an automatic mode moves changes all the time; another program's write is worth a line.
+    if (change.change.valueChanged && !change.governed && change.control)
+        NSLog("%.*s of %s was changed by another program",
+              static_cast<int>(change.control->name.size()), change.control->name.data(),
+              qUtf8Printable(camera.displayName()));
     if (&camera == qtCamera()) panel_->showCameraRecord();
     guard_.controlChanged(&camera, change);
 }

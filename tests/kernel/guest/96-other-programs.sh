@@ -1,0 +1,68 @@
+# Another program in the guest opens the camera and sets brightness through the real uvcvideo
+# driver while the application runs offscreen: without the guard the application follows the
+# change (the driver's control event reaches it) and sends nothing back; with the guard on it
+# puts the last state back once, a settle time later.
+. /orvella/tests/lib.sh
+start_cameras $CAMERAS/generic.json || finish
+export XDG_CONFIG_HOME=/tmp/guard-config QT_QPA_PLATFORM=offscreen
+PLIST=$XDG_CONFIG_HOME/orvella/org.orvella.Orvella.plist
+rm -rf "$XDG_CONFIG_HOME"
+mkdir -p "$XDG_CONFIG_HOME"
+
+check "orvellactl sets brightness 21" orvellactl set 1 Brightness 21
+check "orvellactl records the model's last state" orvellactl apply-last 1
+
+# wait_line PATTERN SECONDS: waits until the application's output has a line matching PATTERN.
+wait_line() {
+    tries=0
+    while ! grep -q "$1" /tmp/orvella.out && [ $tries -lt $(($2 * 10)) ]; do
+        tries=$((tries + 1))
+        sleep 0.1
+    done
+    grep -q "$1" /tmp/orvella.out
+}
+start_app() {
+    orvella > /tmp/orvella.out 2>&1 &
+    APP=$!
+    wait_line "Ready:" 60
+}
+stop_app() {
+    kill -TERM $APP 2>/dev/null
+    wait $APP
+    if [ $FAILURES -gt 0 ]; then
+        echo "orvella said:"
+        sed 's/^/    /' /tmp/orvella.out | tail -n 30
+    fi
+}
+
+# Without the guard: followed, nothing sent back.
+check "the application starts" start_app
+mark
+check "another program sets brightness 33" orvellactl set 1 Brightness 33
+check "the application hears of it from the driver" \
+    wait_line "Brightness of .* was changed by another program" 10
+sleep 3
+expect "with the guard off only the other program's write reached the camera" \
+    "$(set_cur 1 2 2)" "2100 ok"
+stop_app
+
+# With the guard on: the last state comes back, once.
+awk '!done && /<dict>/ { print; print "<key>GuardSettings</key><true/>"; done = 1; next } { print }' \
+    "$PLIST" > "$PLIST.new" && mv "$PLIST.new" "$PLIST"
+check "the application starts with the guard on" start_app
+check "the guard is on" wait_line "Settings guard on" 1
+mark
+check "another program sets brightness -7" orvellactl set 1 Brightness -7
+tries=0
+while [ "$(set_cur 1 2 2 | tail -n 1)" != "1500 ok" ] && [ $tries -lt 150 ]; do
+    tries=$((tries + 1))
+    sleep 0.1
+done
+expect "the guard sent the last state's brightness after the other program's" \
+    "$(set_cur 1 2 2 | tr '\n' ' ')" "f9ff ok 1500 ok "
+check "the guard said why" wait_line "Settings guard: restoring the last state" 1
+sleep 3
+expect "and only once" "$(set_cur 1 2 2 | grep -c '^1500')" "1"
+expect "the driver holds the last state's brightness" "$(orvellactl get 1 Brightness)" "21"
+stop_app
+finish
