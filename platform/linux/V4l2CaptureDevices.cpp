@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "platform/CaptureIdentity.h"
+#include "platform/linux/AlsaAudioDevice.h"
 #include "platform/linux/Sysfs.h"
 #include "platform/linux/UsbDescriptors.h"
 #include "platform/linux/V4l2CaptureStream.h"
@@ -54,6 +55,10 @@ std::vector<platform::CaptureFormatDescription> V4l2CaptureDevice::formatDescrip
 
 std::unique_ptr<platform::CaptureStream> V4l2CaptureDevice::createStream() {
     return std::make_unique<V4l2CaptureStream>(devicePath_, opener_);
+}
+
+std::shared_ptr<platform::CaptureDevice> V4l2CaptureDevice::soundInputDevice() const {
+    return cameraMicrophone(usbDirectory_);
 }
 
 std::optional<std::string> V4l2CaptureDevice::accessProblem() const {

@@ -28,6 +28,8 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     std::vector<platform::CaptureFormatDescription> formatDescriptions() const override;
     // Memory-mapped streaming from the node (platform/linux/V4l2CaptureStream.h).
     std::unique_ptr<platform::CaptureStream> createStream() override;
+    // The ALSA card of the same USB device (platform/linux/AlsaAudioDevice.h).
+    std::shared_ptr<platform::CaptureDevice> soundInputDevice() const override;
 
     const std::string& devicePath() const { return devicePath_; }
     const std::string& usbDirectory() const { return usbDirectory_; }

@@ -4,11 +4,13 @@
 // (built-in) camera, one whose definition has a "mediaDevice" key, takes its unique and model
 // identifiers from that key. The format description is the first format and frame size of the
 // camera's VideoStreaming descriptors. Its streams play the camera's test patterns
-// (platform/virtual/VirtualFramePlayer.h).
+// (platform/virtual/VirtualFramePlayer.h); a camera defined with an "audio" key has a microphone
+// that plays a tone (platform/virtual/VirtualAudioDevice.h).
 
 #include <memory>
 
 #include "platform/CaptureDevice.h"
+#include "platform/virtual/VirtualAudioDevice.h"
 #include "platform/virtual/VirtualCamera.h"
 #include "platform/virtual/VirtualFramePlayer.h"
 
@@ -36,6 +38,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     std::unique_ptr<platform::CaptureStream> createStream() override {
         return player_->createStream();
     }
+    std::shared_ptr<platform::CaptureDevice> soundInputDevice() const override { return audio_; }
     // The frame player, for faults at run time (stall, busy, size change, rate).
     VirtualFramePlayer& player() { return *player_; }
 
@@ -49,6 +52,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     QString displayName_;
     std::vector<platform::CaptureFormatDescription> formats_;
     std::shared_ptr<VirtualFramePlayer> player_;
+    std::shared_ptr<VirtualAudioDevice> audio_;
 };
 
 }  // namespace orvella::virtualcam
