@@ -518,8 +518,10 @@ void MovieFileOutput::recordToOutputFileURL(const QUrl& url) {
         error_ = recordingError(
             EINVAL, QStringLiteral("no movie container for %1 (use .mkv, .mp4, .mov or .avi)")
                         .arg(url.toLocalFile()));
-    else
+    else {
         thread_ = std::thread([this] { run(); });
+        running_ = true;
+    }
 }
 
 QUrl MovieFileOutput::outputFileURL() const {
@@ -530,7 +532,7 @@ QUrl MovieFileOutput::outputFileURL() const {
 void MovieFileOutput::captureFrame(const platform::FramePtr& frame) {
     {
         std::lock_guard lock(mutex_);
-        if (!frame || !thread_.joinable() || closing_ || error_) return;
+        if (!frame || !running_ || closing_ || error_) return;
         if (queuedFrames_ >= kMaxQueuedFrames || queue_.size() >= kMaxQueuedItems) {
             ++dropped_;
             return;
@@ -544,7 +546,7 @@ void MovieFileOutput::captureFrame(const platform::FramePtr& frame) {
 void MovieFileOutput::captureAudio(const platform::AudioBufferPtr& buffer) {
     {
         std::lock_guard lock(mutex_);
-        if (!buffer || !audioInput_ || !thread_.joinable() || closing_ || error_ ||
+        if (!buffer || !audioInput_ || !running_ || closing_ || error_ ||
             queue_.size() >= kMaxQueuedItems)
             return;
         queue_.push_back({nullptr, buffer});
@@ -612,6 +614,7 @@ std::optional<CaptureError> MovieFileOutput::finish() {
               static_cast<long long>(dropped_), url_.toLocalFile().toUtf8().constData());
     url_.clear();
     error_.reset();
+    running_ = false;
     queue_.clear();
     queuedFrames_ = 0;
     closing_ = false;

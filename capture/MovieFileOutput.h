@@ -89,6 +89,7 @@ class MovieFileOutput {
     QUrl url_;
     std::deque<Item> queue_;
     int queuedFrames_ = 0;
+    bool running_ = false;  // the thread runs: what the capture threads look at, not thread_
     bool closing_ = false;
     std::optional<CaptureError> error_;
     int64_t frames_ = 0;
