@@ -52,6 +52,16 @@ CaptureError recordingError(long code, const QString& text) {
     return CaptureError{QStringLiteral("Recording"), code, text};
 }
 
+// A clear word for an encoder the container has no place for (FFmpeg would only say "invalid
+// argument" when the file starts).
+std::optional<CaptureError> containerRefuses(const AVOutputFormat* container,
+                                             const AVCodec* codec) {
+    if (avformat_query_codec(container, codec->id, FF_COMPLIANCE_NORMAL) != 0) return std::nullopt;
+    return recordingError(EINVAL,
+                          QStringLiteral("the %1 container cannot hold %2")
+                              .arg(QLatin1String(container->name), QLatin1String(codec->name)));
+}
+
 // The audio encoder for a name, or the default one for the container: the samples as they come
 // (16-bit PCM) where the container holds PCM, else the container's own default.
 const AVCodec* audioEncoderFor(const QString& name, const AVOutputFormat* container,
@@ -126,6 +136,7 @@ struct AudioTrack {
         std::optional<CaptureError> error;
         const AVCodec* codec = audioEncoderFor(encoderName, format->oformat, &error);
         if (!codec) return error;
+        if (auto refused = containerRefuses(format->oformat, codec)) return refused;
         stream = avformat_new_stream(format, nullptr);
         encoder = avcodec_alloc_context3(codec);
         frame = av_frame_alloc();
@@ -326,6 +337,7 @@ struct MovieFileOutput::Writer {
                 if (!codec) codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);
             }
             if (!codec) return recordingError(EINVAL, QStringLiteral("no video encoder"));
+            if (auto refused = containerRefuses(format->oformat, codec)) return refused;
             encoder = avcodec_alloc_context3(codec);
             picture = av_frame_alloc();
             if (!encoder || !picture)
@@ -463,8 +475,9 @@ struct MovieFileOutput::Writer {
 };
 
 MovieFileOutput::MovieFileOutput() {
-    // FFmpeg's own chatter would go to standard error; failures come back as CaptureError.
-    static const bool quiet = (av_log_set_level(AV_LOG_ERROR), true);
+    // FFmpeg's own messages would go to standard error, beside the error each failure comes
+    // back with (CaptureError): they would say the same thing twice.
+    static const bool quiet = (av_log_set_level(AV_LOG_QUIET), true);
     (void)quiet;
 }
 

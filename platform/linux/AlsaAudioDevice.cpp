@@ -52,7 +52,11 @@ class AlsaAudioSource final : public platform::AudioCaptureSource {
     IOReturn open(platform::StreamError* error) override {
         if (input_) return kIOReturnSuccess;
         static std::once_flag registered;
-        std::call_once(registered, [] { avdevice_register_all(); });
+        std::call_once(registered, [] {
+            avdevice_register_all();
+            // A failure comes back in *error; FFmpeg's own line would say it a second time.
+            av_log_set_level(AV_LOG_QUIET);
+        });
         const AVInputFormat* alsa = av_find_input_format("alsa");
         int status = AVERROR_DEMUXER_NOT_FOUND;
         if (alsa) {

@@ -94,7 +94,8 @@ TEST(Recording, AnUnknownEncoderOrContainerEndsWithAnError) {
     QTemporaryDir dir;
     for (const auto& [encoder, name, expected] : std::vector<std::tuple<QString, QString, QString>>{
              {"no-such-encoder", "x.mkv", "no video encoder named \"no-such-encoder\""},
-             {"", "x.unknownext", "no movie container"}}) {
+             {"", "x.unknownext", "no movie container"},
+             {"ffv1", "x.mp4", "the mp4 container cannot hold ffv1"}}) {
         CaptureRig rig;
         ASSERT_EQ(rig.capture->startPreview(nullptr), capture::kCaptureDone);
         ASSERT_TRUE(spinUntil([&] { return rig.capture->currentImageBuffer() != nullptr; }));
