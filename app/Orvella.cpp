@@ -483,6 +483,7 @@ void Orvella::loadAppDefault(QTCamera& camera) {
 
 void Orvella::switchCamera(QTCamera* camera) {
     endSheet();
+    followCaptureSession(camera);
     panel_->setQTCamera(camera);
     if (camera) {
         NSLog("Current camera: %s", qUtf8Printable(camera->displayName()));

@@ -9,9 +9,8 @@
 // last state after another program changed it. The profile and preference dialogs are
 // window-modal dialogs on the panel, so the rest of the desktop stays usable while one is open.
 //
-// The capture side's camera delegate (frame rate, first frame, recording finished) is not wired
-// here yet: when the capture path lands, the controller becomes the current camera's delegate in
-// switchCamera and forwards the frame rate to ControlPanel::updateFPS.
+// It is also the delegate of the current camera's capture path (app/OrvellaCapture.cpp): while a
+// capture session runs on that camera, its frame rate goes to the panel.
 
 #include <QDialog>
 #include <QObject>
@@ -24,6 +23,7 @@
 #include "app/ScriptingTarget.h"
 #include "app/SettingsGuard.h"
 #include "app/UpdateTimer.h"
+#include "capture/QTCameraCapture.h"
 #include "platform/PowerEvents.h"
 #include "settings/DefaultsStore.h"
 #include "settings/Preferences.h"
@@ -55,7 +55,8 @@ struct OrvellaOptions {
 class Orvella final : public QObject,
                       public CameraDiscoveryDelegate,
                       public ScriptingTarget,
-                      public platform::PowerObserver {
+                      public platform::PowerObserver,
+                      public capture::QTCameraDelegate {
     Q_OBJECT
 
   public:
@@ -142,6 +143,11 @@ class Orvella final : public QObject,
     void systemWillSleep() override;
     void systemDidWake() override;
 
+    // ---- The current camera's capture path ----
+    // Null without a current camera or for one that cannot stream.
+    capture::QTCameraCapture* qtCameraCapture() const { return capture_.get(); }
+    void updateFPS(uint32_t fps) override;
+
     // ---- Parts, for the entry point and tests ----
     ui::ControlPanel& panel() { return *panel_; }
     ui::StatusMenu& statusMenu() { return *menu_; }
@@ -173,6 +179,7 @@ class Orvella final : public QObject,
     void refreshPanelValues();
     void windowWillClose();
     void bringPanelToFront();
+    void followCaptureSession(QTCamera* camera);
 
     settings::DefaultsStore& defaults_;
     CameraList& cameras_;
@@ -194,6 +201,7 @@ class Orvella final : public QObject,
     bool _panelOn = true;
     bool launched_ = false;
     bool closingForHide_ = false;
+    std::unique_ptr<capture::QTCameraCapture> capture_;  // of the current camera
 };
 
 }  // namespace orvella::app

@@ -8,12 +8,15 @@
 #include <benchmark/benchmark.h>
 #include <turbojpeg.h>
 
+#include <sys/resource.h>
 #include <QApplication>
 #include <QEventLoop>
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QTimer>
+
+#include <algorithm>
 #include <ctime>
 #include <vector>
 
@@ -33,6 +36,14 @@ double cpuSeconds(clockid_t clock) {
     return static_cast<double>(t.tv_sec) + static_cast<double>(t.tv_nsec) * 1e-9;
 }
 
+// Minor page faults of the process so far: memory the kernel had to map in, a cost that CPU time
+// counts but an instruction count does not show.
+long minorFaults() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
+}
+
 QApplication& application() {
     static int argc = 1;
     static char name[] = "orvella_bench";
@@ -50,9 +61,12 @@ void runEventLoop(int milliseconds) {
 }
 
 // CPU seconds per decode of `frames` with TurboJPEG alone, into a buffer of the scaled size.
-double bareDecode(const std::vector<QByteArray>& frames, int width, int height, int rounds) {
+// *faultsPerFrame (when given): minor page faults per decode.
+double bareDecode(const std::vector<QByteArray>& frames, int width, int height, int rounds,
+                  double* faultsPerFrame = nullptr) {
     tjhandle handle = tjInitDecompress();
     std::vector<unsigned char> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
+    const long faults0 = minorFaults();
     const double start = cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
     int decoded = 0;
     for (int r = 0; r < rounds; ++r)
@@ -63,13 +77,15 @@ double bareDecode(const std::vector<QByteArray>& frames, int width, int height, 
             ++decoded;
         }
     const double seconds = cpuSeconds(CLOCK_THREAD_CPUTIME_ID) - start;
+    if (faultsPerFrame) *faultsPerFrame = static_cast<double>(minorFaults() - faults0) / decoded;
     tjDestroy(handle);
     return seconds / decoded;
 }
 
 // CPU seconds per decode when TurboJPEG decodes one frame every 1/30 s on the main thread's event
 // loop, as the preview does: the same work with the caches a real-time stream sees.
-double pacedDecode(const std::vector<QByteArray>& frames, int width, int height) {
+double pacedDecode(const std::vector<QByteArray>& frames, int width, int height,
+                   int milliseconds = 2000) {
     tjhandle handle = tjInitDecompress();
     std::vector<unsigned char> pixels(static_cast<size_t>(width) * static_cast<size_t>(height) * 4);
     int decoded = 0;
@@ -84,7 +100,7 @@ double pacedDecode(const std::vector<QByteArray>& frames, int width, int height)
     });
     timer.start(33);
     const double start = cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
-    runEventLoop(3000);
+    runEventLoop(milliseconds);
     const double seconds = cpuSeconds(CLOCK_THREAD_CPUTIME_ID) - start;
     tjDestroy(handle);
     return decoded ? seconds / decoded : 0;
@@ -117,8 +133,6 @@ void PreviewMjpeg1080p30(benchmark::State& state) {
     ui::CapturePreview preview;
     preview.resize(width, height);
     preview.show();
-    capture.startPreview(&preview);
-    runEventLoop(1500);  // the camera renders its pattern loop once; the decoder warms up
 
     // The same frames the camera sends, for the reference decode.
     std::vector<QByteArray> frames;
@@ -128,38 +142,69 @@ void PreviewMjpeg1080p30(benchmark::State& state) {
         frames.push_back(device->player().pattern(mjpeg, i, &bytesPerLine));
     }
 
-    double ourPerFrame = 0, mainPerFrame = 0, dropped = 0, shown = 0, arrived = 0;
+    // Rounds of our path and the references one after the other, so that every figure sees the
+    // same state of a shared machine; the median round counts.
+    struct Round {
+        double our = 0, main = 0, faults = 0, shown = 0, dropped = 0;
+        double bareFull = 0, bareScaled = 0, paced = 0, bareFaults = 0;
+    };
+    std::vector<Round> rounds;
+    QSize scaled;
     for (auto _ : state) {
-        const int64_t shown0 = preview.framesShown(), dropped0 = preview.framesDropped();
-        const double cpu0 = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID);
-        const double main0 = cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
-        runEventLoop(4000);
-        const double cpu = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - cpu0;
-        const double mainCpu = cpuSeconds(CLOCK_THREAD_CPUTIME_ID) - main0;
-        shown = static_cast<double>(preview.framesShown() - shown0);
-        dropped = static_cast<double>(preview.framesDropped() - dropped0);
-        arrived = shown + dropped;
-        ourPerFrame = shown > 0 ? cpu / shown : 0;
-        mainPerFrame = shown > 0 ? mainCpu / shown : 0;
+        for (int r = 0; r < 3; ++r) {
+            Round round;
+            capture.startPreview(&preview);
+            runEventLoop(r == 0 ? 1500 : 300);  // the pattern loop is rendered; the decoder warms
+            const int64_t shown0 = preview.framesShown(), dropped0 = preview.framesDropped();
+            const long faults0 = minorFaults();
+            const double cpu0 = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID);
+            const double main0 = cpuSeconds(CLOCK_THREAD_CPUTIME_ID);
+            runEventLoop(3000);
+            const double cpu = cpuSeconds(CLOCK_PROCESS_CPUTIME_ID) - cpu0;
+            const double mainCpu = cpuSeconds(CLOCK_THREAD_CPUTIME_ID) - main0;
+            round.shown = static_cast<double>(preview.framesShown() - shown0);
+            round.dropped = std::max(0.0, static_cast<double>(preview.framesDropped() - dropped0));
+            if (round.shown > 0) {
+                round.our = cpu / round.shown;
+                round.main = mainCpu / round.shown;
+                round.faults = static_cast<double>(minorFaults() - faults0) / round.shown;
+            }
+            scaled = preview.decodedSize();
+            capture.stopPreview(&preview);
+            round.bareFull = bareDecode(frames, 1920, 1080, 4, &round.bareFaults);
+            round.bareScaled = bareDecode(frames, scaled.width(), scaled.height(), 4);
+            round.paced = pacedDecode(frames, scaled.width(), scaled.height());
+            rounds.push_back(round);
+        }
     }
-    const QSize scaled = preview.decodedSize();
-    capture.stopPreview(&preview);
-
-    const double bareFull = bareDecode(frames, 1920, 1080, 4);
-    const double bareScaled = bareDecode(frames, scaled.width(), scaled.height(), 4);
-    const double paced = pacedDecode(frames, scaled.width(), scaled.height());
-    state.counters["frames_arrived"] = arrived;
-    state.counters["frames_shown"] = shown;
-    state.counters["frames_dropped"] = dropped;
-    state.counters["our_ms_per_frame"] = ourPerFrame * 1e3;
-    state.counters["main_thread_ms_per_frame"] = mainPerFrame * 1e3;
-    state.counters["bare_decode_full_ms"] = bareFull * 1e3;
-    state.counters["bare_decode_scaled_ms"] = bareScaled * 1e3;
+    const auto median = [&](auto figure) {
+        std::vector<double> values;
+        for (const Round& round : rounds)
+            values.push_back(figure(round));
+        std::sort(values.begin(), values.end());
+        return values.empty() ? 0.0 : values[values.size() / 2];
+    };
+    const auto ratio = [](double ours, double reference) {
+        return reference > 0 ? ours / reference : 0.0;
+    };
+    state.counters["frames_shown"] = median([](const Round& r) { return r.shown; });
+    state.counters["frames_dropped"] = median([](const Round& r) { return r.dropped; });
+    state.counters["page_faults_per_frame"] = median([](const Round& r) { return r.faults; });
+    state.counters["bare_decode_page_faults"] = median([](const Round& r) { return r.bareFaults; });
+    state.counters["our_ms_per_frame"] = median([](const Round& r) { return r.our; }) * 1e3;
+    state.counters["main_thread_ms_per_frame"] =
+        median([](const Round& r) { return r.main; }) * 1e3;
+    state.counters["bare_decode_full_ms"] = median([](const Round& r) { return r.bareFull; }) * 1e3;
+    state.counters["bare_decode_scaled_ms"] =
+        median([](const Round& r) { return r.bareScaled; }) * 1e3;
+    state.counters["paced_decode_ms"] = median([](const Round& r) { return r.paced; }) * 1e3;
     state.counters["decoded_width"] = scaled.width();
-    state.counters["ratio_vs_full_decode"] = bareFull > 0 ? ourPerFrame / bareFull : 0;
-    state.counters["ratio_vs_scaled_decode"] = bareScaled > 0 ? ourPerFrame / bareScaled : 0;
-    state.counters["paced_decode_ms"] = paced * 1e3;
-    state.counters["ratio_vs_paced_decode"] = paced > 0 ? ourPerFrame / paced : 0;
+    state.counters["ratio_vs_full_decode"] =
+        median([&](const Round& r) { return ratio(r.our, r.bareFull); });
+    state.counters["ratio_vs_scaled_decode"] =
+        median([&](const Round& r) { return ratio(r.our, r.bareScaled); });
+    state.counters["ratio_vs_paced_decode"] =
+        median([&](const Round& r) { return ratio(r.our, r.paced); });
     log::setSink(previous);
 }
 BENCHMARK(PreviewMjpeg1080p30)

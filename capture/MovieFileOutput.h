@@ -6,15 +6,28 @@
 // default encoder. Frames of another size than the movie's are scaled to it (copied MJPEG frames
 // of another size are left out). The file is opened at the first frame, whose format decides
 // between copying and encoding.
+//
+// With a sound input (setAudioInput) the movie gets a sound track. Its compression is an FFmpeg
+// audio encoder name ("aac", "libopus", "pcm_s16le", ...); without one the samples go in as they
+// came (16-bit PCM) when the container holds PCM, else the container's default audio encoder is
+// used. Sound and picture are placed by their capture times.
+//
+// Frames and samples are handed over from the capture threads and written on the output's own
+// thread, so that a slow encoder never holds up a capture thread. If the encoder falls more than
+// about two seconds behind, newer frames are left out and counted (framesDropped).
 
 #include <QString>
 #include <QUrl>
+#include <condition_variable>
 #include <cstdint>
+#include <deque>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <thread>
 
 #include "capture/QTCameraDelegate.h"
+#include "platform/AudioCapture.h"
 #include "platform/CaptureStream.h"
 
 namespace orvella::capture {
@@ -32,33 +45,59 @@ class MovieFileOutput {
     void setVideoCompression(const QString& encoder);
     void setAudioCompression(const QString& encoder);
     QString videoCompression() const;
+    QString audioCompression() const;
+    // The format of the sound that will come (set before recording starts); none: no sound track.
+    void setAudioInput(std::optional<platform::AudioFormat> format);
 
     // Starts recording to a local file; an empty URL ends the recording (see finish()).
     void recordToOutputFileURL(const QUrl& url);
     QUrl outputFileURL() const;
 
-    // A frame from the capture thread; ignored while not recording.
+    // A frame or a buffer of samples from a capture thread; ignored while not recording. Only
+    // queued here: the output's thread writes it.
     void captureFrame(const platform::FramePtr& frame);
+    void captureAudio(const platform::AudioBufferPtr& buffer);
 
-    // Ends the movie: flushes the encoder, writes the trailer and closes the file. Returns what
-    // went wrong on the way, if anything (a movie without frames is an error too).
+    // Ends the movie: writes what is queued, flushes the encoders, writes the trailer and closes
+    // the file. Returns what went wrong on the way, if anything (a movie without frames is an
+    // error too).
     std::optional<CaptureError> finish();
 
     int64_t framesWritten() const;
+    // Frames left out because the encoder had fallen behind.
+    int64_t framesDropped() const;
+    // Sample frames (one sample of every channel) in the sound track so far.
+    int64_t audioSamplesWritten() const;
     // Whether MJPEG frames go into the file unchanged.
     bool copiesFrames() const;
 
   private:
     struct Writer;
+    struct Item {
+        platform::FramePtr frame;
+        platform::AudioBufferPtr audio;
+    };
+    void run();  // the output's thread
+
     mutable std::mutex mutex_;
+    std::condition_variable queued_;
     int32_t width_ = 0;
     int32_t height_ = 0;
     QString videoEncoder_;
     QString audioEncoder_;
+    std::optional<platform::AudioFormat> audioInput_;
     QUrl url_;
-    std::unique_ptr<Writer> writer_;
+    std::deque<Item> queue_;
+    int queuedFrames_ = 0;
+    bool running_ = false;  // the thread runs: what the capture threads look at, not thread_
+    bool closing_ = false;
     std::optional<CaptureError> error_;
     int64_t frames_ = 0;
+    int64_t dropped_ = 0;
+    int64_t samples_ = 0;
+    bool copies_ = false;
+    std::unique_ptr<Writer> writer_;  // the output's thread only, while it runs
+    std::thread thread_;
 };
 
 }  // namespace orvella::capture

@@ -92,6 +92,7 @@ int QTCameraCapture::stopPreview(PreviewView* view) {
     sessionOpen_ = false;
     camera_.setCameraMode(kCameraModeIdle);
     captureView_ = nullptr;
+    emit sessionStopped();
     return kCaptureDone;
 }
 
@@ -185,19 +186,15 @@ void QTCameraCapture::setCaptureAttributes(int step, const QString& videoCompres
             captureDecompressedVideoOutput_.reset();
             break;
         case 2: {  // record start
-            if (audioDevice) {
-                if (audioDevice->hasMediaType(platform::MediaType::Sound))
-                    audioCaptureDeviceInput_ = audioDevice;
-                NSLog("CameraControl Error: no sound input from %s; recording video only",
-                      audioDevice->localizedDisplayName().toUtf8().constData());
-            }
+            const auto sound = openAudioInput(audioDevice);
             auto output = std::make_shared<MovieFileOutput>();
             output->setMaximumVideoSize(camera_.cameraWidth(), camera_.cameraHeight());
+            output->setAudioInput(sound);
             {
                 std::lock_guard lock(outputLock_);
                 captureMovieFileOutput_ = output;
             }
-            setVideoCompression(videoCompression, audioDevice, audioCompression);
+            setVideoCompression(videoCompression, audioCaptureDeviceInput_, audioCompression);
             captureDecompressedVideoOutput_.reset();
             break;
         }
@@ -271,6 +268,7 @@ int QTCameraCapture::startRecord(const QUrl& url, const QString& videoCompressio
         std::lock_guard lock(outputLock_);
         if (captureMovieFileOutput_) captureMovieFileOutput_->recordToOutputFileURL(url);
     }
+    if (audioSource_ && audioSource_->start(this) != kIOReturnSuccess) closeAudioInput();
     camera_.setCameraMode(kCameraModeRecording);
     needNotificationOnFirstFrame_ = true;
     return kCaptureDone;
@@ -283,6 +281,7 @@ int QTCameraCapture::stopRecord() {
         std::lock_guard lock(outputLock_);
         output = captureMovieFileOutput_;
     }
+    if (audioSource_) audioSource_->stop();  // the last samples are in before the file closes
     if (output) {
         const QUrl url = output->outputFileURL();
         if (!url.isEmpty()) {
@@ -297,9 +296,38 @@ int QTCameraCapture::stopRecord() {
         }
     }
     setCaptureAttributes(3, QString(), nullptr, QString());
-    audioCaptureDeviceInput_ = nullptr;
+    closeAudioInput();  // the sound input leaves the session and its device is closed
     camera_.setCameraMode(kCameraModePreviewing);
     return kCaptureDone;
+}
+
+std::optional<platform::AudioFormat> QTCameraCapture::openAudioInput(
+    platform::CaptureDevice* device) {
+    closeAudioInput();
+    soundInputProblem_.clear();
+    if (!device) return std::nullopt;
+    auto source =
+        device->hasMediaType(platform::MediaType::Sound) ? device->createAudioSource() : nullptr;
+    platform::StreamError error;
+    if (!source)
+        soundInputProblem_ =
+            QStringLiteral("no sound input from %1").arg(device->localizedDisplayName());
+    else if (source->open(&error) != kIOReturnSuccess)
+        soundInputProblem_ = error.localizedDescription;
+    if (!soundInputProblem_.isEmpty()) {
+        NSLog("CameraControl Error: %s; recording video only",
+              soundInputProblem_.toUtf8().constData());
+        return std::nullopt;
+    }
+    audioCaptureDeviceInput_ = device;
+    audioSource_ = std::move(source);
+    return audioSource_->format();
+}
+
+void QTCameraCapture::closeAudioInput() {
+    if (audioSource_) audioSource_->close();
+    audioSource_.reset();
+    audioCaptureDeviceInput_ = nullptr;
 }
 
 int64_t QTCameraCapture::framesRecorded() const {
@@ -384,6 +412,23 @@ void QTCameraCapture::streamDidFail(IOReturn status, const QString& reason) {
         this, [this, status, reason] { streamFailed(status, reason); }, Qt::QueuedConnection);
 }
 
+void QTCameraCapture::audioSourceDidOutput(const platform::AudioBufferPtr& buffer) {
+    std::lock_guard lock(outputLock_);
+    if (captureMovieFileOutput_) captureMovieFileOutput_->captureAudio(buffer);
+}
+
+void QTCameraCapture::audioSourceDidFail(IOReturn status, const QString& reason) {
+    QMetaObject::invokeMethod(
+        this,
+        [status, reason] {
+            NSLog(
+                "CameraControl Error: the sound input stopped (0x%08x): %s; the recording goes "
+                "on without sound",
+                static_cast<uint32_t>(status), reason.toUtf8().constData());
+        },
+        Qt::QueuedConnection);
+}
+
 void QTCameraCapture::streamFailed(IOReturn status, const QString& reason) {
     NSLog("CameraControl Error: the stream stopped (0x%08x): %s", static_cast<uint32_t>(status),
           reason.toUtf8().constData());
@@ -393,6 +438,7 @@ void QTCameraCapture::streamFailed(IOReturn status, const QString& reason) {
         std::lock_guard lock(outputLock_);
         output.swap(captureMovieFileOutput_);
     }
+    closeAudioInput();
     if (!output) return;
     const QUrl url = output->outputFileURL();
     auto error = output->finish();

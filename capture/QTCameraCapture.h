@@ -27,6 +27,7 @@
 #include "capture/MovieFileOutput.h"
 #include "capture/PreviewView.h"
 #include "capture/QTCameraDelegate.h"
+#include "platform/AudioCapture.h"
 #include "platform/CaptureStream.h"
 
 class QImage;
@@ -60,7 +61,9 @@ uint32_t imageFormatForFormatCode(int64_t formatCode);
 // The stream pixel format that delivers an imageFormat.
 uint32_t streamPixelFormatForImageFormat(uint32_t imageFormat);
 
-class QTCameraCapture final : public QObject, private platform::CaptureStreamClient {
+class QTCameraCapture final : public QObject,
+                              private platform::CaptureStreamClient,
+                              private platform::AudioCaptureClient {
     Q_OBJECT
 
   public:
@@ -82,8 +85,10 @@ class QTCameraCapture final : public QObject, private platform::CaptureStreamCli
     // its status. Allowed while previewing or recording.
     int captureImage(QImage* image);
     int captureImage(QImage* image, std::chrono::milliseconds timeLimit);
-    // Records a movie to the URL with FFmpeg encoder names (empty: see MovieFileOutput). An
-    // audio device is taken only if it has sound; allowed while previewing or recording.
+    // Records a movie to the URL with FFmpeg encoder names (empty: see MovieFileOutput). The
+    // audio device (borrowed until the recording ends; null for none) gives the sound track if
+    // it has the sound media type and can be opened; otherwise the movie has no sound and one
+    // line is logged. Allowed while previewing or recording.
     int startRecord(const QUrl& url, const QString& videoCompression,
                     platform::CaptureDevice* audioDevice, const QString& audioCompression);
     int stopRecord();
@@ -127,14 +132,26 @@ class QTCameraCapture final : public QObject, private platform::CaptureStreamCli
     int64_t framesRecorded() const;
     // Frames the last finished movie holds.
     int64_t framesInLastMovie() const { return lastMovieFrames_; }
+    // Whether the current recording has a sound input, and if one was asked for but could not
+    // be had, why.
+    bool recordsSound() const { return audioSource_ != nullptr; }
+    const QString& soundInputProblem() const { return soundInputProblem_; }
+
+  signals:
+    // The preview stopped (stopPreview): no frame-rate report follows until the next start.
+    void sessionStopped();
 
   private:
     void streamDidOutputFrame(const platform::FramePtr& frame) override { captureOutput(frame); }
     void streamDidFail(IOReturn status, const QString& reason) override;
+    void audioSourceDidOutput(const platform::AudioBufferPtr& buffer) override;
+    void audioSourceDidFail(IOReturn status, const QString& reason) override;
 
     bool openSession();              // opens the stream, logging the error object's fields
     void startSession(bool reopen);  // reopen: open a stream that could not be opened before
     void stopSession();
+    std::optional<platform::AudioFormat> openAudioInput(platform::CaptureDevice* device);
+    void closeAudioInput();
     void applyPixelBufferAttributes();
     void streamFailed(IOReturn status, const QString& reason);  // main thread
     double secondsSinceDate() const;
@@ -148,6 +165,8 @@ class QTCameraCapture final : public QObject, private platform::CaptureStreamCli
     bool sessionOpen_ = false;
     bool sessionRunning_ = false;
     platform::CaptureDevice* audioCaptureDeviceInput_ = nullptr;
+    std::unique_ptr<platform::AudioCaptureSource> audioSource_;  // delivers on its own thread
+    QString soundInputProblem_;
     std::optional<platform::StreamFormat> captureDecompressedVideoOutput_;  // its attributes
     uint32_t imageFormat_ = kImageFormatYUYV;
     std::atomic<bool> needNotificationOnFirstFrame_{false};
@@ -164,7 +183,8 @@ class QTCameraCapture final : public QObject, private platform::CaptureStreamCli
     std::optional<IOReturn> streamFailure_;
     std::optional<platform::StreamError> streamError_;
 
-    // The movie output, swapped by the main thread and fed by the capture thread.
+    // The movie output, swapped by the main thread and fed by the capture and sound threads,
+    // which only queue to it: it encodes on a thread of its own.
     mutable std::mutex outputLock_;
     std::shared_ptr<MovieFileOutput> captureMovieFileOutput_;
     int64_t lastMovieFrames_ = 0;

@@ -10,6 +10,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/AudioCapture.h"
 #include "platform/CaptureStream.h"
 #include "platform/ControlEvents.h"
 
@@ -38,6 +39,10 @@ class CaptureDevice {
     virtual std::vector<CaptureFormatDescription> formatDescriptions() const = 0;
     // A new stream on this device (not yet opened); null when the device cannot stream.
     virtual std::unique_ptr<CaptureStream> createStream() { return nullptr; }
+    // A device with the sound media type: a new source of its samples (not yet opened).
+    virtual std::unique_ptr<AudioCaptureSource> createAudioSource() { return nullptr; }
+    // A camera: its own microphone, a device with the sound media type; null when it has none.
+    virtual std::shared_ptr<CaptureDevice> soundInputDevice() const { return nullptr; }
     // Starts (or, with nullptr, stops) telling `observer` (borrowed) when other programs open or
     // close this device, on the calling thread's event loop. False when the device cannot be
     // watched (the reason is logged once by the backend); the observer is then not kept.

@@ -12,6 +12,8 @@
 
 #include "camera/QTCamera.h"
 #include "capture/QTCameraCapture.h"
+#include "platform/CaptureDevice.h"
+#include "platform/linux/AlsaAudioDevice.h"
 
 namespace orvella::tools {
 
@@ -109,13 +111,31 @@ std::optional<CaptureFailure> waitForImage(capture::QTCameraCapture& capture, QI
     }
 }
 
+// The sound input --audio names: the camera's own microphone (told on `err` when it has none),
+// none, or an ALSA device.
+std::shared_ptr<platform::CaptureDevice> soundInputFor(QTCamera& camera,
+                                                       const CaptureOptions& options,
+                                                       std::ostream& err) {
+    const QString source = options.audio.isEmpty() ? QStringLiteral("camera") : options.audio;
+    if (source == QLatin1String("none")) return nullptr;
+    if (source != QLatin1String("camera"))
+        return std::make_shared<linuxplatform::AlsaAudioDevice>(source.toStdString(), source);
+    const auto& device = camera.qtCaptureDevice();
+    auto microphone = device ? device->soundInputDevice() : nullptr;
+    if (!microphone)
+        err << camera.displayName().toStdString() << " has no microphone; recording video only"
+            << std::endl;
+    return microphone;
+}
+
 }  // namespace
 
 bool takeCaptureOption(const std::vector<std::string>& arguments, size_t& i,
                        CaptureOptions& options, QString* error) {
     const QString name = QString::fromLocal8Bit(arguments[i]);
     if (name != QLatin1String("--format") && name != QLatin1String("--seconds") &&
-        name != QLatin1String("--video-codec"))
+        name != QLatin1String("--video-codec") && name != QLatin1String("--audio") &&
+        name != QLatin1String("--audio-codec"))
         return false;
     if (i + 1 >= arguments.size()) {
         *error = QStringLiteral("%1 needs a value").arg(name);
@@ -133,8 +153,14 @@ bool takeCaptureOption(const std::vector<std::string>& arguments, size_t& i,
             *error = QStringLiteral("--seconds wants a positive number, not \"%1\"").arg(value);
         else
             options.seconds = seconds;
-    } else {
+    } else if (name == QLatin1String("--video-codec")) {
         options.videoCodec = value;
+    } else if (name == QLatin1String("--audio")) {
+        if (value.isEmpty())
+            *error = QStringLiteral("--audio wants camera, none or an ALSA device name");
+        options.audio = value;
+    } else {
+        options.audioCodec = value;
     }
     return true;
 }
@@ -150,8 +176,11 @@ std::optional<CaptureFailure> snapshotCommand(QTCamera& camera, const QString& f
     if (!format)
         return CaptureFailure{
             QStringLiteral("%1: the file must end in .png, .jpg or .jpeg").arg(file), true};
-    if (options.seconds || !options.videoCodec.isEmpty())
-        return CaptureFailure{QStringLiteral("--seconds and --video-codec go with record"), true};
+    if (options.seconds || !options.videoCodec.isEmpty() || !options.audio.isEmpty() ||
+        !options.audioCodec.isEmpty())
+        return CaptureFailure{
+            QStringLiteral("--seconds, --video-codec, --audio and --audio-codec go with record"),
+            true};
     EventLoopHost host;
     capture::QTCameraCapture capture(camera);
     if (auto failure = chooseFormat(camera, capture, options)) return failure;
@@ -176,8 +205,11 @@ std::optional<CaptureFailure> recordCommand(QTCamera& camera, const QString& fil
     // Recording starts with the first frame, so a slow camera does not shorten the movie.
     QImage first;
     if (auto failure = waitForImage(capture, &first)) return failure;
+    const auto sound = soundInputFor(camera, options, err);
     capture.startRecord(QUrl::fromLocalFile(QFileInfo(file).absoluteFilePath()), options.videoCodec,
-                        nullptr, QString());
+                        sound.get(), options.audioCodec);
+    if (sound && !capture.recordsSound())
+        err << capture.soundInputProblem().toStdString() << "; recording video only" << std::endl;
     QElapsedTimer elapsed;
     elapsed.start();
     qint64 nextReport = 1000;
@@ -191,12 +223,14 @@ std::optional<CaptureFailure> recordCommand(QTCamera& camera, const QString& fil
             nextReport += 1000;
         }
     }
+    const bool recordedSound = capture.recordsSound();
     capture.stopPreview(nullptr);
     const int64_t frames = capture.framesInLastMovie();
     if (delegate.finished && *delegate.finished)
         return CaptureFailure{
             QStringLiteral("recording failed: %1").arg((*delegate.finished)->userInfo)};
-    err << "recorded " << frames << " frames to " << file.toStdString() << std::endl;
+    err << "recorded " << frames << " frames" << (sound && recordedSound ? " with sound" : "")
+        << " to " << file.toStdString() << std::endl;
     return std::nullopt;
 }
 

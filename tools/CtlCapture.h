@@ -1,7 +1,9 @@
 #pragma once
 // orvellactl's capture commands over the capture path: `snapshot CAMERA FILE [--format WxH]`
 // writes a still image (PNG or JPEG by the file's extension) and `record CAMERA FILE --seconds N
-// [--format WxH] [--video-codec ENCODER]` writes a movie, with its progress on standard error.
+// [--format WxH] [--video-codec ENCODER] [--audio SOURCE] [--audio-codec ENCODER]` writes a movie,
+// with its progress on standard error. SOURCE is "camera" (the camera's own microphone, the
+// default), "none", or an ALSA device name.
 
 #include <QSize>
 #include <QString>
@@ -20,6 +22,8 @@ struct CaptureOptions {
     std::optional<QSize> format;
     std::optional<double> seconds;
     QString videoCodec;
+    QString audio;  // empty: the camera's microphone
+    QString audioCodec;
 };
 
 // Takes the capture option at arguments[i] (with its value, advancing i); false when it is no

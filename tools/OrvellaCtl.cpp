@@ -39,6 +39,9 @@ Options (anywhere on the line):
   --format WxH     with snapshot and record: the stream size (one the camera lists in show)
   --seconds N      with record: how long to record
   --video-codec E  with record: the FFmpeg encoder for the video
+  --audio SOURCE   with record: camera (its own microphone, the default), none, or an ALSA
+                   device name (default, plughw:1, pulse, ...)
+  --audio-codec E  with record: the FFmpeg encoder for the sound (aac, libopus, pcm_s16le, ...)
   --verbose, -v    write the core's trace (control requests, probing) to standard error
   --help, -h       print this help
   --               end of options (for a VALUE that begins with "-", though plain
@@ -65,12 +68,15 @@ Commands:
   snapshot CAMERA FILE [--format WxH]
                               write a still image of the camera's picture; PNG or JPEG by
                               FILE's extension (.png, .jpg, .jpeg)
-  record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER]
+  record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER] [--audio SOURCE]
+         [--audio-codec ENCODER]
                               record a movie of N seconds (container by FILE's extension:
                               .mkv, .mp4, .mov, .avi); ENCODER is an FFmpeg encoder name
                               (libx264, mpeg4, mjpeg, ffv1, ...); without one, MJPEG frames are
-                              copied unchanged where the container allows. Progress goes to
-                              standard error once a second
+                              copied unchanged where the container allows. The sound comes from
+                              the camera's microphone if it has one; without --audio-codec it
+                              goes in as 16-bit PCM where the container allows. Progress goes
+                              to standard error once a second
 
 CAMERA is the camera's number in list (from 1), its uniqueID, or a part of its display name
 that no other camera's name contains (case is ignored). With one camera it may be left out.
@@ -482,7 +488,8 @@ constexpr Command kCommands[] = {
     {"apply-last", 0, 1, commandApplyLast, "apply-last CAMERA | apply-last --all"},
     {"snapshot", 1, 2, commandCapture<snapshotCommand>, "snapshot CAMERA FILE [--format WxH]"},
     {"record", 1, 2, commandCapture<recordCommand>,
-     "record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER]"},
+     "record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER] [--audio SOURCE] "
+     "[--audio-codec ENCODER]"},
 };
 
 int fail(std::ostream& err, const Failure& failure) {

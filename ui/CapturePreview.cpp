@@ -1,5 +1,6 @@
 #include "ui/CapturePreview.h"
 
+#include <QFontMetrics>
 #include <QMetaObject>
 #include <QPaintEngine>
 #include <QPainter>
@@ -8,18 +9,9 @@
 
 namespace orvella::ui {
 
-CapturePreview::CapturePreview(QWidget* parent) : QWidget(parent), fpsLabel_(new QLabel(this)) {
+CapturePreview::CapturePreview(QWidget* parent) : QWidget(parent) {
     setAttribute(Qt::WA_OpaquePaintEvent);  // every pixel is painted: no background fill first
     setMinimumSize(160, 90);
-    fpsLabel_->setObjectName(QStringLiteral("fpsLabel"));
-    fpsLabel_->setAutoFillBackground(true);
-    fpsLabel_->setMargin(3);
-    QPalette palette = fpsLabel_->palette();
-    palette.setColor(QPalette::Window, QColor(0, 0, 0, 160));
-    palette.setColor(QPalette::WindowText, Qt::white);
-    fpsLabel_->setPalette(palette);
-    fpsLabel_->move(6, 6);
-    fpsLabel_->hide();
 }
 
 CapturePreview::~CapturePreview() = default;
@@ -30,10 +22,9 @@ void CapturePreview::setCaptureSession(capture::QTCameraCapture* camera) {
     decodedSize_ = QSize();
     shownSequence_ = UINT64_MAX;
     frameSize_ = QSize();
-    fps_ = 0;
-    fpsLabel_->setVisible(camera != nullptr);
-    fpsLabel_->setText(tr("%1 fps").arg(0));
-    fpsLabel_->adjustSize();
+    fpsBadge_ = QImage();
+    fpsText_.clear();
+    if (camera) showFrameRate(0);
     update();
 }
 
@@ -46,9 +37,24 @@ void CapturePreview::frameAvailable() {
 }
 
 void CapturePreview::frameRateChanged(uint32_t fps) {
+    if (camera_) showFrameRate(fps);
+}
+
+void CapturePreview::showFrameRate(uint32_t fps) {
     fps_ = fps;
-    fpsLabel_->setText(tr("%1 fps").arg(fps));
-    fpsLabel_->adjustSize();
+    fpsText_ = tr("%1 fps").arg(fps);
+    // White on translucent black, made once per change and blended over each frame.
+    const QFontMetrics metrics(font());
+    const QSize size = metrics.size(Qt::TextSingleLine, fpsText_) + QSize(6, 6);
+    const qreal ratio = devicePixelRatioF();
+    fpsBadge_ = QImage(size * ratio, QImage::Format_ARGB32_Premultiplied);
+    fpsBadge_.setDevicePixelRatio(ratio);
+    fpsBadge_.fill(QColor(0, 0, 0, 160));
+    QPainter painter(&fpsBadge_);
+    painter.setPen(Qt::white);
+    painter.setFont(font());
+    painter.drawText(QRect(QPoint(0, 0), size), Qt::AlignCenter, fpsText_);
+    // No repaint of its own: a rate comes with a frame, which repaints anyway.
 }
 
 int64_t CapturePreview::framesDropped() const {
@@ -85,11 +91,13 @@ void CapturePreview::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     const QRect target = targetRect(frameSize_);
     // Bars around the picture.
-    const QRegion bars =
-        target.isEmpty() || !frame ? QRegion(rect()) : QRegion(rect()) - QRegion(target);
-    for (const QRect& r : bars)
-        painter.fillRect(r, Qt::black);
-    if (!frame || target.isEmpty()) return;
+    if (!frame || target.isEmpty()) {
+        painter.fillRect(rect(), Qt::black);
+        return;
+    }
+    if (target != rect())
+        for (const QRect& r : QRegion(rect()) - QRegion(target))
+            painter.fillRect(r, Qt::black);
 
     // Decoded straight into the window's buffer when the picture needs no further scaling: no
     // intermediate image, no second pass over the pixels.
@@ -108,6 +116,7 @@ void CapturePreview::paintEvent(QPaintEvent*) {
             painter.setRenderHint(QPainter::SmoothPixmapTransform);
         painter.drawImage(target, image_);
     }
+    if (!fpsBadge_.isNull()) painter.drawImage(QPoint(6, 6), fpsBadge_);
     if (fresh) {
         shownSequence_ = frame->sequence;
         ++shown_;

@@ -3,11 +3,11 @@
 // around it) and shows the frame rate the camera measured. It is a capture::PreviewView: the
 // capture thread only flags that a frame is there (no copy, no decode); the widget takes the
 // latest frame under the camera's lock when it paints and decodes it at display size on the main
-// thread, straight into the window's buffer when no further scaling is needed. Frames that arrive
-// faster than the screen takes them are skipped and counted.
+// thread, straight into the window's buffer when no further scaling is needed. The frame rate is
+// a small badge drawn over the picture from an image made when the rate changes, so a frame costs
+// no text layout. Frames that arrive faster than the screen takes them are skipped and counted.
 
 #include <QImage>
-#include <QLabel>
 #include <QPainter>
 #include <QWidget>
 #include <atomic>
@@ -33,7 +33,7 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
     capture::QTCameraCapture* captureSession() const { return camera_; }
     // The rate on show (frames a second as the camera counted them).
     uint32_t frameRate() const { return fps_; }
-    QString frameRateText() const { return fpsLabel_->text(); }
+    QString frameRateText() const { return fpsText_; }
     // Frames shown, and frames that arrived but were replaced by a newer one before being shown.
     int64_t framesShown() const { return shown_; }
     int64_t framesDropped() const;
@@ -50,9 +50,11 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
     QRect targetRect(QSize frameSize) const;
     bool decodeIntoBackingStore(QPainter& painter, const platform::VideoFrame& frame,
                                 const QRect& target);
+    void showFrameRate(uint32_t fps);
 
     capture::QTCameraCapture* camera_ = nullptr;
-    QLabel* fpsLabel_;
+    QString fpsText_;
+    QImage fpsBadge_;  // empty while no preview runs
     capture::FrameDecoder decoder_;
     QImage image_;
     uint64_t shownSequence_ = UINT64_MAX;

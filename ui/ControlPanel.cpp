@@ -124,6 +124,7 @@ const RowEntry* entryFor(int32_t id) {
 ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     window_ = std::make_unique<QWidget>();
     ui_->setupUi(window_.get());
+    clearFPS();  // until a capture session reports a rate
 
     // The profile pop-up shows an item model: 0 the camera default, 1 a separator, 2.. profiles.
     ui_->mPopProfile->insertSeparator(1);
@@ -661,6 +662,14 @@ void ControlPanel::updateFPS(double framesPerSecond) {
     const double rate =
         std::isfinite(framesPerSecond) ? std::clamp(framesPerSecond, -1e15, 1e15) : 0.0;
     ui_->mTxtFPS->setText(QString::number(static_cast<long>(rate)));
+    ui_->mTxtFPS->show();
+    ui_->mTxtFPSLabel->show();
+}
+
+void ControlPanel::clearFPS() {
+    ui_->mTxtFPS->hide();
+    ui_->mTxtFPSLabel->hide();
+    ui_->mTxtFPS->clear();
 }
 
 void ControlPanel::zoomMSLifeCamStudio(int64_t target, QTCamera* camera) {

@@ -99,7 +99,10 @@ class ControlPanel : public QObject {
     void showQTFormat(const platform::CaptureDevice* device);
     // A capture device's formats changed: shown when it is the current camera's video device.
     void qtCameraFormatChanged(const platform::CaptureDevice* device);
+    // The frame rate of a running capture session. The rate and its unit are shown from the
+    // first report on; clearFPS hides both again when no session runs (no bare unit).
     void updateFPS(double framesPerSecond);
+    void clearFPS();
 
     // ---- Stepped zoom ----
     // Sends the zoom 0, 1, ... target - 1 and then target, one request each: a camera that cannot

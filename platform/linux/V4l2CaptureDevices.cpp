@@ -8,6 +8,7 @@
 #include <system_error>
 
 #include "platform/CaptureIdentity.h"
+#include "platform/linux/AlsaAudioDevice.h"
 #include "platform/linux/Sysfs.h"
 #include "platform/linux/UsbDescriptors.h"
 #include "platform/linux/V4l2CaptureStream.h"
@@ -64,6 +65,10 @@ bool V4l2CaptureDevice::setCaptureUseObserver(platform::CaptureUseObserver* obse
     if (!watch->start(devicePath_)) return false;
     useWatch_ = std::move(watch);
     return true;
+}
+
+std::shared_ptr<platform::CaptureDevice> V4l2CaptureDevice::soundInputDevice() const {
+    return cameraMicrophone(usbDirectory_);
 }
 
 std::optional<std::string> V4l2CaptureDevice::accessProblem() const {

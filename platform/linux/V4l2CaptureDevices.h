@@ -32,6 +32,8 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     // Other programs' opens of the node, from inotify; this process's own opens (every one goes
     // through PosixVideoIoOpener) are not counted.
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
+    // The ALSA card of the same USB device (platform/linux/AlsaAudioDevice.h).
+    std::shared_ptr<platform::CaptureDevice> soundInputDevice() const override;
 
     const std::string& devicePath() const { return devicePath_; }
     const std::string& usbDirectory() const { return usbDirectory_; }

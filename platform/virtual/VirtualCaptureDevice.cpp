@@ -68,6 +68,14 @@ std::shared_ptr<VirtualCaptureDevice> VirtualCaptureDevice::create(
     const auto plan = FramePlan::parse(camera->json(), error);
     if (!plan) return nullptr;
     device->player_ = std::make_shared<VirtualFramePlayer>(camera, *plan);
+    QString audioError;
+    if (const auto audio = AudioPlan::parse(camera->json(), &audioError))
+        device->audio_ =
+            std::make_shared<VirtualAudioDevice>(camera, *audio, device->uniqueID_ + ":audio");
+    else if (!audioError.isEmpty()) {
+        if (error) *error = audioError;
+        return nullptr;
+    }
     device->camera_ = std::move(camera);
     return device;
 }

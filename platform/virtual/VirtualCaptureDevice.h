@@ -4,13 +4,15 @@
 // (built-in) camera, one whose definition has a "mediaDevice" key, takes its unique and model
 // identifiers from that key. The format description is the first format and frame size of the
 // camera's VideoStreaming descriptors. Its streams play the camera's test patterns
-// (platform/virtual/VirtualFramePlayer.h). Other programs' opens of the camera
+// (platform/virtual/VirtualFramePlayer.h); a camera defined with an "audio" key has a microphone
+// that plays a tone (platform/virtual/VirtualAudioDevice.h). Other programs' opens of the camera
 // (VirtualCamera::openByAnotherProgram) are told to the capture-use observer.
 
 #include <memory>
 
 #include "platform/CaptureDevice.h"
 #include "platform/virtual/EventLoopChannel.h"
+#include "platform/virtual/VirtualAudioDevice.h"
 #include "platform/virtual/VirtualCamera.h"
 #include "platform/virtual/VirtualFramePlayer.h"
 
@@ -40,6 +42,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
         return player_->createStream();
     }
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
+    std::shared_ptr<platform::CaptureDevice> soundInputDevice() const override { return audio_; }
     // The frame player, for faults at run time (stall, busy, size change, rate).
     VirtualFramePlayer& player() { return *player_; }
 
@@ -56,6 +59,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     std::shared_ptr<VirtualFramePlayer> player_;
     std::shared_ptr<EventLoopChannel> useChannel_;
     int useListenerID_ = 0;
+    std::shared_ptr<VirtualAudioDevice> audio_;
 };
 
 }  // namespace orvella::virtualcam

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -38,12 +39,14 @@ inline void spinFor(std::chrono::milliseconds time) {
 }
 
 // The generic fixture camera (YUYV 640x480 and 1280x720, MJPEG 1280x720 and 1920x1080) with the
-// given "frames" key.
-inline QJsonObject genericWithFrames(const QJsonObject& frames) {
+// given "frames" key, and a microphone when `audio` is given.
+inline QJsonObject genericWithFrames(const QJsonObject& frames,
+                                     const std::optional<QJsonObject>& audio = std::nullopt) {
     QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/generic.json"));
     EXPECT_TRUE(file.open(QIODevice::ReadOnly));
     QJsonObject definition = QJsonDocument::fromJson(file.readAll()).object();
     definition.insert(QStringLiteral("frames"), frames);
+    if (audio) definition.insert(QStringLiteral("audio"), *audio);
     return definition;
 }
 
@@ -79,10 +82,11 @@ struct CaptureRig {
     std::unique_ptr<capture::QTCameraCapture> capture;
     RecordingDelegate delegate;
 
-    explicit CaptureRig(const QJsonObject& frames = QJsonObject{{"fps", 100}}) {
+    explicit CaptureRig(const QJsonObject& frames = QJsonObject{{"fps", 100}},
+                        const std::optional<QJsonObject>& audio = std::nullopt) {
         QString error;
         auto virtualCamera = virtualcam::VirtualCamera::fromJson(
-            QJsonDocument(genericWithFrames(frames)).toJson(), &error);
+            QJsonDocument(genericWithFrames(frames, audio)).toJson(), &error);
         EXPECT_TRUE(virtualCamera) << error.toStdString();
         device = platform.addCamera(virtualCamera, &error);
         EXPECT_TRUE(device) << error.toStdString();

@@ -24,12 +24,21 @@ ToolRun orvellactl(const QStringList& arguments) {
             QString::fromUtf8(process.readAllStandardError())};
 }
 
-QString writeCamera(const QTemporaryDir& dir, const QJsonObject& frames) {
-    const QString path = dir.filePath("camera.json");
+QString writeCamera(const QTemporaryDir& dir, const QJsonObject& frames,
+                    const std::optional<QJsonObject>& audio = std::nullopt) {
+    const QString path = dir.filePath(audio ? "microphone.json" : "camera.json");
     QFile file(path);
     EXPECT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(QJsonDocument(genericWithFrames(frames)).toJson());
+    file.write(QJsonDocument(genericWithFrames(frames, audio)).toJson());
     return path;
+}
+
+QString probeStreams(const QString& file) {
+    QProcess probe;
+    probe.start("ffprobe", {"-v", "error", "-show_entries", "stream=codec_name,width,height", "-of",
+                            "csv=p=0", file});
+    EXPECT_TRUE(probe.waitForFinished(30000));
+    return QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
 }
 
 TEST(OrvellactlSnapshot, WritesPngAndJpegOfTheChosenSize) {
@@ -82,12 +91,25 @@ TEST(OrvellactlRecord, WritesAMovieAndReportsProgress) {
                     "--seconds", "1.5", "--format", "640x480", "--video-codec", "mpeg4"});
     ASSERT_EQ(run.status, 0) << run.err.toStdString();
     EXPECT_TRUE(run.err.contains("recording: 1 of 1.5 s, ")) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("has no microphone; recording video only"))
+        << run.err.toStdString();
     EXPECT_TRUE(run.err.contains("recorded ")) << run.err.toStdString();
-    QProcess probe;
-    probe.start("ffprobe", {"-v", "error", "-show_entries", "stream=codec_name,width,height", "-of",
-                            "csv=p=0", file});
-    ASSERT_TRUE(probe.waitForFinished(30000));
-    EXPECT_EQ(QString::fromUtf8(probe.readAllStandardOutput()).trimmed(), "mpeg4,640,480");
+    EXPECT_EQ(probeStreams(file), "mpeg4,640,480");
+}
+
+TEST(OrvellactlRecord, TakesTheCameraMicrophoneUnlessToldNotTo) {
+    QTemporaryDir dir;
+    const QString camera = writeCamera(dir, QJsonObject{{"fps", 20}}, QJsonObject{});
+    const QString withSound = dir.filePath("sound.mkv"), without = dir.filePath("silent.mkv");
+    ToolRun run = orvellactl({"--virtual", camera, "record", withSound, "--seconds", "1",
+                              "--format", "1280x720", "--audio-codec", "libopus"});
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.err.contains("frames with sound to ")) << run.err.toStdString();
+    EXPECT_EQ(probeStreams(withSound), "mjpeg,1280,720\nopus");
+    run = orvellactl({"--virtual", camera, "record", without, "--seconds", "1", "--audio", "none"});
+    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    EXPECT_FALSE(run.err.contains("with sound")) << run.err.toStdString();
+    EXPECT_EQ(probeStreams(without).count('\n'), 0);
 }
 
 }  // namespace

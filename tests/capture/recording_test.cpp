@@ -1,5 +1,6 @@
 // Recording through FFmpeg, read back with ffprobe: MJPEG copied unchanged, YUYV encoded, the
-// size and the exact number of frames, and a wrong encoder name reported to the delegate.
+// size and the exact number of frames, a wrong encoder name reported to the delegate, the sound
+// track of a camera's microphone, and frames left out (not waited for) when the encoder lags.
 
 #include <gtest/gtest.h>
 
@@ -8,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include "CaptureRig.h"
+#include "capture/MovieFileOutput.h"
 
 namespace orvella::testing {
 namespace {
@@ -92,9 +94,11 @@ TEST(Recording, AnUnknownEncoderOrContainerEndsWithAnError) {
     QTemporaryDir dir;
     for (const auto& [encoder, name, expected] : std::vector<std::tuple<QString, QString, QString>>{
              {"no-such-encoder", "x.mkv", "no video encoder named \"no-such-encoder\""},
-             {"", "x.unknownext", "no movie container"}}) {
+             {"", "x.unknownext", "no movie container"},
+             {"ffv1", "x.mp4", "the mp4 container cannot hold ffv1"}}) {
         CaptureRig rig;
         ASSERT_EQ(rig.capture->startPreview(nullptr), capture::kCaptureDone);
+        ASSERT_TRUE(spinUntil([&] { return rig.capture->currentImageBuffer() != nullptr; }));
         ASSERT_EQ(
             rig.capture->startRecord(QUrl::fromLocalFile(dir.filePath(name)), encoder, nullptr, {}),
             capture::kCaptureDone);
@@ -103,9 +107,123 @@ TEST(Recording, AnUnknownEncoderOrContainerEndsWithAnError) {
         ASSERT_EQ(rig.delegate.finished.size(), 1u);
         ASSERT_TRUE(rig.delegate.finished[0].second.has_value());
         EXPECT_TRUE(rig.delegate.finished[0].second->userInfo.startsWith(expected))
+            << name.toStdString() << ": "
             << rig.delegate.finished[0].second->userInfo.toStdString();
         EXPECT_EQ(rig.camera->cameraMode(), capture::kCameraModePreviewing);
     }
+}
+
+// Every stream of a movie: type, codec, sample rate and duration as ffprobe reads them.
+struct StreamProbe {
+    QString type, codec;
+    int sampleRate = 0;
+    double duration = 0;
+};
+
+std::vector<StreamProbe> ffprobeStreams(const QString& file) {
+    QProcess process;
+    process.start("ffprobe", {"-v", "error", "-show_entries",
+                              "stream=codec_type,codec_name,sample_rate,duration", "-of",
+                              "compact=p=0:nk=0", file});
+    EXPECT_TRUE(process.waitForFinished(60000));
+    std::vector<StreamProbe> streams;
+    for (const QString& line : QString::fromUtf8(process.readAllStandardOutput()).split('\n')) {
+        if (line.isEmpty()) continue;
+        StreamProbe probe;
+        for (const QString& field : line.split('|')) {
+            const QString value = field.section('=', 1);
+            if (field.startsWith("codec_type=")) probe.type = value;
+            if (field.startsWith("codec_name=")) probe.codec = value;
+            if (field.startsWith("sample_rate=")) probe.sampleRate = value.toInt();
+            if (field.startsWith("duration=")) probe.duration = value.toDouble();
+        }
+        streams.push_back(probe);
+    }
+    return streams;
+}
+
+// About a second and a half from a 30 fps camera whose microphone plays a tone at 48 kHz.
+void expectSoundTrack(const QString& name, const QString& encoder, const QString& codec) {
+    QTemporaryDir dir;
+    CaptureRig rig(QJsonObject{{"fps", 30}}, QJsonObject{{"tone", 1000}});
+    rig.capture->setImageFormat(rig.format(kCodeMJPG, 1280, 720));
+    const auto microphone = rig.device->soundInputDevice();
+    ASSERT_TRUE(microphone);
+    ASSERT_EQ(rig.capture->startPreview(nullptr), capture::kCaptureDone);
+    ASSERT_TRUE(spinUntil([&] { return rig.capture->currentImageBuffer() != nullptr; }));
+    const QString file = dir.filePath(name);
+    ASSERT_EQ(rig.capture->startRecord(QUrl::fromLocalFile(file), {}, microphone.get(), encoder),
+              capture::kCaptureDone);
+    EXPECT_TRUE(rig.capture->recordsSound());
+    spinFor(1500ms);
+    EXPECT_EQ(rig.capture->stopRecord(), capture::kCaptureDone);
+    ASSERT_EQ(rig.delegate.finished.size(), 1u);
+    ASSERT_FALSE(rig.delegate.finished[0].second.has_value())
+        << rig.delegate.finished[0].second->userInfo.toStdString();
+
+    const auto streams = ffprobeStreams(file);
+    ASSERT_EQ(streams.size(), 2u);
+    EXPECT_EQ(streams[0].type, "video");
+    EXPECT_EQ(streams[0].codec, "mjpeg");
+    EXPECT_EQ(streams[1].type, "audio");
+    EXPECT_EQ(streams[1].codec, codec);
+    EXPECT_EQ(streams[1].sampleRate, 48000);
+    EXPECT_GT(streams[0].duration, 1.2);
+    EXPECT_NEAR(streams[1].duration, streams[0].duration, 0.1);
+}
+
+TEST(Recording, SoundGoesInAsPcmWhereTheContainerHoldsIt) {
+    expectSoundTrack("tone.mov", {}, "pcm_s16le");
+}
+
+TEST(Recording, SoundIsEncodedWithTheChosenEncoder) {
+    expectSoundTrack("tone.mp4", "aac", "aac");
+}
+
+TEST(Recording, AnAudioDeviceWithoutSoundLeavesAMovieWithoutSound) {
+    QTemporaryDir dir;
+    CaptureRig rig(QJsonObject{{"fps", 100}, {"stallAfter", 10}});
+    ASSERT_EQ(rig.capture->startPreview(nullptr), capture::kCaptureDone);
+    // The camera itself is a video device: no sound to take from it.
+    ASSERT_EQ(rig.capture->startRecord(QUrl::fromLocalFile(dir.filePath("x.mkv")), {},
+                                       rig.device.get(), "aac"),
+              capture::kCaptureDone);
+    EXPECT_FALSE(rig.capture->recordsSound());
+    EXPECT_TRUE(rig.capture->soundInputProblem().startsWith("no sound input from"));
+    ASSERT_TRUE(spinUntil([&] { return rig.capture->framesRecorded() == 10; }));
+    EXPECT_EQ(rig.capture->stopRecord(), capture::kCaptureDone);
+    ASSERT_EQ(rig.delegate.finished.size(), 1u);
+    EXPECT_FALSE(rig.delegate.finished[0].second.has_value());
+}
+
+// Frames are queued to the output's own thread; a burst the encoder cannot keep up with is cut
+// short instead of holding up the caller, and what was taken is written whole.
+TEST(Recording, FramesBeyondWhatTheEncoderCanTakeAreLeftOutAndCounted) {
+    QTemporaryDir dir;
+    CaptureRig rig;
+    const virtualcam::OfferedFormat yuyv{platform::kPixelFormatYUYV, 1280, 720};
+    constexpr int kBurst = 300;
+    std::vector<platform::FramePtr> frames;
+    for (int i = 0; i < kBurst; ++i) {
+        auto frame = std::make_shared<platform::VideoFrame>();
+        frame->pixelFormat = yuyv.pixelFormat;
+        frame->width = yuyv.width;
+        frame->height = yuyv.height;
+        frame->data =
+            rig.device->player().pattern(yuyv, static_cast<uint64_t>(i), &frame->bytesPerLine);
+        frame->timestampUs = i * 33333;
+        frame->sequence = static_cast<uint64_t>(i);
+        frames.push_back(frame);
+    }
+    capture::MovieFileOutput output;
+    output.setVideoCompression("mpeg4");
+    output.recordToOutputFileURL(QUrl::fromLocalFile(dir.filePath("burst.mkv")));
+    for (const auto& frame : frames)
+        output.captureFrame(frame);
+    const auto error = output.finish();
+    EXPECT_FALSE(error.has_value()) << error->userInfo.toStdString();
+    EXPECT_GT(output.framesDropped(), 0);
+    EXPECT_EQ(output.framesWritten() + output.framesDropped(), kBurst);
 }
 
 }  // namespace

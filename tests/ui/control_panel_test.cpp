@@ -242,10 +242,14 @@ TEST(ControlPanel, EmptiedPanelHidesRowsAndDropsProfiles) {
     EXPECT_TRUE(p.ui().mBtnUp->isEnabled()) << "the interface file's state until a camera goes";
     fillProfiles(p, -1);
     p.ui().mPopProfile->setCurrentIndex(2);
+    EXPECT_TRUE(p.ui().mTxtFPSLabel->isHidden()) << "no session: no bare unit";
     p.panel.updateFPS(29.97);
     EXPECT_EQ(p.ui().mTxtFPS->text(), "29");
+    EXPECT_FALSE(p.ui().mTxtFPS->isHidden() || p.ui().mTxtFPSLabel->isHidden());
     p.panel.updateFPS(std::nan(""));
     EXPECT_EQ(p.ui().mTxtFPS->text(), "0");
+    p.panel.clearFPS();
+    EXPECT_TRUE(p.ui().mTxtFPS->isHidden() && p.ui().mTxtFPSLabel->isHidden());
     p.panel.disableAllCameraControl();
     EXPECT_EQ(p.ui().mPopProfile->count(), 2);
     EXPECT_EQ(p.ui().mPopProfile->currentIndex(), -1);

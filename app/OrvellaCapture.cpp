@@ -1,0 +1,25 @@
+// The controller as the current camera's capture delegate: the camera's capture path lives as
+// long as the camera is current, and while a capture session runs on it the panel shows the
+// frame rate it measures; when the session stops or the camera changes, the rate goes away.
+
+#include "app/Orvella.h"
+#include "capture/QTCameraCapture.h"
+#include "ui/ControlPanel.h"
+
+namespace orvella::app {
+
+void Orvella::followCaptureSession(QTCamera* camera) {
+    capture_.reset();  // a session on the camera that was current ends with it
+    panel_->clearFPS();
+    if (!camera || camera->cameraMode() == capture::kCameraModeNone) return;
+    capture_ = std::make_unique<capture::QTCameraCapture>(*camera);
+    capture_->setDelegate(this);
+    connect(capture_.get(), &capture::QTCameraCapture::sessionStopped, this,
+            [this] { panel_->clearFPS(); });
+}
+
+void Orvella::updateFPS(uint32_t fps) {
+    panel_->updateFPS(fps);
+}
+
+}  // namespace orvella::app
