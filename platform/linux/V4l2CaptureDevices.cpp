@@ -120,8 +120,19 @@ std::vector<std::shared_ptr<platform::CaptureDevice>>
 V4l2CaptureDeviceSystem::inputDevicesWithMediaType(platform::MediaType type) {
     std::vector<std::shared_ptr<platform::CaptureDevice>> devices;
     if (type != platform::MediaType::Video) return devices;
-    for (auto& device : scan())
-        devices.push_back(std::move(device));
+    // A listed device is known from now on: the next rescan must not report it as newly
+    // connected, and a device found again is the same object its users already hold.
+    for (auto& device : scan()) {
+        const auto old = std::find_if(known_.begin(), known_.end(), [&](const auto& k) {
+            return k->uniqueID() == device->uniqueID();
+        });
+        if (old != known_.end()) {
+            devices.push_back(*old);
+        } else {
+            known_.push_back(device);
+            devices.push_back(std::move(device));
+        }
+    }
     return devices;
 }
 

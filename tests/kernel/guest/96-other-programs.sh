@@ -21,23 +21,37 @@ wait_line() {
     done
     grep -q "$1" /tmp/orvella.out
 }
+# wait_brightness HEX: waits until the last brightness written to the camera since the mark is
+# HEX ("1500" is 21).
+wait_brightness() {
+    tries=0
+    while [ "$(set_cur 1 2 2 | tail -n 1)" != "$1 ok" ] && [ $tries -lt 150 ]; do
+        tries=$((tries + 1))
+        sleep 0.1
+    done
+    [ "$(set_cur 1 2 2 | tail -n 1)" = "$1 ok" ]
+}
+# start_app: starts the application and waits until it has put the last state (brightness 21)
+# on the camera, as it does with every camera it finds, and then a little longer.
 start_app() {
+    mark
     orvella > /tmp/orvella.out 2>&1 &
     APP=$!
-    wait_line "Ready:" 60
+    wait_line "Ready:" 60 && wait_brightness 1500 && sleep 1 && mark
 }
 stop_app() {
     kill -TERM $APP 2>/dev/null
     wait $APP
     if [ $FAILURES -gt 0 ]; then
         echo "orvella said:"
-        sed 's/^/    /' /tmp/orvella.out | tail -n 30
+        grep -v '\]     ' /tmp/orvella.out | grep -v 'min(\|FormatCode\|^    ' | sed 's/^/    /'
+        echo "the camera's writes since the mark:"
+        since | grep '^1 21 ' | sed 's/^/    /'
     fi
 }
 
 # Without the guard: followed, nothing sent back.
 check "the application starts" start_app
-mark
 check "another program sets brightness 33" orvellactl set 1 Brightness 33
 check "the application hears of it from the driver" \
     wait_line "Brightness of .* was changed by another program" 10
@@ -51,13 +65,8 @@ awk '!done && /<dict>/ { print; print "<key>GuardSettings</key><true/>"; done = 
     "$PLIST" > "$PLIST.new" && mv "$PLIST.new" "$PLIST"
 check "the application starts with the guard on" start_app
 check "the guard is on" wait_line "Settings guard on" 1
-mark
 check "another program sets brightness -7" orvellactl set 1 Brightness -7
-tries=0
-while [ "$(set_cur 1 2 2 | tail -n 1)" != "1500 ok" ] && [ $tries -lt 150 ]; do
-    tries=$((tries + 1))
-    sleep 0.1
-done
+wait_brightness 1500
 expect "the guard sent the last state's brightness after the other program's" \
     "$(set_cur 1 2 2 | tr '\n' ' ')" "f9ff ok 1500 ok "
 check "the guard said why" wait_line "Settings guard: restoring the last state" 1

@@ -102,6 +102,20 @@ TEST_F(CaptureNodes, RescansReportEachCameraOnceAndOnlyWhenUsable) {
               (std::vector<std::string>{"+0x1a200000046d0825", "-0x1a200000046d0825"}));
 }
 
+TEST_F(CaptureNodes, ACameraListedAtStartIsNotReportedAgainByTheFirstRescan) {
+    // The application lists the cameras, then the first hot-plug rescan runs: a camera reported
+    // twice would be driven by two camera objects at once.
+    tree.addCamera(*c270, {});
+    V4l2CaptureDeviceSystem system(tree.rootString(), tree.devRoot(), &opener);
+    Recorder recorder;
+    system.setObserver(&recorder);
+    const auto listed = system.inputDevicesWithMediaType(platform::MediaType::Video);
+    ASSERT_EQ(listed.size(), 1u);
+    system.rescan(nullptr);
+    EXPECT_TRUE(recorder.events.empty());
+    EXPECT_EQ(system.inputDevicesWithMediaType(platform::MediaType::Video).front(), listed.front());
+}
+
 TEST_F(CaptureNodes, AccessProblemsSayWhatToDo) {
     tree.addCamera(*c270, {});
     opener.openErrors[tree.devRoot() + "/video0"] = EACCES;
