@@ -73,5 +73,14 @@ check "the guard said why" wait_line "Settings guard: restoring the last state" 
 sleep 3
 expect "and only once" "$(set_cur 1 2 2 | grep -c '^1500')" "1"
 expect "the driver holds the last state's brightness" "$(orvellactl get 1 Brightness)" "21"
+
+# Watching the node for events and opens must not keep the application busy: idle for 3 s it
+# uses well under a second of CPU (a watch that spins would use all three).
+cpu() { awk '{ print $14 + $15 }' /proc/$APP/stat; }
+before=$(cpu)
+sleep 3
+used=$(($(cpu) - before))
+expect "idle with the guard on, the application uses under 0.5 s of CPU in 3 s" \
+    "$([ $used -lt 50 ] && echo yes || echo "no: $used ticks")" "yes"
 stop_app
 finish
