@@ -9,28 +9,13 @@
 #include <numbers>
 #include <thread>
 
+#include "platform/virtual/DefinitionNumber.h"
+
 namespace orvella::virtualcam {
 
 namespace {
 
 constexpr int kChunkMs = 20;
-
-bool readNumber(const QJsonObject& audio, const char* key, double low, double high, double* value,
-                QString* error) {
-    if (!audio.contains(QLatin1String(key))) return true;
-    const QJsonValue v = audio.value(QLatin1String(key));
-    if (!v.isDouble() || !std::isfinite(v.toDouble()) || v.toDouble() < low ||
-        v.toDouble() > high) {
-        if (error)
-            *error = QStringLiteral("audio.%1: expected a number from %2 to %3")
-                         .arg(QLatin1String(key))
-                         .arg(low)
-                         .arg(high);
-        return false;
-    }
-    *value = v.toDouble();
-    return true;
-}
 
 // The tone in chunks of 20 ms, paced by the monotonic clock; each chunk is stamped with the
 // time its first sample was "heard".
@@ -136,9 +121,9 @@ std::optional<AudioPlan> AudioPlan::parse(const QJsonObject& definition, QString
     const QJsonObject audio = value.toObject();
     AudioPlan plan;
     double rate = plan.sampleRate, channels = plan.channels;
-    if (!readNumber(audio, "tone", 1, 20000, &plan.tone, error) ||
-        !readNumber(audio, "sampleRate", 8000, 192000, &rate, error) ||
-        !readNumber(audio, "channels", 1, 8, &channels, error))
+    if (!readBoundedNumber(audio, "audio", "tone", 1, 20000, &plan.tone, error) ||
+        !readBoundedNumber(audio, "audio", "sampleRate", 8000, 192000, &rate, error) ||
+        !readBoundedNumber(audio, "audio", "channels", 1, 8, &channels, error))
         return std::nullopt;
     plan.sampleRate = static_cast<int>(rate);
     plan.channels = static_cast<int>(channels);

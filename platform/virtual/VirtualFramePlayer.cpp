@@ -10,6 +10,8 @@
 #include <condition_variable>
 #include <thread>
 
+#include "platform/virtual/DefinitionNumber.h"
+
 namespace orvella::virtualcam {
 
 namespace {
@@ -62,23 +64,6 @@ std::vector<OfferedFormat> offeredFormatsOf(const VirtualCamera& camera) {
         }
     }
     return offered;
-}
-
-bool readNumber(const QJsonObject& frames, const char* key, double low, double high, double* value,
-                QString* error) {
-    if (!frames.contains(QLatin1String(key))) return true;
-    const QJsonValue v = frames.value(QLatin1String(key));
-    if (!v.isDouble() || !std::isfinite(v.toDouble()) || v.toDouble() < low ||
-        v.toDouble() > high) {
-        if (error)
-            *error = QStringLiteral("frames.%1: expected a number from %2 to %3")
-                         .arg(QLatin1String(key))
-                         .arg(low)
-                         .arg(high);
-        return false;
-    }
-    *value = v.toDouble();
-    return true;
 }
 
 // Colour bars with a white stripe that moves one sixteenth of the width per frame, in RGB.
@@ -290,16 +275,16 @@ std::optional<FramePlan> FramePlan::parse(const QJsonObject& definition, QString
     }
     const QJsonObject frames = value.toObject();
     double silent = 0, stall = -1, vanish = -1, change = -1, width = 0, height = 0;
-    if (!readNumber(frames, "fps", 0.1, 1000, &plan.fps, error) ||
-        !readNumber(frames, "silentStarts", 0, 1e6, &silent, error) ||
-        !readNumber(frames, "stallAfter", 0, 1e12, &stall, error) ||
-        !readNumber(frames, "vanishAfter", 1, 1e12, &vanish, error))
+    if (!readBoundedNumber(frames, "frames", "fps", 0.1, 1000, &plan.fps, error) ||
+        !readBoundedNumber(frames, "frames", "silentStarts", 0, 1e6, &silent, error) ||
+        !readBoundedNumber(frames, "frames", "stallAfter", 0, 1e12, &stall, error) ||
+        !readBoundedNumber(frames, "frames", "vanishAfter", 1, 1e12, &vanish, error))
         return std::nullopt;
     if (frames.contains(QLatin1String("changeSize"))) {
         const QJsonObject c = frames.value(QLatin1String("changeSize")).toObject();
-        if (!readNumber(c, "after", 1, 1e12, &change, error) ||
-            !readNumber(c, "width", 2, 16384, &width, error) ||
-            !readNumber(c, "height", 2, 16384, &height, error))
+        if (!readBoundedNumber(c, "frames", "after", 1, 1e12, &change, error) ||
+            !readBoundedNumber(c, "frames", "width", 2, 16384, &width, error) ||
+            !readBoundedNumber(c, "frames", "height", 2, 16384, &height, error))
             return std::nullopt;
         if (change < 0) {
             if (error) *error = QStringLiteral("frames.changeSize: needs after, width and height");

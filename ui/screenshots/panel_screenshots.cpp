@@ -65,6 +65,21 @@ QPalette darkPalette() {
     return p;
 }
 
+// The panel as the application shows it for `camera`: the camera chosen, `profiles` listed as the
+// profile store would list them with the first one in force, and a stream at 30 frames a second.
+void fillPanel(ui::ControlPanel& panel, QTCamera& camera, const QStringList& profiles) {
+    Ui::ControlPanel& ui = panel.outlets();
+    ui.mPopCamera->addItem(camera.displayName());
+    ui.mPopCamera->setCurrentIndex(0);
+    ui.mPopCamera->setEnabled(true);
+    ui.mPopProfile->addItems(profiles);
+    ui.mPopProfile->setItemData(2, Qt::Checked, ui::kProfileStateRole);
+    ui.mPopProfile->setCurrentIndex(2);
+    panel.setQTCamera(&camera);
+    panel.loadSupportedControl();
+    panel.updateFPS(30);
+}
+
 QImage grabTabs(ui::ControlPanel& panel) {
     Ui::ControlPanel& ui = panel.outlets();
     QList<QImage> shots;
@@ -160,17 +175,9 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
     for (const QString& language : languages) {
         if (!ui::installTranslation(language)) return 1;
         ui::ControlPanel panel;
-        Ui::ControlPanel& ui = panel.outlets();
-        ui.mPopCamera->addItem(camera->displayName());
-        ui.mPopCamera->setCurrentIndex(0);
-        ui.mPopCamera->setEnabled(true);
-        ui.mPopProfile->addItem(QStringLiteral("Video call"));
-        ui.mPopProfile->setItemData(2, Qt::Checked, ui::kProfileStateRole);
-        ui.mPopProfile->setCurrentIndex(2);
-        panel.setQTCamera(camera.get());
-        panel.loadSupportedControl();
-        panel.updateFPS(30);
+        fillPanel(panel, *camera, {QStringLiteral("Video call")});
         panel.showGuardSettings(true, 1000);
+        Ui::ControlPanel& ui = panel.outlets();
         ui.mTabView->setCurrentWidget(ui.mTabPreferences);
         panel.window()->show();
         QApplication::processEvents();
@@ -265,18 +272,8 @@ int main(int argc, char** argv) {
             for (const QString& theme : themes) {
                 QApplication::setPalette(theme == "dark" ? darkPalette() : light);
                 ui::ControlPanel panel;
-                Ui::ControlPanel& ui = panel.outlets();
-                ui.mPopCamera->addItem(camera->displayName());
-                ui.mPopCamera->setCurrentIndex(0);
-                ui.mPopCamera->setEnabled(true);
-                // Two profiles as the profile store would list them, the first one in force.
-                ui.mPopProfile->addItem(QStringLiteral("Video call"));
-                ui.mPopProfile->addItem(QStringLiteral("Evening"));
-                ui.mPopProfile->setItemData(2, Qt::Checked, ui::kProfileStateRole);
-                ui.mPopProfile->setCurrentIndex(2);
-                panel.setQTCamera(camera.get());
-                panel.loadSupportedControl();
-                panel.updateFPS(30);
+                fillPanel(panel, *camera,
+                          {QStringLiteral("Video call"), QStringLiteral("Evening")});
                 panel.window()->show();
                 QApplication::processEvents();
                 const QString path =
