@@ -35,16 +35,17 @@ wait_brightness() {
 # on the camera, as it does with every camera it finds, and then a little longer.
 start_app() {
     mark
+    rm -f /tmp/orvella.out  # an earlier run's "Ready:" must not count
     orvella > /tmp/orvella.out 2>&1 &
     APP=$!
-    wait_line "Ready:" 60 && wait_brightness 1500 && sleep 1 && mark
+    wait_line "orvella\[$APP\] Ready:" 60 && wait_brightness 1500 && sleep 1 && mark
 }
 stop_app() {
     kill -TERM $APP 2>/dev/null
     wait $APP
     if [ $FAILURES -gt 0 ]; then
         echo "orvella said:"
-        grep -v '\]     ' /tmp/orvella.out | grep -v 'min(\|FormatCode\|^    ' | sed 's/^/    /'
+        grep -v 'min(\|FormatCode' /tmp/orvella.out | sed 's/^/    /'
         echo "the camera's writes since the mark:"
         since | grep '^1 21 ' | sed 's/^/    /'
     fi
