@@ -7,7 +7,12 @@
 #include <QLockFile>
 #include <QSaveFile>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
 
 #include "platform/Log.h"
 #include "settings/PlistCodec.h"
@@ -20,23 +25,124 @@ namespace {
 // this long has met a lock that nobody releases.
 constexpr int kLockTimeoutMs = 10000;
 
-// A place next to `path` for a file that does not parse, named after the time it was found.
-QString corruptName(const QString& path) {
+// The preferences say which cameras a person has and when they were last used: only the owner
+// reads them.
+constexpr mode_t kFileMode = 0600;
+
+// The system's text for an error number, as the tail of a sentence ("permission denied").
+QString reason(int error) {
+    QString text = QString::fromLocal8Bit(std::strerror(error));
+    if (!text.isEmpty()) text[0] = text[0].toLower();
+    return text;
+}
+
+// Writes all of `bytes` to `fd`; false with errno set when the disk takes less.
+bool writeWhole(int fd, const QByteArray& bytes) {
+    const char* data = bytes.constData();
+    qsizetype left = bytes.size();
+    while (left > 0) {
+        const ssize_t written = ::write(fd, data, static_cast<size_t>(left));
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) {
+            if (written == 0) errno = ENOSPC;
+            return false;
+        }
+        data += written;
+        left -= written;
+    }
+    return true;
+}
+
+// Copies a file that does not parse to a new name next to it, named after the time it was found,
+// and removes the original. The new name is created exclusively and never through a symbolic
+// link, so whatever stands at a name already (a planted link included) is neither followed nor
+// replaced. Returns the new name, empty (with errno) when no copy could be made.
+QString moveAside(const QString& path, const QByteArray& bytes) {
     const QString stamp = QDateTime::currentDateTimeUtc().toString("yyyyMMdd'T'HHmmss'Z'");
-    QString name = path + QStringLiteral(".corrupt-") + stamp;
-    for (int n = 2; QFileInfo::exists(name); ++n)
-        name = path + QStringLiteral(".corrupt-%1-%2").arg(stamp).arg(n);
-    return name;
+    for (int n = 1; n < 1000; ++n) {
+        const QString name = n == 1 ? path + QStringLiteral(".corrupt-") + stamp
+                                    : path + QStringLiteral(".corrupt-%1-%2").arg(stamp).arg(n);
+        const int fd = ::open(QFile::encodeName(name).constData(),
+                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kFileMode);
+        if (fd < 0) {
+            if (errno == EEXIST) continue;
+            return {};
+        }
+        const bool copied = writeWhole(fd, bytes) && ::fsync(fd) == 0;
+        const int saved = errno;
+        if (::close(fd) != 0 || !copied) {
+            ::unlink(QFile::encodeName(name).constData());
+            errno = copied ? errno : saved;
+            return {};
+        }
+        if (::unlink(QFile::encodeName(path).constData()) != 0) {
+            const int unlinkError = errno;
+            ::unlink(QFile::encodeName(name).constData());
+            errno = unlinkError;
+            return {};
+        }
+        return name;
+    }
+    errno = EEXIST;
+    return {};
+}
+
+// What to tell the user about a lock that could not be taken, and what to do about it.
+QString lockProblem(const QLockFile& lock, const QString& lockPath) {
+    switch (lock.error()) {
+        case QLockFile::PermissionError:
+            return QStringLiteral(
+                       "cannot create the lock file %1: permission denied (the folder must be "
+                       "writable by you)")
+                .arg(lockPath);
+        case QLockFile::LockFailedError: {
+            qint64 pid = 0;
+            QString host, application;
+            if (lock.getLockInfo(&pid, &host, &application))
+                return QStringLiteral(
+                           "the lock file %1 is held by process %2 (%3) on host %4; if no Orvella "
+                           "or orvellactl runs there, remove the lock file")
+                    .arg(lockPath)
+                    .arg(pid)
+                    .arg(application.isEmpty() ? QStringLiteral("unknown program") : application,
+                         host.isEmpty() ? QStringLiteral("unknown") : host);
+            return QStringLiteral(
+                       "the lock file %1 is held by another process; if no Orvella or "
+                       "orvellactl runs, remove the lock file")
+                .arg(lockPath);
+        }
+        default: {
+            const QFileInfo info(lockPath);
+            if (info.isDir())
+                return QStringLiteral(
+                           "the lock file %1 is a folder; remove it so that the preferences can "
+                           "be written")
+                    .arg(lockPath);
+            if (info.exists() && info.ownerId() != ::geteuid())
+                return QStringLiteral(
+                           "the lock file %1 belongs to another user; remove it so that the "
+                           "preferences can be written")
+                    .arg(lockPath);
+            return QStringLiteral(
+                       "cannot take the lock file %1; if no Orvella or orvellactl "
+                       "runs, remove it")
+                .arg(lockPath);
+        }
+    }
 }
 
 }  // namespace
 
 DefaultsStore::DefaultsStore(const QString& path) : path_(path) {
-    if (!lockedSync(nullptr)) {
-        // Nobody released the lock: read what is there without setting anything aside.
+    if (!lockedSync(nullptr) && !unreadable_) {
+        // No lock could be had: read what is there without setting anything aside.
         QFile file(path_);
-        if (file.open(QIODevice::ReadOnly))
+        if (file.open(QIODevice::ReadOnly)) {
             if (auto content = plist::parseDictionary(file.readAll(), nullptr)) values_ = *content;
+        } else if (file.exists()) {
+            fail(QStringLiteral("cannot read %1: %2").arg(path_, reason(errno)));
+            unreadable_ = true;
+        }
     }
 }
 
@@ -137,17 +243,15 @@ bool DefaultsStore::lockedSync(const std::function<void()>& change) {
         return true;
     }
     const QString directory = QFileInfo(path_).absolutePath();
-    if (!QDir().mkpath(directory)) {
-        NSLog("Preferences: cannot create %s; changes are kept until it can be written",
-              qPrintable(directory));
-        return false;
-    }
-    QLockFile lock(path_ + QStringLiteral(".lock"));
-    if (!lock.tryLock(kLockTimeoutMs)) {
-        NSLog("Preferences: %s.lock is held by another process; changes are kept for later",
-              qPrintable(path_));
-        return false;
-    }
+    if (!QDir().mkpath(directory))
+        return fail(QStringLiteral("cannot create the folder %1").arg(directory));
+    const QString lockPath = path_ + QStringLiteral(".lock");
+    // A folder or another user's file in the lock's place never goes away by waiting.
+    const QFileInfo lockInfo(lockPath);
+    if (lockInfo.isDir() || (lockInfo.exists() && lockInfo.ownerId() != ::geteuid()))
+        return fail(lockProblem(QLockFile(lockPath), lockPath));
+    QLockFile lock(lockPath);
+    if (!lock.tryLock(kLockTimeoutMs)) return fail(lockProblem(lock, lockPath));
 
     locked_ = true;
     const struct Unlock {
@@ -179,7 +283,14 @@ bool DefaultsStore::lockedSync(const std::function<void()>& change) {
     if (change) change();
     if ((mustWrite || values_ != onDisk) && !writeFile(values_)) return false;
     pending_.clear();
+    problem_.clear();
     return true;
+}
+
+bool DefaultsStore::fail(const QString& problem) {
+    problem_ = problem;
+    NSLog("Preferences: %s; changes are kept for later", qPrintable(problem));
+    return false;
 }
 
 std::optional<DefaultsStore::Stamp> DefaultsStore::currentStamp() const {
@@ -200,13 +311,24 @@ DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
     }
     stamp_.reset();
     QFile file(path_);
-    if (!file.exists()) return ReadResult::Missing;
+    if (!file.exists()) {
+        unreadable_ = false;
+        return ReadResult::Missing;
+    }
     if (!file.open(QIODevice::ReadOnly)) {
-        NSLog("Preferences: cannot read %s: %s", qPrintable(path_), qPrintable(file.errorString()));
+        const int error = errno;
+        unreadable_ = true;
+        fail(QStringLiteral("cannot read %1: %2").arg(path_, reason(error)));
         return ReadResult::Failed;
     }
     const QByteArray bytes = file.readAll();
+    if (file.error() != QFileDevice::NoError) {
+        unreadable_ = true;
+        fail(QStringLiteral("cannot read %1: %2").arg(path_, file.errorString()));
+        return ReadResult::Failed;
+    }
     file.close();
+    unreadable_ = false;
     QString why;
     if (auto parsed = plist::parseDictionary(bytes, &why)) {
         *content = std::move(*parsed);
@@ -214,12 +336,11 @@ DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
         stamp_ = stamp;
         return ReadResult::Read;
     }
-    const QString aside = corruptName(path_);
-    if (!QFile::rename(path_, aside)) {
-        NSLog(
-            "Preferences: %s cannot be read (%s) and cannot be moved aside to %s; it is left "
-            "as it is",
-            qPrintable(path_), qPrintable(why), qPrintable(aside));
+    const QString aside = moveAside(path_, bytes);
+    if (aside.isEmpty()) {
+        problem_ = QStringLiteral("%1 cannot be read (%2) and cannot be moved aside: %3")
+                       .arg(path_, why, reason(errno));
+        NSLog("Preferences: %s; it is left as it is", qPrintable(problem_));
         return ReadResult::Failed;
     }
     NSLog("Preferences: %s cannot be read (%s); moved it aside to %s", qPrintable(path_),
@@ -229,18 +350,23 @@ DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
 }
 
 bool DefaultsStore::writeFile(const QVariantMap& content) {
+    // Unbuffered, so that a write the disk does not take whole (no space, a quota) fails here and
+    // the temporary file is thrown away instead of replacing the good file with a short one.
     QSaveFile file(path_);
-    if (!file.open(QIODevice::WriteOnly)) {
-        NSLog("Preferences: cannot write %s: %s", qPrintable(path_),
-              qPrintable(file.errorString()));
-        return false;
-    }
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
+        return fail(QStringLiteral("cannot write %1: %2").arg(path_, reason(errno)));
     const QByteArray bytes = plist::toXml(content);
-    if (file.write(bytes) != bytes.size() || !file.commit()) {
-        NSLog("Preferences: cannot write %s: %s", qPrintable(path_),
-              qPrintable(file.errorString()));
-        return false;
+    const bool whole = ::fchmod(file.handle(), kFileMode) == 0 &&
+                       file.write(bytes) == bytes.size() && file.error() == QFileDevice::NoError;
+    const int error = errno;
+    if (!whole) {
+        file.cancelWriting();
+        file.commit();  // removes the temporary file
+        return fail(QStringLiteral("cannot write %1: %2")
+                        .arg(path_, error ? reason(error) : file.errorString()));
     }
+    if (!file.commit())
+        return fail(QStringLiteral("cannot write %1: %2").arg(path_, file.errorString()));
     lastRead_ = content;
     stamp_ = currentStamp();
     return true;

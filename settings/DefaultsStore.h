@@ -11,8 +11,9 @@
 // their read-copy-change-store on the file's current content while holding the lock.
 //
 // A file that does not parse is moved aside to "<name>.corrupt-<timestamp>" (the log says where)
-// and never overwritten; what this process last read from a good file is kept. Used from one
-// thread.
+// and never overwritten; what this process last read from a good file is kept. A write that does
+// not reach the disk whole (a full disk, a quota) leaves the old file in place. The file is
+// private to its user (mode 0600): it tells which cameras a person has. Used from one thread.
 
 #include <QString>
 #include <QVariant>
@@ -77,6 +78,12 @@ class DefaultsStore {
     bool changedOnDisk() const { return currentStamp() != stamp_; }
     // Where this store last moved a file that did not parse, empty when it never did.
     const QString& setAsidePath() const { return setAside_; }
+    // Why the last read or write of the file failed, in words for the user ("cannot write
+    // <file>: no space left on device"); empty after one that succeeded.
+    const QString& problem() const { return problem_; }
+    // True when the file is there but could not be read (permissions, an I/O error), so what
+    // this store holds is not what the file holds.
+    bool unreadable() const { return unreadable_; }
 
   private:
     enum class ReadResult { Read, Missing, SetAside, Failed };
@@ -89,6 +96,9 @@ class DefaultsStore {
     QVariantMap values_;  // the file's content with pending laid over
     std::map<QString, std::optional<QVariant>> pending_;  // nullopt: removed
     QString setAside_;
+    QString problem_;
+    bool unreadable_ = false;
+    bool fail(const QString& problem);
     // The file as this process last read or wrote it, so an unchanged file is not parsed again.
     struct Stamp {
         unsigned long long device = 0, inode = 0;

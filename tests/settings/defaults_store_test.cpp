@@ -6,7 +6,10 @@
 
 #include <QDateTime>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
+
+#include <sys/stat.h>
 
 #include "platform/Log.h"
 #include "settings/DefaultsStore.h"
@@ -213,6 +216,59 @@ TEST(DefaultsStore, CorruptFilesAreSetAsideAndNothingGoodIsLost) {
         EXPECT_EQ(after.dictionaryForKey("Settings"), goodSettings);
         EXPECT_EQ(corruptFiles(prefs.file()).size(), 2);
     }
+}
+
+// Names planted where the store puts its files: a link at the set-aside name is neither followed
+// nor replaced, the file is the user's alone, and a lock that cannot be taken is named with what
+// to do, quickly.
+TEST(DefaultsStore, PlantedLinksPrivateFilesAndLocksThatCannotBeTaken) {
+    ScratchPreferences prefs;
+    writeAll(prefs.file(), "not a property list");
+    const QDir folder = QFileInfo(prefs.file()).dir();
+    const QString victim = folder.filePath("victim");
+    const QDateTime now = QDateTime::currentDateTimeUtc();
+    for (int second = 0; second < 3; ++second)
+        ASSERT_TRUE(QFile::link(victim, prefs.file() + ".corrupt-" +
+                                            now.addSecs(second).toString("yyyyMMdd'T'HHmmss'Z'")));
+    {
+        log::ScopedCapture log;
+        DefaultsStore store(prefs.file());
+        EXPECT_FALSE(QFile::exists(victim));
+        ASSERT_FALSE(store.setAsidePath().isEmpty());
+        const QFileInfo aside(store.setAsidePath());
+        EXPECT_FALSE(aside.isSymLink());
+        EXPECT_EQ(readAll(aside.filePath()), "not a property list");
+        EXPECT_EQ(aside.permissions() & 0x0077, 0);  // nobody but the owner
+
+        store.setInteger(1, "Key");
+        ASSERT_TRUE(store.synchronize());
+        struct stat info {};
+        ASSERT_EQ(::stat(QFile::encodeName(prefs.file()).constData(), &info), 0);
+        EXPECT_EQ(info.st_mode & 0777, 0600u);
+    }
+
+    // A folder where the lock file goes is said at once; a lock of another host's process after
+    // the wait for it.
+    const QString lock = prefs.file() + ".lock";
+    DefaultsStore store(prefs.file());
+    ASSERT_TRUE(QDir().mkdir(lock));
+    store.setInteger(2, "Key");
+    QElapsedTimer timer;
+    timer.start();
+    EXPECT_FALSE(store.synchronize());
+    EXPECT_LT(timer.elapsed(), 5000);
+    EXPECT_TRUE(store.problem().contains(lock + " is a folder")) << store.problem().toStdString();
+    EXPECT_TRUE(store.hasPendingChanges());
+    ASSERT_TRUE(QDir().rmdir(lock));
+    writeAll(lock, "4242\norvellactl\nfar-away-host\n");
+    store.setInteger(3, "Key");
+    EXPECT_FALSE(store.synchronize());
+    EXPECT_TRUE(store.problem().contains("far-away-host")) << store.problem().toStdString();
+    EXPECT_TRUE(store.problem().contains("remove the lock file"));
+    QFile::remove(lock);
+    EXPECT_TRUE(store.synchronize());
+    EXPECT_TRUE(store.problem().isEmpty());
+    EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("Key"), 3);
 }
 
 // The fixture and the script that made it are in tests/fixtures/plist/.
