@@ -515,6 +515,9 @@ QString Orvella::applyProfile(const QString& uniqueID, const QString& profile) {
     for (int row = 0; row < cameras_.size() && !camera; ++row)
         if (cameras_.at(row)->uniqueID() == uniqueID) camera = cameras_.at(row);
     if (!camera) return QStringLiteral("no camera %1").arg(uniqueID);
+    // The profiles as the file holds them now, so that a name is not looked up in lists another
+    // process has changed since.
+    if (profiles_.defaults().changedOnDisk()) profiles_.reload();
     const int index = profiles_.listIndexOf(camera->modelUniqueID(), profile);
     if (index < settings::kFirstProfileIndex)
         return QStringLiteral("no profile named \"%1\" for this camera").arg(profile);

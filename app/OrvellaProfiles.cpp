@@ -7,6 +7,8 @@
 #include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRegularExpression>
+#include <QRegularExpressionValidator>
 #include <QTimer>
 
 #include "app/Orvella.h"
@@ -82,6 +84,9 @@ void Orvella::clickSaveNewProfile() {
     if (auto* field = dialog->findChild<QLineEdit*>()) {
         field->setFixedSize(300, 22);
         field->setPlaceholderText(ui::localized("ProfileName"));
+        // Control characters cannot be stored in a profile name: they are not taken at all.
+        field->setValidator(new QRegularExpressionValidator(
+            QRegularExpression(QStringLiteral("[^\\x{0}-\\x{1f}\\x{7f}-\\x{9f}]*")), field));
     }
     showSheet(dialog, [this, dialog](int result) {
         if (result != QDialog::Accepted) return;
@@ -94,6 +99,7 @@ void Orvella::clickSaveNewProfile() {
                 panel_->enableDisableProfileButton();
                 break;
             case settings::ProfileStore::SaveResult::BlankName:
+            case settings::ProfileStore::SaveResult::InvalidName:
             case settings::ProfileStore::SaveResult::NotWritten:
                 break;
             case settings::ProfileStore::SaveResult::NameTaken: {

@@ -97,6 +97,46 @@ QString ProfileStore::trimmedName(const QString& typed) {
     return typed.trimmed();
 }
 
+bool ProfileStore::hasControlCharacters(const QString& name) {
+    return std::any_of(name.cbegin(), name.cend(), [](QChar c) {
+        return c.category() == QChar::Other_Control || c.category() == QChar::Other_Surrogate ||
+               c.unicode() == 0xFFFE || c.unicode() == 0xFFFF;
+    });
+}
+
+void ProfileStore::reportKept(const QString& where, const QVariant& value, const char* expected) {
+    problem_ = QStringLiteral(
+                   "%1 in %2 holds a %3 where a %4 belongs; it is kept as it is and "
+                   "nothing is saved in it")
+                   .arg(where, defaults_.path(), QString::fromLatin1(value.typeName()),
+                        QLatin1String(expected));
+    if (reported_.contains(where)) return;
+    reported_.insert(where);
+    NSLog("Settings: %s", qPrintable(problem_));
+}
+
+bool ProfileStore::writableDictionary(const QString& key, QVariantMap* dictionary) {
+    const QVariant stored = defaults_.objectForKey(key);
+    if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap) {
+        reportKept(QStringLiteral("\"%1\"").arg(key), stored, "dictionary");
+        return false;
+    }
+    *dictionary = stored.toMap();
+    return true;
+}
+
+bool ProfileStore::writableSettings(const QString& model, QVariantMap* settings,
+                                    QVariantList* array) {
+    if (!writableDictionary(keys::kSettings, settings)) return false;
+    const QVariant entry = settings->value(model);
+    if (entry.isValid() && entry.typeId() != QMetaType::QVariantList) {
+        reportKept(QStringLiteral("the entry of %1").arg(model), entry, "list of profiles");
+        return false;
+    }
+    *array = entry.toList();
+    return true;
+}
+
 QList<SettingsRecord> ProfileStore::records(const QString& model) const {
     QList<SettingsRecord> out;
     for (const QVariant& record : arrayOf(defaults_.dictionaryForKey(keys::kSettings), model))
@@ -160,15 +200,19 @@ bool ProfileStore::saveSettings(const QString& name, bool isAppDefaultRecord, QT
     allSettingsDict(record, camera, currentCamera);
     if (isAppDefaultRecord) record.insert(keys::kAppDefault, true);
     const QString model = camera.modelUniqueID();
+    problem_.clear();
+    bool saved = false;
     const bool written = defaults_.modify([&] {
-        QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
-        QVariantList array = arrayOf(settings, model);
+        QVariantMap settings;
+        QVariantList array;
+        if (!writableSettings(model, &settings, &array)) return;
         array.append(record);
         settings.insert(model, array);
         defaults_.setObject(settings, keys::kSettings);
+        saved = true;
     });
-    if (written && !isAppDefaultRecord) emit profilesChanged(model);
-    return written;
+    if (written && saved && !isAppDefaultRecord) emit profilesChanged(model);
+    return written && saved;
 }
 
 ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName, QTCamera& camera,
@@ -179,14 +223,20 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
         outcome.result = SaveResult::BlankName;
         return outcome;
     }
+    if (hasControlCharacters(outcome.name)) {
+        outcome.result = SaveResult::InvalidName;
+        return outcome;
+    }
     if (!answers(camera)) return outcome;
     SettingsRecord record{{keys::kSettingsName, outcome.name}};
     allSettingsDict(record, camera, currentCamera);
     const QString model = camera.modelUniqueID();
     // The clash is decided on the file's current content, under the lock.
+    problem_.clear();
     const bool written = defaults_.modify([&] {
-        QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
-        QVariantList array = arrayOf(settings, model);
+        QVariantMap settings;
+        QVariantList array;
+        if (!writableSettings(model, &settings, &array)) return;
         if (std::any_of(array.cbegin(), array.cend(), [&](const QVariant& existing) {
                 return isRecord(existing) && nameOf(existing) == outcome.name;
             })) {
@@ -200,7 +250,8 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
         outcome.listIndex =
             static_cast<int>(profilePositions(array).size()) - 1 + kFirstProfileIndex;
     });
-    if (!written) {
+    if (!written ||
+        (outcome.result != SaveResult::Saved && outcome.result != SaveResult::NameTaken)) {
         outcome.result = SaveResult::NotWritten;
         outcome.listIndex = -1;
     } else if (outcome.result == SaveResult::Saved) {
@@ -214,9 +265,12 @@ bool ProfileStore::updateSettings(int32_t settingsID, QTCamera* currentCamera) {
     if (!currentCamera || !answers(*currentCamera)) return false;
     QTCamera& camera = *currentCamera;
     const QString model = camera.modelUniqueID();
-    return defaults_.modify([&] {
-        QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
-        QVariantList array = arrayOf(settings, model);
+    problem_.clear();
+    bool updated = false;
+    const bool written = defaults_.modify([&] {
+        QVariantMap settings;
+        QVariantList array;
+        if (!writableSettings(model, &settings, &array)) return;
         const auto found = std::find_if(array.begin(), array.end(), isAppDefault);
         if (found == array.end()) {
             SettingsRecord record{{keys::kSettingsName, QString(keys::kAppDefaultName)}};
@@ -233,7 +287,9 @@ bool ProfileStore::updateSettings(int32_t settingsID, QTCamera* currentCamera) {
         }
         settings.insert(model, array);
         defaults_.setObject(settings, keys::kSettings);
+        updated = true;
     });
+    return written && updated;
 }
 
 ProfileStore::AppDefaultOutcome ProfileStore::loadAppDefault(QTCamera& camera,
@@ -281,12 +337,11 @@ bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* curr
     const QString model = camera.modelUniqueID();
     bool updated = false;
     int updatedIndex = -1;
+    problem_.clear();
     const bool written = defaults_.modify([&] {
-        const QVariant stored = defaults_.objectForKey(keys::kSettings);
-        if (stored.typeId() != QMetaType::QVariantMap) return;
-        QVariantMap settings = stored.toMap();
-        if (settings.value(model).typeId() != QMetaType::QVariantList) return;
-        QVariantList array = arrayOf(settings, model);
+        QVariantMap settings;
+        QVariantList array;
+        if (!writableSettings(model, &settings, &array)) return;
         const qsizetype position = positionOf(array, listIndex, shown);
         if (position < 0) return;
         SettingsRecord record = array[position].toMap();
@@ -305,26 +360,24 @@ bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* curr
     return written && updated;
 }
 
-bool ProfileStore::deleteSettings(const QString& model, int listIndex,
-                                  const SettingsRecord* shown) {
+bool ProfileStore::deleteAt(const QString& model,
+                            const std::function<qsizetype(const QVariantList&)>& position,
+                            bool* found, int* listIndex) {
     bool deleted = false;
-    int deletedIndex = -1;
     bool forgotStart = false;
+    problem_.clear();
     const bool written = defaults_.modify([&] {
-        const QVariant stored = defaults_.objectForKey(keys::kSettings);
-        if (listIndex >= kFirstProfileIndex && stored.typeId() == QMetaType::QVariantMap &&
-            stored.toMap().value(model).typeId() == QMetaType::QVariantList) {
-            QVariantMap settings = stored.toMap();
-            QVariantList array = arrayOf(settings, model);
-            const qsizetype position = positionOf(array, listIndex, shown);
-            if (position >= 0) {
-                deletedIndex = static_cast<int>(profilePositions(array).indexOf(position)) +
-                               kFirstProfileIndex;
-                array.removeAt(position);
-                settings.insert(model, array);
-                defaults_.setObject(settings, keys::kSettings);
-                deleted = true;
-            }
+        QVariantMap settings;
+        QVariantList array;
+        if (!writableSettings(model, &settings, &array)) return;
+        const qsizetype at = position(array);
+        if (at >= 0) {
+            *found = true;
+            *listIndex = static_cast<int>(profilePositions(array).indexOf(at)) + kFirstProfileIndex;
+            array.removeAt(at);
+            settings.insert(model, array);
+            defaults_.setObject(settings, keys::kSettings);
+            deleted = true;
         }
         // Deleting any profile forgets the model's load-at-start choice: list indices after the
         // deleted one have moved.
@@ -332,49 +385,99 @@ bool ProfileStore::deleteSettings(const QString& model, int listIndex,
         if (marks.typeId() == QMetaType::QVariantMap) {
             QVariantMap copy = marks.toMap();
             forgotStart = copy.remove(model) > 0;
-            defaults_.setObject(copy, keys::kLoadAtStart);
+            if (forgotStart) defaults_.setObject(copy, keys::kLoadAtStart);
         }
     });
     if (written && deleted) {
         emit profilesChanged(model);
-        emit profileDeleted(model, deletedIndex);
+        emit profileDeleted(model, *listIndex);
     }
     if (written && forgotStart) emit loadAtStartChanged(model);
     return written && deleted;
 }
 
+bool ProfileStore::deleteSettings(const QString& model, int listIndex,
+                                  const SettingsRecord* shown) {
+    bool found = false;
+    int deletedIndex = -1;
+    return deleteAt(
+        model,
+        [&](const QVariantList& array) -> qsizetype {
+            return listIndex >= kFirstProfileIndex ? positionOf(array, listIndex, shown) : -1;
+        },
+        &found, &deletedIndex);
+}
+
+std::optional<SettingsRecord> ProfileStore::currentProfileNamed(const QString& model,
+                                                                const QString& name) {
+    std::optional<SettingsRecord> found;
+    // A change that changes nothing: the file is read under the lock and nothing is written.
+    defaults_.modify([&] {
+        for (const SettingsRecord& record : profiles(model))
+            if (!found && nameOf(record) == name) found = record;
+    });
+    return found;
+}
+
+ProfileStore::NamedResult ProfileStore::deleteProfileNamed(const QString& model,
+                                                           const QString& name) {
+    bool found = false;
+    int deletedIndex = -1;
+    const bool deleted = deleteAt(
+        model,
+        [&](const QVariantList& array) -> qsizetype {
+            for (qsizetype position : profilePositions(array))
+                if (nameOf(array[position]) == name) return position;
+            return -1;
+        },
+        &found, &deletedIndex);
+    if (deleted) return NamedResult::Done;
+    return found || !problem_.isEmpty() || !defaults_.problem().isEmpty()
+               ? NamedResult::NotWritten
+               : NamedResult::NoSuchProfile;
+}
+
 bool ProfileStore::setLoadAtStart(const QString& model, int listIndex) {
+    problem_.clear();
+    bool marked = false;
     const bool written = defaults_.modify([&] {
-        QVariantMap marks = defaults_.dictionaryForKey(keys::kLoadAtStart);
+        QVariantMap marks;
+        if (!writableDictionary(keys::kLoadAtStart, &marks)) return;
         marks.insert(model, static_cast<qint64>(listIndex));
         defaults_.setObject(marks, keys::kLoadAtStart);
+        marked = true;
     });
-    if (written) emit loadAtStartChanged(model);
-    return written;
+    if (written && marked) emit loadAtStartChanged(model);
+    return written && marked;
 }
 
 bool ProfileStore::cleanDefaults() {
     bool changed = false;
     const bool written = defaults_.modify([&] {
-        const QVariantMap settings = defaults_.dictionaryForKey(keys::kSettings);
+        QVariantMap settings;
+        if (!writableDictionary(keys::kSettings, &settings)) return;
         QVariantMap cleaned;
         for (auto it = settings.cbegin(); it != settings.cend(); ++it) {
             if (it.value().typeId() != QMetaType::QVariantList) {
-                NSLog("Settings: the entry of %s holds no list of profiles; it is left out",
-                      qPrintable(it.key()));
+                reportKept(QStringLiteral("the entry of %1").arg(it.key()), it.value(),
+                           "list of profiles");
+                cleaned.insert(it.key(), it.value());
                 continue;
             }
             // One record per name; a later record of a name takes the place of the earlier.
+            // Entries that are not records are kept where they are.
             QVariantList kept;
             for (const QVariant& record : it.value().toList()) {
                 if (!isRecord(record)) {
-                    NSLog("Settings: a profile of %s is not a dictionary; it is left out",
-                          qPrintable(it.key()));
+                    reportKept(QStringLiteral("a profile of %1").arg(it.key()), record,
+                               "dictionary");
+                    kept.append(record);
                     continue;
                 }
                 const QString name = nameOf(record);
-                if (kept.removeIf(
-                        [&name](const QVariant& earlier) { return nameOf(earlier) == name; }) > 0)
+                if (kept.removeIf([&name](const QVariant& earlier) {
+                        return isRecord(earlier) && nameOf(earlier) == name;
+                    }) > 0)
                     NSLog("Settings: %s has several profiles named \"%s\"; the last one is kept",
                           qPrintable(it.key()), qPrintable(name));
                 kept.append(record);
@@ -382,7 +485,7 @@ bool ProfileStore::cleanDefaults() {
             if (!kept.isEmpty()) cleaned.insert(it.key(), kept);
         }
         changed = cleaned != settings;
-        defaults_.setObject(cleaned, keys::kSettings);
+        if (changed) defaults_.setObject(cleaned, keys::kSettings);
     });
     if (written && changed) emit profilesChanged(QString());
     return written;

@@ -13,8 +13,10 @@
 
 #include <QFileSystemWatcher>
 #include <QObject>
+#include <QSet>
 #include <QString>
 #include <QStringList>
+#include <functional>
 #include <optional>
 
 #include "camera/QTCamera.h"
@@ -35,6 +37,9 @@ class ProfileStore : public QObject {
 
     // A typed name as it is stored: without white space and line ends around it.
     static QString trimmedName(const QString& typed);
+    // True when a (trimmed) name holds a control character: such a name would make the file
+    // unreadable as XML for every other reader, so it is never stored.
+    static bool hasControlCharacters(const QString& name);
 
     // ---- Reading ----
     // The model's whole array (named profiles and last-state record), in stored order.
@@ -62,7 +67,7 @@ class ProfileStore : public QObject {
     // Saving a profile under a name the user typed: the name is trimmed; a blank name saves
     // nothing; a name the model already has (its last-state record's "AppDefault" included) is
     // refused, so the caller can say so and ask again.
-    enum class SaveResult { Saved, BlankName, NameTaken, NotWritten };
+    enum class SaveResult { Saved, BlankName, InvalidName, NameTaken, NotWritten };
     struct SaveOutcome {
         SaveResult result = SaveResult::NotWritten;
         QString name;        // the trimmed name
@@ -104,13 +109,25 @@ class ProfileStore : public QObject {
     // the model's "Load at Start" entry is forgotten afterwards, whichever profile carried it.
     bool deleteSettings(const QString& model, int listIndex, const SettingsRecord* shown = nullptr);
 
+    // Looks the named profile up in the file's current content, with the lock held, so that a
+    // profile another process saved or deleted meanwhile is taken into account. Deleting by name
+    // deletes that profile or none, never the one that moved into its place.
+    std::optional<SettingsRecord> currentProfileNamed(const QString& model, const QString& name);
+    enum class NamedResult { Done, NoSuchProfile, NotWritten };
+    NamedResult deleteProfileNamed(const QString& model, const QString& name);
+
     // Marks the profile at a list index (0, the camera default, too) to be loaded at start.
     bool setLoadAtStart(const QString& model, int listIndex);
 
-    // Tidies "Settings" at start-up: models without records disappear, records that are not
-    // dictionaries are dropped, and several records of one name collapse into the last of them,
-    // which takes that last one's place.
+    // Tidies "Settings" at start-up: models without records disappear, and several records of
+    // one name collapse into the last of them, which takes that last one's place. Entries of
+    // another type than the store writes (a model whose entry is not a list, a record that is not
+    // a dictionary) are the user's data all the same: they are kept as they are.
     bool cleanDefaults();
+
+    // Why the last change was refused when the preferences themselves could be written (an
+    // entry of an unexpected type stands where the change would go); empty otherwise.
+    const QString& problem() const { return problem_; }
 
     // Takes in what other processes wrote and tells the lists.
     void reload();
@@ -130,7 +147,18 @@ class ProfileStore : public QObject {
     void profileDeleted(const QString& model, int listIndex);
 
   private:
+    // The "Settings" dictionary and the model's list of records as the store holds them now,
+    // false (reported once) when either is of another type, which a change would destroy.
+    bool writableSettings(const QString& model, QVariantMap* settings, QVariantList* array);
+    bool writableDictionary(const QString& key, QVariantMap* dictionary);
+    void reportKept(const QString& where, const QVariant& value, const char* expected);
+    bool deleteAt(const QString& model,
+                  const std::function<qsizetype(const QVariantList&)>& position, bool* found,
+                  int* listIndex);
+
     DefaultsStore& defaults_;
+    QString problem_;
+    QSet<QString> reported_;
     QFileSystemWatcher* watcher_ = nullptr;
 };
 

@@ -35,6 +35,10 @@ std::variant<Target, CtlFailure> cameraAndName(const CtlCameras& cameras,
     Target target{std::get<QTCamera*>(found), ProfileStore::trimmedName(arguments.back())};
     if (target.name.isEmpty())
         return CtlFailure{QStringLiteral("a profile name cannot be blank"), kExitUsage};
+    if (ProfileStore::hasControlCharacters(target.name))
+        return CtlFailure{QStringLiteral("a profile name cannot hold control characters (line "
+                                         "breaks, tabs, escapes)"),
+                          kExitUsage};
     return target;
 }
 
@@ -43,7 +47,12 @@ CtlFailure unknownProfile(const Target& target) {
                           .arg(target.camera->modelUniqueID(), target.name)};
 }
 
-CtlFailure notWritten(const settings::DefaultsStore& store) {
+// Why a change did not reach the preferences file: what the store or the file said, else that
+// it could not be written.
+CtlFailure notWritten(ProfileStore& profiles) {
+    if (!profiles.problem().isEmpty()) return CtlFailure{profiles.problem()};
+    const settings::DefaultsStore& store = profiles.defaults();
+    if (!store.problem().isEmpty()) return CtlFailure{store.problem()};
     return CtlFailure{
         QStringLiteral("the preferences file %1 cannot be written").arg(store.path())};
 }
@@ -89,29 +98,38 @@ std::optional<CtlFailure> save(ProfileStore& profiles, const Target& target) {
                                   .arg(target.camera->modelUniqueID(), outcome.name)};
         case ProfileStore::SaveResult::BlankName:
             return CtlFailure{QStringLiteral("a profile name cannot be blank"), kExitUsage};
+        case ProfileStore::SaveResult::InvalidName:
+            return CtlFailure{QStringLiteral("a profile name cannot hold control characters"),
+                              kExitUsage};
         case ProfileStore::SaveResult::NotWritten:
             break;
     }
-    return notWritten(profiles.defaults());
+    return notWritten(profiles);
 }
 
 std::optional<CtlFailure> apply(ProfileStore& profiles, const Target& target) {
-    const QString model = target.camera->modelUniqueID();
-    const int index = profiles.listIndexOf(model, target.name);
-    if (index < 0) return unknownProfile(target);
-    profiles.applyProfile(model, index, *target.camera);
+    // The profile as the file holds it now: another process may have changed it since start.
+    const auto record = profiles.currentProfileNamed(target.camera->modelUniqueID(), target.name);
+    if (!record) return unknownProfile(target);
+    settings::loadSettings(*record, *target.camera);
     // The last state follows the profile, as when a profile is chosen in the application.
     if (!profiles.updateSettings(settings::kAllSettings, target.camera))
-        return notWritten(profiles.defaults());
+        return notWritten(profiles);
     return std::nullopt;
 }
 
 std::optional<CtlFailure> remove(ProfileStore& profiles, const Target& target) {
-    const QString model = target.camera->modelUniqueID();
-    const int index = profiles.listIndexOf(model, target.name);
-    if (index < 0) return unknownProfile(target);
-    if (!profiles.deleteSettings(model, index)) return notWritten(profiles.defaults());
-    return std::nullopt;
+    // Looked up by name under the lock: a profile another process deleted or added meanwhile
+    // never makes this delete another one.
+    switch (profiles.deleteProfileNamed(target.camera->modelUniqueID(), target.name)) {
+        case ProfileStore::NamedResult::Done:
+            return std::nullopt;
+        case ProfileStore::NamedResult::NoSuchProfile:
+            return unknownProfile(target);
+        case ProfileStore::NamedResult::NotWritten:
+            break;
+    }
+    return notWritten(profiles);
 }
 
 std::optional<CtlFailure> show(ProfileStore& profiles, const Target& target, bool json,
@@ -154,6 +172,9 @@ std::optional<CtlFailure> runProfileCommand(const CtlCameras& cameras, const QSt
                                             bool json, std::ostream& out, std::ostream& err) {
     settings::DefaultsStore store;
     noteSetAside(store, err);
+    // A file that is there but cannot be read holds profiles this process cannot see: listing
+    // none, or writing over them, would mislead.
+    if (store.unreadable()) return CtlFailure{store.problem()};
     ProfileStore profiles(store);
     const QString sub = arguments.value(0);
     const QStringList rest = arguments.mid(1);
@@ -193,6 +214,7 @@ std::optional<CtlFailure> runApplyLastCommand(const CtlCameras& cameras,
                                               std::ostream& err) {
     settings::DefaultsStore store;
     noteSetAside(store, err);
+    if (store.unreadable()) return CtlFailure{store.problem()};
     ProfileStore profiles(store);
     if (all) {
         if (!arguments.isEmpty())

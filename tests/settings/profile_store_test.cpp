@@ -6,6 +6,7 @@
 
 #include <QFile>
 
+#include "platform/Log.h"
 #include "platform/linux/XdgAutostart.h"
 #include "settings/DefaultsKeys.h"
 #include "settings/DefaultsStore.h"
@@ -143,7 +144,7 @@ TEST(ProfileStore, DeletingForgetsLoadAtStartAndUpdatingFindsTheShownRecord) {
     EXPECT_FALSE(rig.profiles.updateProfile(1, cam, &cam));
 }
 
-TEST(ProfileStore, CleanDefaultsCollapsesNamesAndDropsEmptyModels) {
+TEST(ProfileStore, CleanDefaultsCollapsesNamesDropsEmptyModelsAndKeepsWhatItDoesNotKnow) {
     StoreRig rig;
     const QVariantMap a1{{"SettingsName", "A"}, {"Gain", 1}};
     const QVariantMap b{{"SettingsName", "B"}, {"Gain", 2}};
@@ -153,10 +154,77 @@ TEST(ProfileStore, CleanDefaultsCollapsesNamesAndDropsEmptyModels) {
             {"M1", QVariantList{a1, b, a2, 5}}, {"M2", QVariantList()}, {"M3", "not a list"}},
         "Settings");
     ASSERT_TRUE(rig.defaults.synchronize());
+    log::ScopedCapture log;
     ASSERT_TRUE(rig.profiles.cleanDefaults());
+    // Entries of another type are somebody's data: kept where they are, reported once.
     EXPECT_EQ(DefaultsStore(rig.prefs.file()).dictionaryForKey("Settings"),
               QVariantMap({{"M1", QVariantList{settings::plist::normalized(b),
-                                               settings::plist::normalized(a2)}}}));
+                                               settings::plist::normalized(a2), 5}},
+                           {"M3", "not a list"}}));
+    ASSERT_TRUE(rig.profiles.cleanDefaults());
+    EXPECT_EQ(log.lines().size(), 3u);  // M1's 5, M3, and the two "A" collapsed once
+}
+
+// A "Settings" that is not a dictionary, or a model entry that is not a list, would be replaced
+// by the next change (the login unit's apply-last included): such an entry is kept byte for byte,
+// the change is refused with a reason, and the rest of the store goes on working.
+TEST(ProfileStore, EntriesOfAnotherTypeAreNeverWrittenOver) {
+    const QVariant kinds[] = {QVariantList{1, "two"}, QVariantMap{{"x", 1}}};
+    for (const QVariant& odd : kinds) {
+        SCOPED_TRACE(odd.typeName());
+        StoreRig rig;
+        const bool settingsItself = odd.typeId() == QMetaType::QVariantList;
+        rig.defaults.setObject(settingsItself ? odd : QVariantMap{{rig.model(), odd}}, "Settings");
+        ASSERT_TRUE(rig.defaults.synchronize());
+        const QVariant before = DefaultsStore(rig.prefs.file()).objectForKey("Settings");
+
+        log::ScopedCapture log;
+        EXPECT_EQ(rig.profiles.saveNewProfile("New", *rig.cam.camera, rig.cam.camera.get()).result,
+                  ProfileStore::SaveResult::NotWritten);
+        EXPECT_TRUE(rig.profiles.problem().contains("kept as it is"))
+            << rig.profiles.problem().toStdString();
+        EXPECT_FALSE(rig.profiles.updateSettings(0, rig.cam.camera.get()));
+        EXPECT_TRUE(rig.profiles.loadAppDefault(*rig.cam.camera, rig.cam.camera.get()).created ==
+                    false);
+        EXPECT_EQ(rig.profiles.deleteProfileNamed(rig.model(), "New"),
+                  ProfileStore::NamedResult::NotWritten);
+        rig.profiles.cleanDefaults();
+        EXPECT_EQ(std::count_if(log.lines().cbegin(), log.lines().cend(),
+                                [](const std::string& line) {
+                                    return line.find("kept as it is") != std::string::npos;
+                                }),
+                  1);
+
+        DefaultsStore after(rig.prefs.file());
+        EXPECT_EQ(after.objectForKey("Settings"), before);
+        // Other keys are still written.
+        EXPECT_TRUE(rig.profiles.setLoadAtStart(rig.model(), 0));
+        EXPECT_EQ(DefaultsStore(rig.prefs.file()).objectForKey("Settings"), before);
+    }
+}
+
+// Another process changes the profiles between this process's read and its change: a profile is
+// looked up by name in what the file holds under the lock, so the one meant is the one changed.
+TEST(ProfileStore, ProfilesNamedAreLookedUpUnderTheLock) {
+    StoreRig rig;
+    for (const char* name : {"A", "B", "C"})
+        ASSERT_EQ(rig.profiles.saveNewProfile(name, *rig.cam.camera, rig.cam.camera.get()).result,
+                  ProfileStore::SaveResult::Saved);
+    {
+        DefaultsStore otherDefaults(rig.prefs.file());
+        ProfileStore other(otherDefaults);
+        ASSERT_EQ(other.deleteProfileNamed(rig.model(), "A"), ProfileStore::NamedResult::Done);
+        rig.cam.camera->setGain(7);
+        ASSERT_EQ(other.saveNewProfile("D", *rig.cam.camera, rig.cam.camera.get()).result,
+                  ProfileStore::SaveResult::Saved);
+    }
+    EXPECT_EQ(rig.profiles.deleteProfileNamed(rig.model(), "B"), ProfileStore::NamedResult::Done);
+    EXPECT_EQ(rig.profiles.deleteProfileNamed(rig.model(), "A"),
+              ProfileStore::NamedResult::NoSuchProfile);
+    EXPECT_EQ(names(rig.profiles.profiles(rig.model())), QStringList({"C", "D"}));
+    const auto d = rig.profiles.currentProfileNamed(rig.model(), "D");
+    ASSERT_TRUE(d);
+    EXPECT_EQ(d->value("Gain"), QVariant(qint64{7}));
 }
 
 TEST(ProfileStore, TheLifeCamStudioZoomIsStepped) {

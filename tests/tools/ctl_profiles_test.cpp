@@ -8,6 +8,8 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 
+#include <unistd.h>
+
 #include "settings/DefaultsStore.h"
 #include "settings/ProfileStore.h"
 #include "settings/SettingsRecord.h"
@@ -153,6 +155,112 @@ TEST(OrvellaCtlProfiles, ApplyLastRestoresEveryConnectedCamera) {
     EXPECT_EQ(ctl(cameras + QStringList{"apply-last", "2"}).exitCode, 0);
 }
 
+// A disk with a few kilobytes left: the save fails with the reason, and the file keeps every
+// profile it had. The disk is a small tmpfs in a mount namespace of the test's own.
+TEST(OrvellaCtlProfiles, AFullDiskKeepsEveryProfile) {
+    Ctl ctl;
+    QTemporaryDir outside;
+    QProcess script;
+    script.setProcessEnvironment(ctl.environment());
+    script.start("unshare",
+                 {"-rm", "/bin/sh", "-c", R"(
+        d=$XDG_CONFIG_HOME; ctl=$1; fixture=$2; out=$3
+        mount -t tmpfs -o size=256k tmpfs "$d" || exit 77
+        for i in 1 2 3 4 5 6; do "$ctl" --virtual "$fixture" profile save 1 "Profile$i" || exit 3; done
+        cp "$d/orvella/org.orvella.Orvella.plist" "$out/before"
+        dd if=/dev/zero of="$d/fill" bs=1k 2>/dev/null; rm "$d/fill"
+        avail=$(df -k --output=avail "$d" | tail -1)
+        dd if=/dev/zero of="$d/fill" bs=1k count=$((avail - 6)) 2>/dev/null
+        "$ctl" --virtual "$fixture" profile save 1 Seventh; status=$?
+        cp "$d/orvella/org.orvella.Orvella.plist" "$out/after"
+        ls "$d/orvella" >"$out/files"
+        exit $status)",
+                  "sh", ORVELLA_ORVELLACTL, cameraFixture("generic.json"), outside.path()});
+    ASSERT_TRUE(script.waitForFinished(120000));
+    const QString err = QString::fromUtf8(script.readAllStandardError());
+    if (script.error() == QProcess::FailedToStart || script.exitCode() == 77 ||
+        err.contains("unshare:"))
+        GTEST_SKIP() << "no mount namespace here: " << err.toStdString();
+    EXPECT_EQ(script.exitCode(), 1) << err.toStdString();
+    EXPECT_TRUE(err.contains("no space left on device")) << err.toStdString();
+    const QByteArray before = fileLines(outside.filePath("before")).join('\n').toUtf8();
+    ASSERT_FALSE(before.isEmpty());
+    EXPECT_EQ(fileLines(outside.filePath("after")).join('\n').toUtf8(), before);
+    // No temporary file is left behind to fill the disk further.
+    EXPECT_EQ(fileLines(outside.filePath("files")), QStringList{"org.orvella.Orvella.plist"});
+}
+
+// Two processes deleting profiles at once: each deletes the profile it names, never the one that
+// moved into its place.
+TEST(OrvellaCtlProfiles, TwoProcessesDeletingAtOnceDeleteWhatTheyName) {
+    Ctl ctl;
+    {
+        DefaultsStore defaults(ctl.prefsFile());
+        ProfileStore store(defaults);
+        testing::FixtureCamera cam("generic.json");
+        for (int i = 1; i <= 20; ++i)
+            ASSERT_EQ(
+                store.saveNewProfile(QString("P%1").arg(i), *cam.camera, cam.camera.get()).result,
+                ProfileStore::SaveResult::Saved);
+    }
+    auto deleter = [&](int first) {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(ctl.environment());
+        process->start("/bin/sh",
+                       {"-c",
+                        "for i in $(seq $2 $(($2 + 9))); do \"$0\" --virtual \"$1\" "
+                        "profile delete 1 P$i || exit 1; done",
+                        ORVELLA_ORVELLACTL, cameraFixture("generic.json"), QString::number(first)});
+        return process;
+    };
+    auto low = deleter(1), high = deleter(11);
+    ASSERT_TRUE(low->waitForFinished(300000));
+    ASSERT_TRUE(high->waitForFinished(300000));
+    EXPECT_EQ(low->exitCode(), 0) << low->readAllStandardError().toStdString();
+    EXPECT_EQ(high->exitCode(), 0) << high->readAllStandardError().toStdString();
+    EXPECT_EQ(ctl({"--virtual", cameraFixture("generic.json"), "profile", "list", "1"}).out, "");
+}
+
+// A preferences file the user cannot read is said to be so; nothing is listed as if it were empty,
+// and nothing is written over it.
+TEST(OrvellaCtlProfiles, AnUnreadableFileIsNamedAndLeftAlone) {
+    Ctl ctl;
+    {
+        DefaultsStore defaults(ctl.prefsFile());
+        defaults.setObject(QVariantMap{{"M", QVariantList{QVariantMap{{"SettingsName", "A"}}}}},
+                           "Settings");
+        ASSERT_TRUE(defaults.synchronize());
+    }
+    const QByteArray before = fileLines(ctl.prefsFile()).join('\n').toUtf8();
+    // Root reads every file: the commands then run as nobody, beside a file of root's own.
+    QStringList asUser;
+    if (::geteuid() == 0) {
+        QFile::setPermissions(ctl.home.path(), QFileDevice::Permissions(0x7755));
+        QFile::setPermissions(ctl.home.filePath("orvella"), QFileDevice::Permissions(0x7755));
+        asUser = {"setpriv", "--reuid=65534", "--regid=65534", "--clear-groups"};
+    } else {
+        QFile::setPermissions(ctl.prefsFile(), {});
+    }
+    for (const QStringList& command :
+         {QStringList{"profile", "list"}, QStringList{"profile", "save", "1", "B"},
+          QStringList{"apply-last", "--all"}}) {
+        QProcess process;
+        process.setProcessEnvironment(ctl.environment());
+        const QStringList arguments =
+            asUser + QStringList{ORVELLA_ORVELLACTL, "--virtual", cameraFixture("generic.json")} +
+            command;
+        process.start(arguments[0], arguments.mid(1));
+        ASSERT_TRUE(process.waitForFinished(60000));
+        const QString err = QString::fromUtf8(process.readAllStandardError());
+        EXPECT_EQ(process.exitCode(), 1) << command.join(' ').toStdString();
+        EXPECT_TRUE(err.contains("cannot read " + ctl.prefsFile() + ": permission denied"))
+            << err.toStdString();
+        EXPECT_TRUE(process.readAllStandardOutput().isEmpty());
+    }
+    QFile::setPermissions(ctl.prefsFile(), QFile::ReadOwner | QFile::WriteOwner);
+    EXPECT_EQ(fileLines(ctl.prefsFile()).join('\n').toUtf8(), before);
+}
+
 TEST(OrvellaCtlProfiles, BadInputIsOneLineAndANonZeroExit) {
     Ctl ctl;
     const QStringList camera{"--virtual", cameraFixture("generic.json")};
@@ -165,6 +273,8 @@ TEST(OrvellaCtlProfiles, BadInputIsOneLineAndANonZeroExit) {
         {camera + QStringList{"profile", "delete", "1", "Nope"}, 1, "no profile"},
         {camera + QStringList{"profile", "show", "1", "Nope"}, 1, "no profile"},
         {camera + QStringList{"profile", "save", "1", " \t "}, 2, "blank"},
+        {camera + QStringList{"profile", "save", "1", "Two\nLines"}, 2, "control characters"},
+        {camera + QStringList{"profile", "save", "1", "Esc\x1b[2J"}, 2, "control characters"},
         {camera + QStringList{"profile"}, 2, "usage"},
         {camera + QStringList{"profile", "rename", "1", "x"}, 2, "rename"},
         {camera + QStringList{"profile", "list", "--json"}, 2, "--json"},
