@@ -142,7 +142,7 @@ for path in /usr/bin/orvellactl /usr/share/applications/org.orvella.Orvella.desk
             /usr/share/icons/hicolor/scalable/apps/org.orvella.Orvella.svg \
             /usr/share/icons/hicolor/48x48/apps/org.orvella.Orvella.png \
             /usr/share/man/man1/orvellactl.1.gz \
-            /usr/lib/udev/rules.d/70-orvella-uvc.rules /usr/lib/systemd/user/orvella-restore.service \
+            /usr/lib/systemd/user/orvella-restore.service \
             /usr/share/doc/orvella/copyright /usr/share/doc/orvella/changelog.Debian.gz; do
     if in_root test -f "$path"; then pass "installed $path"; else fail "missing $path"; fi
 done

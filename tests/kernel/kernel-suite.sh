@@ -88,8 +88,10 @@ if [ ! -x "$BBDIR/bin/busybox" ]; then
 fi
 BUSYBOX=$BBDIR/bin/busybox
 
-# udev, for the test of the package's udev rule: udevadm, which is also the daemon, and the rule
-# that imports the USB properties. Optional: without it that one test says so and fails.
+# udev, for the test of what the user at the seat may open: udevadm, which is also the daemon,
+# the rules that import the USB properties and set the nodes' modes (udev), and the rule that
+# tags devices for the seat's user (systemd, next to logind). Optional: without them that one
+# test says so and fails.
 UDEV_DEB=$(ls "$CACHE"/udev_*.deb 2>/dev/null | sort -V | tail -n 1)
 if [ -z "$UDEV_DEB" ]; then
     (cd "$CACHE" && apt-get download udev >"$CACHE/download.log" 2>&1) &&
@@ -100,6 +102,19 @@ if [ -n "$UDEV_DEB" ]; then
     UDEVDIR=$CACHE/$(basename "$UDEV_DEB" .deb)
     if [ ! -x "$UDEVDIR/bin/udevadm" ]; then
         mkdir -p "$UDEVDIR" && dpkg-deb -x "$UDEV_DEB" "$UDEVDIR" || UDEVDIR=
+    fi
+fi
+SYSTEMD_DEB=$(ls "$CACHE"/systemd_*.deb 2>/dev/null | sort -V | tail -n 1)
+if [ -z "$SYSTEMD_DEB" ]; then
+    (cd "$CACHE" && apt-get download systemd >"$CACHE/download.log" 2>&1) &&
+        SYSTEMD_DEB=$(ls "$CACHE"/systemd_*.deb 2>/dev/null | sort -V | tail -n 1)
+fi
+UACCESS_RULES=
+if [ -n "$SYSTEMD_DEB" ]; then
+    UACCESS_RULES=$CACHE/$(basename "$SYSTEMD_DEB" .deb)-70-uaccess.rules
+    if [ ! -s "$UACCESS_RULES" ]; then
+        dpkg-deb --fsys-tarfile "$SYSTEMD_DEB" | tar -x -O ./lib/udev/rules.d/70-uaccess.rules \
+            > "$UACCESS_RULES" 2>/dev/null && [ -s "$UACCESS_RULES" ] || { rm -f "$UACCESS_RULES"; UACCESS_RULES=; }
     fi
 fi
 
@@ -164,8 +179,8 @@ fi
 cp "$SOURCE"/tests/fixtures/cameras/*.json "$SOURCE"/tests/kernel/cameras/*.json "$ROOT/orvella/cameras/"
 cp "$SOURCE"/tests/kernel/guest/*.sh "$ROOT/orvella/tests/"
 mkdir -p "$ROOT/orvella/udev"
-cp "$SOURCE"/packaging/udev/*.rules "$ROOT/orvella/udev/"
 [ -n "$UDEVDIR" ] && cp "$UDEVDIR/lib/udev/rules.d/50-udev-default.rules" "$ROOT/orvella/udev/"
+[ -n "$UACCESS_RULES" ] && cp "$UACCESS_RULES" "$ROOT/orvella/udev/70-uaccess.rules"
 [ -n "$ONLY" ] && echo "$ONLY" > "$ROOT/orvella/only"
 (cd "$ROOT" && find . | "$BUSYBOX" cpio -o -H newc 2>/dev/null) > "$WORK/initramfs.cpio" ||
     die "cannot pack the initramfs"
