@@ -72,6 +72,12 @@ TEST_F(Program, NonsenseOnTheCommandLineIsOneLineAndExitTwo) {
     ASSERT_TRUE(missing.waitForFinished(20000));
     EXPECT_EQ(missing.exitCode(), 2);
     EXPECT_TRUE(missing.readAllStandardError().contains("none.json: cannot read"));
+
+    // A device is not read for ever.
+    QProcess& device = start({QStringLiteral("--virtual"), QStringLiteral("/dev/zero")});
+    ASSERT_TRUE(device.waitForFinished(20000));
+    EXPECT_EQ(device.exitCode(), 2);
+    EXPECT_TRUE(device.readAllStandardError().contains("orvella: /dev/zero: not a regular file\n"));
 }
 
 TEST_F(Program, CamerasComeAndGoWithTheFolderAndASecondStartHandsOver) {

@@ -85,6 +85,8 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
     const QString broken = write("broken.json", "{\"vendorID\": ");
     const QString badMedia = write("media.json", R"({"vendorID": 1, "productID": 2,
         "mediaDevice": {"controls": [{"class": "toolong"}]}})");
+    const QString huge =
+        write("huge.json", QByteArray(5 << 20, ' ').prepend("{\"vendorID\": 1}").constData());
 
     const testing::CtlCase cases[] = {
         {{"show"}, 1, "no camera"},  // this machine has no camera of its own
@@ -103,6 +105,8 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
         {{"--virtual", dir.filePath("missing.json"), "list"}, 1, "missing.json"},
         {{"--virtual", broken, "list"}, 1, "broken.json"},
         {{"--virtual", badMedia, "list"}, 1, "class"},
+        {{"--virtual", "/dev/zero", "list"}, 1, "/dev/zero: not a regular file"},
+        {{"--virtual", huge, "list"}, 1, "larger than 4 MB"},
         {twoCameras({"get", "Brightness"}), 2, "2 cameras"},
         {twoCameras({"get", "a", "Brightness"}), 1, "matches 2"},
     };
