@@ -550,6 +550,12 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
     auto failure = session.load(options);
     if (!failure) failure = command->run(session, options, options.positional);
     appendRequests(requestLog, session.virtualCameras());
+    if (const std::string problem = requestLog.writeError(); !problem.empty()) {
+        const Failure logFailure{QStringLiteral("cannot write the request log %1: %2")
+                                     .arg(options.requestLog, QString::fromStdString(problem))};
+        if (!failure) return fail(err, logFailure);
+        fail(err, logFailure);
+    }
     return failure ? fail(err, *failure) : kExitSuccess;
 }
 

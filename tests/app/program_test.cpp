@@ -80,6 +80,18 @@ TEST_F(Program, NonsenseOnTheCommandLineIsOneLineAndExitTwo) {
     EXPECT_TRUE(device.readAllStandardError().contains("orvella: /dev/zero: not a regular file\n"));
 }
 
+// A request log on a full disk loses lines; the first failed write is said on standard error.
+TEST_F(Program, ARequestLogThatCannotBeWrittenIsSaid) {
+    QProcess& process = start({"--demo", "--request-log", "/dev/full"});
+    QByteArray err;
+    for (int i = 0; i < 200 && !err.contains("cannot write"); ++i) {
+        process.waitForReadyRead(100);
+        err += process.readAllStandardError();
+    }
+    EXPECT_TRUE(err.contains("Request log /dev/full: cannot write (No space left on device)"))
+        << err.toStdString();
+}
+
 TEST_F(Program, CamerasComeAndGoWithTheFolderAndASecondStartHandsOver) {
     const QString cameras = dir.filePath("cameras");
     ASSERT_TRUE(QDir().mkdir(cameras));

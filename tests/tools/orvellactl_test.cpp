@@ -128,6 +128,9 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
         {{"--virtual", badMedia, "list"}, 1, "class"},
         {{"--virtual", "/dev/zero", "list"}, 1, "/dev/zero: not a regular file"},
         {{"--virtual", huge, "list"}, 1, "larger than 4 MB"},
+        {{"--demo", "--request-log", "/dev/full", "defaults"},
+         1,
+         "cannot write the request log /dev/full: No space left on device"},
         {twoCameras({"get", "Brightness"}), 2, "2 cameras"},
         {twoCameras({"get", "a", "Brightness"}), 1, "matches 2"},
     };
