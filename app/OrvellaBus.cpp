@@ -94,6 +94,14 @@ bool OrvellaBus::showRunningInstance(QDBusConnection bus, QString* error, int ti
     return false;
 }
 
+QString OrvellaBus::quoted(const QString& argument) {
+    if (argument.size() <= kQuotedLength) return argument;
+    // Not between the halves of a surrogate pair.
+    qsizetype cut = kQuotedLength;
+    if (argument.at(cut - 1).isHighSurrogate()) --cut;
+    return argument.left(cut) + QChar(0x2026);
+}
+
 QString OrvellaBus::resolveCamera(const std::vector<ScriptingTarget::Camera>& cameras,
                                   const QString& which, QString* error) {
     auto fail = [&](const QString& message) {
@@ -112,17 +120,18 @@ QString OrvellaBus::resolveCamera(const std::vector<ScriptingTarget::Camera>& ca
     if (isNumber) {
         if (number >= 1 && number <= static_cast<qlonglong>(cameras.size()))
             return cameras[static_cast<size_t>(number - 1)].uniqueID;
-        return fail(QStringLiteral("no camera number %1").arg(wanted));
+        return fail(QStringLiteral("no camera number %1").arg(quoted(wanted)));
     }
     for (const auto& camera : cameras)
         if (camera.uniqueID.compare(wanted, Qt::CaseInsensitive) == 0) return camera.uniqueID;
     const ScriptingTarget::Camera* match = nullptr;
     for (const auto& camera : cameras) {
         if (!camera.displayName.contains(wanted, Qt::CaseInsensitive)) continue;
-        if (match) return fail(QStringLiteral("'%1' names more than one camera").arg(wanted));
+        if (match)
+            return fail(QStringLiteral("'%1' names more than one camera").arg(quoted(wanted)));
         match = &camera;
     }
-    if (!match) return fail(QStringLiteral("no camera matches '%1'").arg(wanted));
+    if (!match) return fail(QStringLiteral("no camera matches '%1'").arg(quoted(wanted)));
     return match->uniqueID;
 }
 
@@ -143,8 +152,11 @@ BusCameraList OrvellaBus::ListCameras() {
 void OrvellaBus::ApplyProfile(const QString& camera, const QString& profile) {
     const QString uniqueID = cameraOrError(camera);
     if (uniqueID.isEmpty()) return;
-    const QString error = target_.applyProfile(uniqueID, profile);
-    if (!error.isEmpty() && calledFromDBus()) sendErrorReply(kErrorFailed, error);
+    QString error = target_.applyProfile(uniqueID, profile);
+    if (error.isEmpty() || !calledFromDBus()) return;
+    // The target names the profile as it was given; a long name goes back shortened.
+    if (profile.size() > kQuotedLength) error.replace(profile, quoted(profile));
+    sendErrorReply(kErrorFailed, error);
 }
 
 void OrvellaBus::ShowPanel() {

@@ -55,6 +55,11 @@ class OrvellaBus final : public QObject, protected QDBusContext {
     static QString resolveCamera(const std::vector<ScriptingTarget::Camera>& cameras,
                                  const QString& which, QString* error);
 
+    // A caller's argument as error messages quote it: at most kQuotedLength characters, the
+    // rest given as an ellipsis, so that a huge argument is not sent back whole.
+    static constexpr qsizetype kQuotedLength = 64;
+    static QString quoted(const QString& argument);
+
   public slots:
     BusCameraList ListCameras();
     void ApplyProfile(const QString& camera, const QString& profile);

@@ -5,7 +5,9 @@
 # FUZZ_NO_BUILD=1 uses the programs already in build-fuzz/.
 # FUZZ_RUNS=N also stops each target after N inputs (for campaigns counted in runs).
 # Corpora grow in build-fuzz/corpus/<target>; a fault's input is kept in build-fuzz/crashes/ and
-# the script exits non-zero. Seeds come from the camera fixtures (orvella-fuzz seeds).
+# the script exits non-zero. Seeds come from the camera fixtures (orvella-fuzz seeds), and the
+# checked-in fuzz/corpus/<target> and fuzz/regressions/<target> are read too. Inputs are at most
+# 4 KB, 64 KB for preferences and frames (max_len below).
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -34,14 +36,24 @@ mkdir -p "$out/crashes" "$out/logs"
 # replayed with them by orvella-fuzz (docs/fuzzing.md).
 export ASAN_OPTIONS=detect_leaks=1:abort_on_error=1:malloc_context_size=0:allocator_release_to_os_interval_ms=-1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+# The longest input libFuzzer makes. Preferences files run to tens of kilobytes (the checked-in
+# corpus has files of 28 KB) and frames are whole pictures; 4 KB cuts both short. The other
+# readers' inputs are small.
+max_len() {
+    case "$1" in
+        preferences|frames) echo 65536 ;;
+        *) echo 4096 ;;
+    esac
+}
+
 status=0
 for t in "${targets[@]}"; do
     corpus="$out/corpus/$t"
     mkdir -p "$corpus"
     inputs=("$corpus" "$out/seeds/$t")
     for extra in fuzz/regressions/$t fuzz/corpus/$t; do [ -d "$extra" ] && inputs+=("$extra"); done
-    options=(-max_total_time="$seconds" -entropic=0 -reload=0 -timeout=10 -rss_limit_mb=1024 -max_len=4096
-             -print_final_stats=1 -artifact_prefix="$out/crashes/$t-")
+    options=(-max_total_time="$seconds" -entropic=0 -reload=0 -timeout=10 -rss_limit_mb=1024
+             -max_len="$(max_len "$t")" -print_final_stats=1 -artifact_prefix="$out/crashes/$t-")
     [ -n "${FUZZ_RUNS:-}" ] && options+=(-runs="$FUZZ_RUNS")
     [ -f "fuzz/dictionaries/$t.dict" ] && options+=(-dict="fuzz/dictionaries/$t.dict")
     log="$out/logs/$t.log"

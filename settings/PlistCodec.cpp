@@ -2,6 +2,9 @@
 
 #include <plist/plist.h>
 
+#include "platform/Log.h"
+#include "settings/PlistShape.h"
+
 #include <QDateTime>
 #include <cmath>
 #include <limits>
@@ -28,7 +31,19 @@ QString stringOf(plist_t node) {
     return text ? QString::fromUtf8(text, static_cast<qsizetype>(length)) : QString();
 }
 
-QVariant fromNode(plist_t node) {
+// The walks below recurse once per level. Reading never goes deeper than kMaxDepth, since
+// parseDictionary looks at the bytes first; values to be written that nest deeper are left out
+// with a logged diagnostic.
+bool tooDeep(int depth) {
+    if (depth <= kMaxDepth) return false;
+    NSLog("Preferences: a value nested deeper than %d levels is left out", kMaxDepth);
+    return true;
+}
+
+QVariant normalized(const QVariant& value, int depth);
+
+QVariant fromNode(plist_t node, int depth) {
+    if (depth > kMaxDepth) return {};
     switch (plist_get_node_type(node)) {
         case PLIST_DICT: {
             QVariantMap map;
@@ -44,7 +59,7 @@ QVariant fromNode(plist_t node) {
                 }
                 const QString name = key ? QString::fromUtf8(key) : QString();
                 std::free(key);
-                const QVariant value = fromNode(item);
+                const QVariant value = fromNode(item, depth + 1);
                 if (value.isValid()) map.insert(name, value);
             }
             std::free(iter);
@@ -54,7 +69,7 @@ QVariant fromNode(plist_t node) {
             QVariantList list;
             const uint32_t size = plist_array_get_size(node);
             for (uint32_t i = 0; i < size; ++i) {
-                const QVariant value = fromNode(plist_array_get_item(node, i));
+                const QVariant value = fromNode(plist_array_get_item(node, i), depth + 1);
                 if (value.isValid()) list.append(value);
             }
             return list;
@@ -101,20 +116,22 @@ QVariant fromNode(plist_t node) {
     }
 }
 
-plist_t toNode(const QVariant& value) {
+plist_t toNode(const QVariant& value, int depth) {
     switch (value.typeId()) {
         case QMetaType::QVariantMap: {
+            if (tooDeep(depth)) return nullptr;
             plist_t dict = plist_new_dict();
             const QVariantMap map = value.toMap();
             for (auto it = map.cbegin(); it != map.cend(); ++it)
-                if (plist_t item = toNode(it.value()))
+                if (plist_t item = toNode(it.value(), depth + 1))
                     plist_dict_set_item(dict, it.key().toUtf8().constData(), item);
             return dict;
         }
         case QMetaType::QVariantList: {
+            if (tooDeep(depth)) return nullptr;
             plist_t array = plist_new_array();
             for (const QVariant& element : value.toList())
-                if (plist_t item = toNode(element)) plist_array_append_item(array, item);
+                if (plist_t item = toNode(element, depth + 1)) plist_array_append_item(array, item);
             return array;
         }
         case QMetaType::Bool:
@@ -137,31 +154,32 @@ plist_t toNode(const QVariant& value) {
             return plist_new_date(static_cast<int32_t>(seconds), 0);
         }
         default: {
-            const QVariant plain = normalized(value);
-            return plain.isValid() && plain.typeId() != value.typeId() ? toNode(plain) : nullptr;
+            const QVariant plain = normalized(value, depth);
+            return plain.isValid() && plain.typeId() != value.typeId() ? toNode(plain, depth)
+                                                                       : nullptr;
         }
     }
 }
 
-}  // namespace
-
-QVariant normalized(const QVariant& value) {
+QVariant normalized(const QVariant& value, int depth) {
     switch (value.typeId()) {
         case QMetaType::QVariantMap:
         case QMetaType::QVariantHash: {
+            if (tooDeep(depth)) return {};
             QVariantMap map;
             const QVariantMap source = value.toMap();
             for (auto it = source.cbegin(); it != source.cend(); ++it) {
-                const QVariant item = normalized(it.value());
+                const QVariant item = normalized(it.value(), depth + 1);
                 if (item.isValid()) map.insert(it.key(), item);
             }
             return map;
         }
         case QMetaType::QVariantList:
         case QMetaType::QStringList: {
+            if (tooDeep(depth)) return {};
             QVariantList list;
             for (const QVariant& element : value.toList()) {
-                const QVariant item = normalized(element);
+                const QVariant item = normalized(element, depth + 1);
                 if (item.isValid()) list.append(item);
             }
             return list;
@@ -197,13 +215,23 @@ QVariant normalized(const QVariant& value) {
     }
 }
 
+}  // namespace
+
+QVariant normalized(const QVariant& value) {
+    return normalized(value, 1);
+}
+
 std::optional<QVariantMap> parseDictionary(const QByteArray& bytes, QString* why) {
     auto fail = [why](const char* reason) -> std::optional<QVariantMap> {
         if (why) *why = QString::fromLatin1(reason);
         return std::nullopt;
     };
     if (bytes.isEmpty()) return fail("the file is empty");
-    if (bytes.size() > std::numeric_limits<int32_t>::max()) return fail("the file is too large");
+    // Bytes that would take libplist deeper or further than is safe never reach it.
+    if (const QString problem = shapeProblem(bytes); !problem.isEmpty()) {
+        if (why) *why = problem;
+        return std::nullopt;
+    }
     plist_t root = nullptr;
     plist_from_memory(bytes.constData(), static_cast<uint32_t>(bytes.size()), &root);
     const Owned owner(root);
@@ -221,13 +249,13 @@ std::optional<QVariantMap> parseDictionary(const QByteArray& bytes, QString* why
         if (xml) plist_from_xml(xml, length, &again);
         plist_to_xml_free(xml);
         const Owned againOwner(again);
-        if (again && plist_get_node_type(again) == PLIST_DICT) return fromNode(again).toMap();
+        if (again && plist_get_node_type(again) == PLIST_DICT) return fromNode(again, 1).toMap();
     }
-    return fromNode(root).toMap();
+    return fromNode(root, 1).toMap();
 }
 
 QByteArray toXml(const QVariantMap& root) {
-    const Owned node(toNode(QVariant(root)));
+    const Owned node(toNode(QVariant(root), 1));
     char* xml = nullptr;
     uint32_t length = 0;
     plist_to_xml(static_cast<plist_t>(node.get()), &xml, &length);

@@ -15,12 +15,13 @@
 
 namespace orvella::settings::plist {
 
-// The dictionary at the root of `bytes`; nullopt when the bytes are not a property list or the
-// root is not a dictionary, with the reason in *why.
+// The dictionary at the root of `bytes`; nullopt when the bytes are not a property list, the
+// root is not a dictionary, or the bytes are beyond the limits of settings/PlistShape.h (size,
+// nesting, values), with the reason in *why.
 std::optional<QVariantMap> parseDictionary(const QByteArray& bytes, QString* why);
 
 // The XML property list of `root`. Values that have no property-list form (an invalid QVariant,
-// an object) are left out.
+// an object) are left out, and so are containers nested deeper than kMaxDepth (logged).
 QByteArray toXml(const QVariantMap& root);
 
 // `value` in the representation above: every integer type becomes qint64, float double, string

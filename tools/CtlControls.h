@@ -2,6 +2,7 @@
 // The controls orvellactl reads and writes, named by the keys users meet in profiles, each bound
 // to its camera accessors and to its fields in the camera's SupportedControl record.
 
+#include <limits>
 #include <span>
 #include <string_view>
 
@@ -19,7 +20,21 @@ struct CtlControl {
     long SupportedControl::*max;
     long SupportedControl::*def;
     int8_t SupportedControl::*disabled;
+    // What the control's bytes carry, in the accessor's units: a value outside would be cut to
+    // the control's width and reach the camera as another value.
+    long lowest = std::numeric_limits<long>::min();
+    long highest = std::numeric_limits<long>::max();
+    long SupportedControl::*res = nullptr;  // the accessor counts steps of this resolution
 };
+
+// The values a write of the control is clamped to: the camera's own minimum and maximum when it
+// gave a usable pair (not both 0, minimum not above maximum), within what the control's bytes
+// carry.
+struct ValueRange {
+    long lowest;
+    long highest;
+};
+ValueRange writableRange(const CtlControl& control, const SupportedControl& record);
 
 std::span<const CtlControl> ctlControls();
 

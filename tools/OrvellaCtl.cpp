@@ -3,6 +3,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QStringList>
+#include <algorithm>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -90,7 +91,8 @@ Values are whole numbers (decimal, or hexadecimal with 0x) in the units of the c
 accessors: device units for most controls; knob positions 1-15 for exposure on cameras with an
 exposure knob; hue in resolution steps; pan and tilt written in resolution steps but read in
 device units; a relative step for IrisRelative; the LED index 0 (automatic), 1 (on) or 2 (off).
-The camera decides what happens to a value outside the control's range.
+A value outside the control's range (the one show lists, else what the control's bytes carry) is
+set to the nearest end of it, with a note on standard error.
 
 Without --virtual or --demo, orvellactl works on the cameras plugged into this machine: the
 V4L2 capture nodes of the uvcvideo driver (/dev/videoN; your user needs access to them, usually
@@ -411,7 +413,14 @@ std::optional<Failure> commandSet(Session& session, const Options&, const Argume
     const auto value = parseNumber(valueText);
     if (!value)
         return Failure{QStringLiteral("\"%1\" is not a whole number").arg(valueText), kExitUsage};
-    const IOReturn status = (camera.*control.set)(*value);
+    // A value outside the control's range is clamped to it, and said: cut to the control's
+    // width it would reach the camera as some other value.
+    const ValueRange range = writableRange(control, *camera.supportedControl());
+    const long sent = std::clamp(*value, range.lowest, range.highest);
+    if (sent != *value)
+        session.err() << "orvellactl: " << *value << " is outside " << control.key << "'s range "
+                      << range.lowest << ".." << range.highest << "; set " << sent << '\n';
+    const IOReturn status = (camera.*control.set)(sent);
     if (status != kIOReturnSuccess)
         return Failure{
             QStringLiteral("writing %1 = %2 failed: %3").arg(key, valueText, statusText(status))};
@@ -541,6 +550,12 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
     auto failure = session.load(options);
     if (!failure) failure = command->run(session, options, options.positional);
     appendRequests(requestLog, session.virtualCameras());
+    if (const std::string problem = requestLog.writeError(); !problem.empty()) {
+        const Failure logFailure{QStringLiteral("cannot write the request log %1: %2")
+                                     .arg(options.requestLog, QString::fromStdString(problem))};
+        if (!failure) return fail(err, logFailure);
+        fail(err, logFailure);
+    }
     return failure ? fail(err, *failure) : kExitSuccess;
 }
 

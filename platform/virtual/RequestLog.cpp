@@ -1,8 +1,13 @@
 #include "platform/virtual/RequestLog.h"
 
+#include <cerrno>
+#include <cstring>
+
+#include "platform/Log.h"
+
 namespace orvella::virtualcam {
 
-RequestLog::RequestLog(const std::string& path) {
+RequestLog::RequestLog(const std::string& path) : path_(path) {
     if (!path.empty()) file_ = std::fopen(path.c_str(), "a");
 }
 
@@ -81,12 +86,21 @@ void RequestLog::note(const std::string& text) {
     write("# " + text);
 }
 
+std::string RequestLog::writeError() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return writeError_;
+}
+
 void RequestLog::write(const std::string& line) {
     std::lock_guard<std::mutex> lock(mutex_);
     if (!file_) return;
-    std::fputs(line.c_str(), file_);
-    std::fputc('\n', file_);
-    std::fflush(file_);
+    errno = 0;
+    const bool written = std::fputs(line.c_str(), file_) != EOF && std::fputc('\n', file_) != EOF &&
+                         std::fflush(file_) == 0;
+    if (written || !writeError_.empty()) return;
+    writeError_ = errno != 0 ? std::strerror(errno) : "write error";
+    NSLog("Request log %s: cannot write (%s); lines from here on may be lost", path_.c_str(),
+          writeError_.c_str());
 }
 
 }  // namespace orvella::virtualcam

@@ -28,6 +28,9 @@ class RequestLog {
     RequestLog& operator=(const RequestLog&) = delete;
 
     bool isOpen() const { return file_ != nullptr; }
+    // Why a line could not be written (the first time it happened: a full disk, say), or empty
+    // while every line went out. The first failure is also logged, once.
+    std::string writeError() const;
 
     void transfer(int camera, const std::array<uint8_t, 8>& setup, const std::vector<uint8_t>& data,
                   UsbWireDevice::Outcome outcome);
@@ -46,8 +49,10 @@ class RequestLog {
   private:
     void write(const std::string& line);
 
-    std::mutex mutex_;
+    mutable std::mutex mutex_;
+    std::string path_;
     std::FILE* file_ = nullptr;
+    std::string writeError_;
 };
 
 }  // namespace orvella::virtualcam

@@ -68,6 +68,15 @@ class VirtualCamera {
     static std::shared_ptr<VirtualCamera> fromJson(const QByteArray& json, QString* error,
                                                    const QString& origin = QString());
     static std::shared_ptr<VirtualCamera> fromFile(const QString& path, QString* error);
+    // The bytes of a definition file: a regular file of at most kMaxDefinitionBytes (a device
+    // or a pipe would be read for ever, a huge file into memory). False with a one-line reason
+    // naming the file in *error otherwise.
+    static bool readDefinitionFile(const QString& path, QByteArray* bytes, QString* error);
+    // Definitions are a few kilobytes; descriptors written out in hex stay far below this.
+    static constexpr qint64 kMaxDefinitionBytes = qint64{4} << 20;
+    // The most pixels a frame of the `vs` descriptors may have (4096 x 2304, a little more than
+    // 4K): the frame player renders each as RGB, 27 MB at this size, and keeps a loop of them.
+    static constexpr int64_t kMaxFramePixels = int64_t{4096} * 2304;
     // The camera that --demo shows.
     static std::shared_ptr<VirtualCamera> demo();
 

@@ -1,6 +1,8 @@
 // Reading a virtual camera's definition (docs/virtual-cameras.md): identity, descriptors,
 // per-control answers, strings and faults.
 
+#include <sys/stat.h>
+
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -126,6 +128,26 @@ std::vector<uint8_t> valueBytes(const QJsonValue& value, const DeviceControl& co
     return pack(toInteger(value, key), control.length);
 }
 
+// Every frame the streaming descriptors declare (uncompressed, MJPEG and frame-based frames)
+// must fit VirtualCamera::kMaxFramePixels: the frame player renders each size it offers.
+void checkFrameSizes(const std::vector<platform::Descriptor>& vs) {
+    uint8_t format = 0;
+    for (const platform::Descriptor& d : vs) {
+        if (d.size() < 4 || d[1] != 0x24) continue;
+        if (d[2] == 0x04 || d[2] == 0x06 || d[2] == 0x10) format = d[3];
+        if ((d[2] != 0x05 && d[2] != 0x07 && d[2] != 0x11) || d.size() < 9) continue;
+        const int64_t width = d[5] | d[6] << 8, height = d[7] | d[8] << 8;
+        if (width * height > VirtualCamera::kMaxFramePixels)
+            fail(QStringLiteral("vs: format %1 frame %2 is %3x%4, more than the %5 pixels a frame "
+                                "may have")
+                     .arg(format)
+                     .arg(d[3])
+                     .arg(width)
+                     .arg(height)
+                     .arg(VirtualCamera::kMaxFramePixels));
+    }
+}
+
 DeviceControl plausible(const UvcDeviceControlInfo& info, uint8_t unit) {
     DeviceControl c;
     c.name = std::string(info.name);
@@ -220,8 +242,10 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
             c.unitIDs_.push_back(d[3]);
     }
     for (const InterfaceDefinition& i : c.interfaces_)
-        if (i.interfaceClass == 0x0E && i.subClass == 2)
+        if (i.interfaceClass == 0x0E && i.subClass == 2) {
+            checkFrameSizes(i.descriptors);
             c.streaming_.try_emplace(i.number, i.descriptors, bcdUVC, clock);
+        }
 
     c.clampOutOfRange_ =
         o.value("outOfRange").toString(QStringLiteral("clamp")) != QLatin1String("stall");
@@ -444,13 +468,34 @@ std::shared_ptr<VirtualCamera> VirtualCamera::fromJson(const QByteArray& json, Q
     return camera;
 }
 
-std::shared_ptr<VirtualCamera> VirtualCamera::fromFile(const QString& path, QString* error) {
+bool VirtualCamera::readDefinitionFile(const QString& path, QByteArray* bytes, QString* error) {
+    auto refuse = [&](const QString& why) {
+        if (error) *error = QStringLiteral("%1: %2").arg(path, why);
+        return false;
+    };
     QFile file(path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (error) *error = QStringLiteral("%1: cannot read: %2").arg(path, file.errorString());
-        return nullptr;
-    }
-    return fromJson(file.readAll(), error, path);
+    if (!file.open(QIODevice::ReadOnly))
+        return refuse(QStringLiteral("cannot read: %1").arg(file.errorString()));
+    // The opened file itself is looked at, so that what is checked is what is read.
+    struct stat info {};
+    if (::fstat(file.handle(), &info) != 0 || !S_ISREG(info.st_mode))
+        return refuse(QStringLiteral("not a regular file"));
+    const QString tooLarge =
+        QStringLiteral("larger than %1 MB; a camera definition is a few kilobytes")
+            .arg(kMaxDefinitionBytes >> 20);
+    if (info.st_size > kMaxDefinitionBytes) return refuse(tooLarge);
+    // One byte more than allowed is asked for, in case the file grew since.
+    *bytes = file.read(kMaxDefinitionBytes + 1);
+    if (bytes->size() > kMaxDefinitionBytes) return refuse(tooLarge);
+    if (file.error() != QFileDevice::NoError)
+        return refuse(QStringLiteral("cannot read: %1").arg(file.errorString()));
+    return true;
+}
+
+std::shared_ptr<VirtualCamera> VirtualCamera::fromFile(const QString& path, QString* error) {
+    QByteArray bytes;
+    if (!readDefinitionFile(path, &bytes, error)) return nullptr;
+    return fromJson(bytes, error, path);
 }
 
 }  // namespace orvella::virtualcam

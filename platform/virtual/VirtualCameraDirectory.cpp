@@ -61,16 +61,24 @@ void VirtualCameraDirectory::rescan() {
     for (const QString& path : present) {
         // Files are watched too, so that one written in place is read again when it is done.
         if (!watched.contains(path)) watcher_.addPath(path);
-        QFile file(path);
-        if (!file.open(QIODevice::ReadOnly)) continue;  // gone in between; the watcher says so
-        QByteArray content = file.readAll();
+        QByteArray content;
+        QString error;
+        if (!VirtualCamera::readDefinitionFile(path, &content, &error)) {
+            if (!QFileInfo::exists(path)) continue;  // gone in between; the watcher says so
+            // Too large, say: said once, then waited for like a half-written file.
+            Entry& entry = entries_[path];
+            if (entry.refused != error)
+                NSLog("Virtual camera not plugged in: %s", qUtf8Printable(error));
+            entry.refused = error;
+            continue;
+        }
         if (content.isNull()) content = QByteArray("");  // read, even if empty
         Entry& entry = entries_[path];
+        entry.refused.clear();
         if (content == entry.seen && !entry.seen.isNull()) continue;
         entry.seen = content;
         if (entry.device && content == entry.plugged) continue;
 
-        QString error;
         auto camera = VirtualCamera::fromJson(content, &error, path);
         if (!camera) {
             // Half written or not a definition: said once for this content, then waited for.

@@ -40,6 +40,7 @@ class VirtualCameraDirectory final : public QObject {
   private:
     struct Entry {
         QByteArray seen;     // as last read, valid or not
+        QString refused;     // why the file could not be read, said once
         QByteArray plugged;  // the definition of the camera plugged in
         std::shared_ptr<VirtualCaptureDevice> device;
     };

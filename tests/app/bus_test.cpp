@@ -142,5 +142,27 @@ TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
     EXPECT_TRUE(call("ApplyProfile", {"", "Evening"}).errorMessage().contains("no camera"));
 }
 
+// A script's huge argument is quoted in an error message by its first 64 characters only.
+TEST_F(Bus, ErrorsQuoteArgumentsShortened) {
+    FakeController controller;
+    OrvellaBus owner(controller);
+    ASSERT_EQ(owner.claim(first), OrvellaBus::Claim::Owned);
+    const QString huge = QString(64, 'x') + QString(1 << 20, 'y');
+    const QString shortened = QString(64, 'x') + QChar(0x2026);
+
+    const QDBusMessage profile = call("ApplyProfile", {"1", huge});
+    EXPECT_EQ(profile.errorName(), "org.orvella.Orvella.Error.Failed");
+    EXPECT_EQ(profile.errorMessage(), "no profile named '" + shortened + "'");
+    const QDBusMessage camera = call("ApplyProfile", {huge, "Evening"});
+    EXPECT_EQ(camera.errorName(), "org.orvella.Orvella.Error.NoSuchCamera");
+    EXPECT_EQ(camera.errorMessage(), "no camera matches '" + shortened + "'");
+    EXPECT_EQ(call("GetControlValues", {huge}).errorMessage(),
+              "no camera matches '" + shortened + "'");
+    // Short arguments are quoted whole, and a cut never splits a surrogate pair.
+    EXPECT_EQ(OrvellaBus::quoted("C270"), "C270");
+    const QString pairs = QString(63, 'a') + QString::fromUtf8("\xF0\x9F\x98\x80") + "b";
+    EXPECT_EQ(OrvellaBus::quoted(pairs), QString(63, 'a') + QChar(0x2026));
+}
+
 }  // namespace
 }  // namespace orvella::app

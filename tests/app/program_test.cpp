@@ -72,6 +72,24 @@ TEST_F(Program, NonsenseOnTheCommandLineIsOneLineAndExitTwo) {
     ASSERT_TRUE(missing.waitForFinished(20000));
     EXPECT_EQ(missing.exitCode(), 2);
     EXPECT_TRUE(missing.readAllStandardError().contains("none.json: cannot read"));
+
+    // A device is not read for ever.
+    QProcess& device = start({QStringLiteral("--virtual"), QStringLiteral("/dev/zero")});
+    ASSERT_TRUE(device.waitForFinished(20000));
+    EXPECT_EQ(device.exitCode(), 2);
+    EXPECT_TRUE(device.readAllStandardError().contains("orvella: /dev/zero: not a regular file\n"));
+}
+
+// A request log on a full disk loses lines; the first failed write is said on standard error.
+TEST_F(Program, ARequestLogThatCannotBeWrittenIsSaid) {
+    QProcess& process = start({"--demo", "--request-log", "/dev/full"});
+    QByteArray err;
+    for (int i = 0; i < 200 && !err.contains("cannot write"); ++i) {
+        process.waitForReadyRead(100);
+        err += process.readAllStandardError();
+    }
+    EXPECT_TRUE(err.contains("Request log /dev/full: cannot write (No space left on device)"))
+        << err.toStdString();
 }
 
 TEST_F(Program, CamerasComeAndGoWithTheFolderAndASecondStartHandsOver) {

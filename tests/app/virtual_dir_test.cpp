@@ -96,9 +96,12 @@ TEST_F(Folder, HalfWrittenOrGarbageFilesAreReportedOnceAndPickedUpWhenValid) {
     ASSERT_TRUE(waitFor([&] { return diagnostics() == 1; }));
     writeFile(path("junk.json"), QByteArray("\x00\xff{{{", 5));
     ASSERT_TRUE(waitFor([&] { return diagnostics() == 2; }));
+    // A file too large to be a definition is not read into memory, and said once too.
+    writeFile(path("huge.json"), QByteArray(5 << 20, ' '));
+    ASSERT_TRUE(waitFor([&] { return diagnostics() == 3; }));
     // Nothing new in the folder: nothing said again.
     folder.rescan();
-    EXPECT_EQ(diagnostics(), 2u);
+    EXPECT_EQ(diagnostics(), 3u);
     EXPECT_TRUE(recorder.connected.empty());
 
     writeFile(path("cam.json"), whole);
@@ -109,7 +112,7 @@ TEST_F(Folder, HalfWrittenOrGarbageFilesAreReportedOnceAndPickedUpWhenValid) {
     QByteArray broken = whole;
     broken.replace("\"vendorID\"", "\"mediaDevice\": 7, \"vendorID\"");
     writeFile(path("broken.json"), broken);
-    ASSERT_TRUE(waitFor([&] { return diagnostics() == 3; }));
+    ASSERT_TRUE(waitFor([&] { return diagnostics() == 4; }));
     EXPECT_EQ(recorder.connected.size(), 1u);
 }
 

@@ -6,6 +6,7 @@
 
 #include <QCoreApplication>
 #include <QDir>
+#include <QTemporaryDir>
 
 #include "camera/QTCamera.h"
 #include "platform/virtual/VirtualCaptureDevice.h"
@@ -41,6 +42,49 @@ TEST(VirtualCameraDefinition, RefusesMalformedDefinitionsWithAReason) {
     QString error;
     EXPECT_FALSE(VirtualCamera::fromFile("/nonexistent/cam.json", &error));
     EXPECT_TRUE(error.startsWith("/nonexistent/cam.json: cannot read"));
+}
+
+// A frame's size is what the frame player renders: 65534 x 65534 asked for 12.9 GB. A frame of
+// 4096 x 2304 pixels is the largest taken, in every frame descriptor type.
+TEST(VirtualCameraDefinition, RefusesFramesLargerThanTheLimit) {
+    auto withFrame = [](const char* subtype, const char* size) {
+        return std::string(R"({"vendorID": 1, "productID": 2, "vs": [
+            "0f240102bf00810003000000010000",
+            "1b240401025955593200001000800000aa00389b71100100000000", "2224)") +
+               subtype + "0200" + size + R"(000077010000ca08006009001516050002151605002a2c0a00"]})";
+    };
+    for (const char* subtype : {"05", "07", "11"}) {
+        SCOPED_TRACE(subtype);
+        QString error;
+        EXPECT_TRUE(VirtualCamera::fromJson(
+            QByteArray::fromStdString(withFrame(subtype, "00100009")), &error))
+            << error.toStdString();
+        EXPECT_EQ(refusal(withFrame(subtype, "fefffeff")),
+                  "cam.json: vs: format 1 frame 2 is 65534x65534, more than the 9437184 pixels a "
+                  "frame may have");
+        EXPECT_TRUE(refusal(withFrame(subtype, "00100209")).contains("4096x2306"));
+    }
+}
+
+// Definition files are read only when they are regular files of at most 4 MB: a device would be
+// read for ever, a huge file into memory.
+TEST(VirtualCameraDefinition, ReadsOnlyRegularFilesOfBoundedSize) {
+    QString error;
+    EXPECT_FALSE(VirtualCamera::fromFile("/dev/zero", &error));
+    EXPECT_EQ(error, "/dev/zero: not a regular file");
+
+    QTemporaryDir dir;
+    QFile big(dir.filePath("big.json"));
+    ASSERT_TRUE(big.open(QIODevice::WriteOnly));
+    const QByteArray definition = R"({"vendorID": 1, "productID": 2})";
+    big.write(definition);
+    big.write(QByteArray(VirtualCamera::kMaxDefinitionBytes - definition.size(), ' '));
+    big.flush();
+    EXPECT_TRUE(VirtualCamera::fromFile(big.fileName(), &error)) << error.toStdString();
+    big.write(" ");
+    big.close();
+    EXPECT_FALSE(VirtualCamera::fromFile(big.fileName(), &error));
+    EXPECT_EQ(error, big.fileName() + ": larger than 4 MB; a camera definition is a few kilobytes");
 }
 
 TEST(VirtualCameraDefinition, ShippedDefinitionsLoad) {

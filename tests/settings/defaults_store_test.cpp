@@ -15,6 +15,7 @@
 #include "settings/DefaultsStore.h"
 #include "settings/PlistCodec.h"
 #include "support/VirtualRig.h"
+#include "tests/settings/NestedPlist.h"
 #include "tests/settings/SettingsRig.h"
 
 namespace orvella {
@@ -186,6 +187,9 @@ TEST(DefaultsStore, CorruptFilesAreSetAsideAndNothingGoodIsLost) {
          "</array></plist>"},
         {"truncated binary", binary.left(binary.size() - 20)},
         {"empty", QByteArray()},
+        // Small files that nest deeper than libplist's recursion survives.
+        {"10,000 levels of XML arrays", testing::nestedXml(10000)},
+        {"30,000 levels of binary arrays", testing::nestedBinary(30000)},
     };
     for (const auto& [what, bytes] : damaged) {
         SCOPED_TRACE(what);

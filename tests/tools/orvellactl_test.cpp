@@ -6,6 +6,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QRegularExpression>
 #include <QTemporaryDir>
 
 #include "support/Orvellactl.h"
@@ -70,8 +71,28 @@ TEST(OrvellaCtl, GetsAndSetsControls) {
     const CtlRun set = runOrvellactl(twoCameras({"set", "C270", "Gain", "0x40"}));
     EXPECT_EQ(set.exitCode, 0) << set.err.toStdString();
     EXPECT_EQ(set.out, "Gain = 64\n");
-    EXPECT_EQ(runOrvellactl(twoCameras({"set", "C270", "Brightness", "-5"})).exitCode, 0);
     EXPECT_EQ(runOrvellactl(twoCameras({"defaults", "2"})).exitCode, 0);
+}
+
+// A value beyond the control's range is clamped to the range the camera gave before it is
+// encoded: 100000 cut to Brightness's two bytes reached the camera as another number.
+TEST(OrvellaCtl, ValuesOutsideTheRangeAreClampedAndSaid) {
+    QTemporaryDir dir;
+    const QString log = dir.filePath("requests.log");
+    const CtlRun high = runOrvellactl({"--virtual", cameraFixture("generic.json"), "--request-log",
+                                       log, "set", "1", "Brightness", "100000"});
+    EXPECT_EQ(high.exitCode, 0) << high.err.toStdString();
+    EXPECT_EQ(high.err, "orvellactl: 100000 is outside Brightness's range -64..64; set 64\n");
+    EXPECT_EQ(high.out, "Brightness = 64\n");
+    // The one SET_CUR of brightness (selector 2) carried 64.
+    const QStringList writes = testing::fileLines(log).filter(QRegularExpression("^1 21 01 0200 "));
+    ASSERT_EQ(writes.size(), 1) << testing::fileLines(log).join('\n').toStdString();
+    EXPECT_TRUE(writes[0].endsWith(" 2 4000 ok")) << writes[0].toStdString();
+
+    const CtlRun low = runOrvellactl(twoCameras({"set", "C270", "Brightness", "-5"}));
+    EXPECT_EQ(low.exitCode, 0);
+    EXPECT_EQ(low.err, "orvellactl: -5 is outside Brightness's range 0..255; set 0\n");
+    EXPECT_EQ(low.out, "Brightness = 0\n");
 }
 
 TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
@@ -85,6 +106,8 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
     const QString broken = write("broken.json", "{\"vendorID\": ");
     const QString badMedia = write("media.json", R"({"vendorID": 1, "productID": 2,
         "mediaDevice": {"controls": [{"class": "toolong"}]}})");
+    const QString huge =
+        write("huge.json", QByteArray(5 << 20, ' ').prepend("{\"vendorID\": 1}").constData());
 
     const testing::CtlCase cases[] = {
         {{"show"}, 1, "no camera"},  // this machine has no camera of its own
@@ -103,6 +126,11 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
         {{"--virtual", dir.filePath("missing.json"), "list"}, 1, "missing.json"},
         {{"--virtual", broken, "list"}, 1, "broken.json"},
         {{"--virtual", badMedia, "list"}, 1, "class"},
+        {{"--virtual", "/dev/zero", "list"}, 1, "/dev/zero: not a regular file"},
+        {{"--virtual", huge, "list"}, 1, "larger than 4 MB"},
+        {{"--demo", "--request-log", "/dev/full", "defaults"},
+         1,
+         "cannot write the request log /dev/full: No space left on device"},
         {twoCameras({"get", "Brightness"}), 2, "2 cameras"},
         {twoCameras({"get", "a", "Brightness"}), 1, "matches 2"},
     };
