@@ -16,6 +16,7 @@
 
 #include "platform/Log.h"
 #include "settings/PlistCodec.h"
+#include "settings/PlistShape.h"
 
 namespace orvella::settings {
 
@@ -53,31 +54,43 @@ bool writeWhole(int fd, const QByteArray& bytes) {
     return true;
 }
 
-// Copies a file that does not parse to a new name next to it, named after the time it was found,
-// and removes the original. The new name is created exclusively and never through a symbolic
-// link, so whatever stands at a name already (a planted link included) is neither followed nor
-// replaced. Returns the new name, empty (with errno) when no copy could be made.
-QString moveAside(const QString& path, const QByteArray& bytes) {
+// Moves a file that does not parse to a new name next to it, named after the time it was found.
+// The new name is taken exclusively and never through a symbolic link (a hard link, or where the
+// file system has none an O_EXCL|O_NOFOLLOW copy), so whatever stands at a name already, a planted
+// link included, is neither followed nor replaced. Returns the new name, empty (with errno) when
+// the file could not be moved.
+QString moveAside(const QString& path) {
+    const QByteArray from = QFile::encodeName(path);
     const QString stamp = QDateTime::currentDateTimeUtc().toString("yyyyMMdd'T'HHmmss'Z'");
     for (int n = 1; n < 1000; ++n) {
         const QString name = n == 1 ? path + QStringLiteral(".corrupt-") + stamp
                                     : path + QStringLiteral(".corrupt-%1-%2").arg(stamp).arg(n);
-        const int fd = ::open(QFile::encodeName(name).constData(),
-                              O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kFileMode);
-        if (fd < 0) {
+        const QByteArray to = QFile::encodeName(name);
+        if (::link(from.constData(), to.constData()) != 0) {
             if (errno == EEXIST) continue;
-            return {};
+            if (errno != EPERM && errno != EXDEV && errno != EOPNOTSUPP) return {};
+            QFile original(path);
+            if (!original.open(QIODevice::ReadOnly)) return {};
+            const QByteArray bytes = original.readAll();
+            const int fd = ::open(to.constData(),
+                                  O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, kFileMode);
+            if (fd < 0) {
+                if (errno == EEXIST) continue;
+                return {};
+            }
+            const bool copied = writeWhole(fd, bytes) && ::fsync(fd) == 0;
+            const int saved = errno;
+            if (::close(fd) != 0 || !copied) {
+                ::unlink(to.constData());
+                errno = copied ? errno : saved;
+                return {};
+            }
+        } else {
+            ::chmod(to.constData(), kFileMode);  // the same inode: the original becomes private
         }
-        const bool copied = writeWhole(fd, bytes) && ::fsync(fd) == 0;
-        const int saved = errno;
-        if (::close(fd) != 0 || !copied) {
-            ::unlink(QFile::encodeName(name).constData());
-            errno = copied ? errno : saved;
-            return {};
-        }
-        if (::unlink(QFile::encodeName(path).constData()) != 0) {
+        if (::unlink(from.constData()) != 0) {
             const int unlinkError = errno;
-            ::unlink(QFile::encodeName(name).constData());
+            ::unlink(to.constData());
             errno = unlinkError;
             return {};
         }
@@ -138,7 +151,8 @@ DefaultsStore::DefaultsStore(const QString& path) : path_(path) {
         // No lock could be had: read what is there without setting anything aside.
         QFile file(path_);
         if (file.open(QIODevice::ReadOnly)) {
-            if (auto content = plist::parseDictionary(file.readAll(), nullptr)) values_ = *content;
+            if (auto content = plist::parseDictionary(file.read(plist::kMaxBytes + 1), nullptr))
+                values_ = *content;
         } else if (file.exists()) {
             fail(QStringLiteral("cannot read %1: %2").arg(path_, reason(errno)));
             unreadable_ = true;
@@ -321,7 +335,8 @@ DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
         fail(QStringLiteral("cannot read %1: %2").arg(path_, reason(error)));
         return ReadResult::Failed;
     }
-    const QByteArray bytes = file.readAll();
+    // One byte past the reader's limit is enough to refuse a file that is too large.
+    const QByteArray bytes = file.read(plist::kMaxBytes + 1);
     if (file.error() != QFileDevice::NoError) {
         unreadable_ = true;
         fail(QStringLiteral("cannot read %1: %2").arg(path_, file.errorString()));
@@ -336,7 +351,7 @@ DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
         stamp_ = stamp;
         return ReadResult::Read;
     }
-    const QString aside = moveAside(path_, bytes);
+    const QString aside = moveAside(path_);
     if (aside.isEmpty()) {
         problem_ = QStringLiteral("%1 cannot be read (%2) and cannot be moved aside: %3")
                        .arg(path_, why, reason(errno));
