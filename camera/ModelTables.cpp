@@ -31,6 +31,8 @@ constexpr uint16_t kExtensionUnitFocusProducts[] = {0x0809, 0x080A, 0x0990, 0x09
 
 constexpr uint16_t kRelativePanTiltMotorProduct = 0x0837;
 
+constexpr Model kSteppedZoomCamera = {0x045E, 0x0772};
+
 constexpr Model kFalseAutoModeDisable = {kVendorLogitech, 0x0918};
 
 struct LedModel {
@@ -117,6 +119,10 @@ const ExposureKnobRange* exposureKnobRange(uint16_t vendor, uint16_t product) {
 
 bool isExtensionUnitFocusCamera(uint16_t vendor, uint16_t product) {
     return vendor == kVendorLogitech && contains(kExtensionUnitFocusProducts, product);
+}
+
+bool isSteppedZoomCamera(uint16_t vendor, uint16_t product) {
+    return vendor == kSteppedZoomCamera.vendor && product == kSteppedZoomCamera.product;
 }
 
 bool isRelativePanTiltMotorCamera(uint16_t product) {

@@ -27,6 +27,9 @@ inline bool isExposureKnobCamera(uint16_t vendor, uint16_t product) {
 // of the camera terminal; they report no usable focus range of their own.
 bool isExtensionUnitFocusCamera(uint16_t vendor, uint16_t product);
 
+// The camera whose zoom must be stepped up to a stored value (the Microsoft LifeCam Studio).
+bool isSteppedZoomCamera(uint16_t vendor, uint16_t product);
+
 // The camera that pans and tilts with the relative pan/tilt control (vendor not tested).
 bool isRelativePanTiltMotorCamera(uint16_t product);
 

@@ -107,6 +107,9 @@ class QTCamera {
     IOReturn setUInt64(uint64_t value, int32_t selector, int32_t unit);
     IOReturn getUInt64(int32_t request, int32_t selector, int32_t unit, uint64_t* value);
     IOReturn awakeDeviceThenClose(platform::UsbDevice* device);
+    // True when the camera is there and answers one read of its request error code (a stall is an
+    // answer). A camera that vanished or fell silent may have been read only in part.
+    bool isAnswering();
     static float mapValue(float v, float fromMin, float fromMax, float toMin, float toMax);
 
     // ---- USB device and interface lookup ----

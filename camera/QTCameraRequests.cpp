@@ -3,6 +3,7 @@
 
 #include <cstring>
 
+#include "camera/ControlValues.h"
 #include "camera/QTCamera.h"
 #include "camera/UvcRequests.h"
 #include "platform/Log.h"
@@ -56,6 +57,17 @@ IOReturn QTCamera::sendControlRequest(platform::ControlRequest& request) {
     }
     NSLog("CameraControl Error: Control request failed: %08x", static_cast<uint32_t>(status));
     return status;
+}
+
+bool QTCamera::isAnswering() {
+    if (usesMediaDevice(*this)) return true;
+    uint16_t vendor = 0;
+    if (!controlInterface || controlInterface->getDeviceVendor(vendor) == kIOReturnNoDevice)
+        return false;
+    constexpr int32_t kRequestErrorCodeControl = 0x02;
+    long code = 0;
+    const IOReturn status = getDataFor(uvc::GET_CUR, 1, kRequestErrorCodeControl, 0, &code);
+    return status != kIOReturnNoDevice && !isNotResponding(status);
 }
 
 IOReturn QTCamera::setData(long value, int32_t length, int32_t selector, int32_t unit) {

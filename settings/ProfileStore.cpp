@@ -4,37 +4,19 @@
 #include <QFileInfo>
 #include <algorithm>
 
-#include "camera/ControlValues.h"
+#include "camera/SteppedZoom.h"
 #include "platform/Log.h"
-#include "platform/UvcProtocol.h"
 #include "settings/DefaultsKeys.h"
 
 namespace orvella::settings {
 
 namespace {
 
-// The Microsoft LifeCam Studio, whose zoom is stepped up to a stored value.
-constexpr uint16_t kLifeCamStudioVendor = 0x045E;
-constexpr uint16_t kLifeCamStudioProduct = 0x0772;
-
-// A record holds the camera's state as last read. A USB camera that has gone away or stopped
-// answering may have been read only in part (probing or status reads cut short), and a record of
-// it would replace the user's settings with that half-read state, so nothing is written from it.
-// One read of the VideoControl interface's request error code tells: any answer, a stall
-// included, means the camera is there and listening.
+// A record holds the camera's state as last read; a camera that has gone away or stopped
+// answering may have been read only in part, and a record of it would replace the user's settings
+// with that half-read state, so nothing is written from it.
 bool answers(QTCamera& camera) {
-    if (usesMediaDevice(camera)) return true;
-    uint16_t vendor = 0;
-    if (camera.controlInterface &&
-        camera.controlInterface->getDeviceVendor(vendor) != kIOReturnNoDevice) {
-        constexpr int32_t kRequestErrorCodeControl = 0x02;
-        long code = 0;
-        const IOReturn status =
-            camera.getDataFor(uvc::GET_CUR, 1, kRequestErrorCodeControl, 0, &code);
-        if (status != kIOReturnNoDevice && (static_cast<uint32_t>(status) | 0xE0000000u) !=
-                                               static_cast<uint32_t>(kIOReturnNotResponding))
-            return true;
-    }
+    if (camera.isAnswering()) return true;
     NSLog("Settings of %s not written: the camera is gone or does not answer",
           qPrintable(camera.displayName()));
     return false;
@@ -302,25 +284,12 @@ ProfileStore::AppDefaultOutcome ProfileStore::loadAppDefault(QTCamera& camera,
         found = true;
         loadSettings(record, camera, clock);
         const QVariant zoom = record.value(QStringLiteral("ZoomAbsolute"));
-        if (camera.vendorID() == kLifeCamStudioVendor &&
-            camera.productID() == kLifeCamStudioProduct && zoom.typeId() == QMetaType::LongLong)
+        if (needsSteppedZoom(camera) && zoom.typeId() == QMetaType::LongLong)
             outcome.steppedZoomTarget = static_cast<long>(zoom.toLongLong());
     }
     if (!found)
         outcome.created = saveSettings(QString(keys::kAppDefaultName), true, camera, currentCamera);
     return outcome;
-}
-
-void ProfileStore::zoomMSLifeCamStudio(QTCamera& camera, long target) {
-    // The zoom is a two-byte value; within the camera's own range when it reports one.
-    constexpr long kZoomLimit = 0xFFFF;
-    const SupportedControl& controls = *camera.supportedControl();
-    target = std::min(target, controls.bZoomAbsolute && controls.maxZoomAbsolute > 0
-                                  ? controls.maxZoomAbsolute
-                                  : kZoomLimit);
-    for (long zoom = 0; zoom < target; ++zoom)
-        camera.setZoomAbsolute(zoom);
-    camera.setZoomAbsolute(target);
 }
 
 bool ProfileStore::applyProfile(const QString& model, int listIndex, QTCamera& camera,

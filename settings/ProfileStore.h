@@ -82,16 +82,12 @@ class ProfileStore : public QObject {
     // Applies the model's last-state records to the camera, or creates one when there is none.
     struct AppDefaultOutcome {
         bool created = false;
-        // A Microsoft LifeCam Studio cannot take a large zoom jump: the stored zoom to reach
-        // with zoomMSLifeCamStudio one second later.
+        // A camera that cannot take a large zoom jump (camera/SteppedZoom.h): the stored zoom to
+        // reach with zoomMSLifeCamStudio one second later.
         std::optional<long> steppedZoomTarget;
     };
     AppDefaultOutcome loadAppDefault(QTCamera& camera, QTCamera* currentCamera,
                                      platform::Clock* clock = nullptr);
-
-    // Sends 0, 1, ... up to the target and then the target itself with setZoomAbsolute (the
-    // target is limited to the camera's zoom range, or to two bytes when it reports none).
-    static void zoomMSLifeCamStudio(QTCamera& camera, long target);
 
     // Applies the profile at a list index to the camera (choosing a profile, on the data side; the
     // caller then refreshes the last state with updateSettings(0)). False for an index with no

@@ -3,6 +3,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 
+#include "camera/SteppedZoom.h"
 #include "platform/Clock.h"
 #include "settings/DefaultsKeys.h"
 #include "settings/DefaultsStore.h"
@@ -163,7 +164,7 @@ void applyLast(ProfileStore& profiles, QTCamera& camera) {
     if (!outcome.steppedZoomTarget) return;
     platform::Clock* clock = camera.platform().clock;
     (clock ? *clock : platform::SystemClock::shared()).usleep(kSteppedZoomDelayMicroseconds);
-    ProfileStore::zoomMSLifeCamStudio(camera, *outcome.steppedZoomTarget);
+    zoomMSLifeCamStudio(camera, *outcome.steppedZoomTarget);
 }
 
 }  // namespace

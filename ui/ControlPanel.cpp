@@ -13,6 +13,7 @@
 #include <cmath>
 
 #include "camera/QTCamera.h"
+#include "camera/SteppedZoom.h"
 #include "platform/CaptureDevice.h"
 #include "settings/SettingsID.h"
 #include "ui/Images.h"
@@ -672,17 +673,6 @@ void ControlPanel::clearFPS() {
     ui_->mTxtFPS->clear();
 }
 
-void ControlPanel::zoomMSLifeCamStudio(int64_t target, QTCamera* camera) {
-    if (!camera) return;
-    // Steps beyond the camera's own maximum would only repeat it: a stored target out of range
-    // (a damaged record, say) must not block the interface for billions of requests.
-    const SupportedControl& sc = *camera->supportedControl();
-    const int64_t lastStep = sc.bZoomAbsolute ? std::min<int64_t>(target, sc.maxZoomAbsolute) : 0;
-    for (int64_t step = 0; step < lastStep; ++step)
-        camera->setZoomAbsolute(static_cast<long>(step));
-    camera->setZoomAbsolute(static_cast<long>(target));
-}
-
 void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera) {
     auto timer = new QTimer();
     timer->setSingleShot(true);
@@ -694,7 +684,7 @@ void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera)
         const PendingZoom zoom = *it;
         pendingZooms_.erase(it);
         timer->deleteLater();
-        zoomMSLifeCamStudio(zoom.target, zoom.camera);
+        if (zoom.camera) orvella::zoomMSLifeCamStudio(*zoom.camera, zoom.target);
     });
     timer->start(kSteppedZoomDelayMs);
 }

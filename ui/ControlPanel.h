@@ -105,12 +105,8 @@ class ControlPanel : public QObject {
     void clearFPS();
 
     // ---- Stepped zoom ----
-    // Sends the zoom 0, 1, ... target - 1 and then target, one request each: a camera that cannot
-    // take a large zoom jump in one request gets there step by step. The steps stop at the camera's
-    // maximum zoom.
-    static void zoomMSLifeCamStudio(int64_t target, QTCamera* camera);
-    // The same, kSteppedZoomDelayMs from now on the event loop. A camera that goes away before
-    // then must be passed to forgetCamera.
+    // zoomMSLifeCamStudio (camera/SteppedZoom.h) kSteppedZoomDelayMs from now on the event loop.
+    // A camera that goes away before then must be passed to forgetCamera.
     void scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera);
     // Drops the pending stepped zooms of a camera that is going away.
     void forgetCamera(QTCamera* camera);
