@@ -12,6 +12,7 @@
 #include <QMessageBox>
 #include <QProcess>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
@@ -20,6 +21,7 @@
 #include "app/Orvella.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
+#include "platform/virtual/RequestLog.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "settings/DefaultsKeys.h"
 #include "ui/ControlPanel.h"
@@ -593,6 +595,60 @@ TEST_F(Controller, ALifeCamStudioGetsItsStoredZoomStepByStepASecondAfterPlugIn) 
 
 namespace orvella::app {
 namespace {
+
+// The application and orvellactl put one stored record on a camera with the same requests, the
+// stepped zoom of a stored zoom beyond the camera's range included.
+TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord) {
+    QByteArray lifeCam = fixture("motor-ptz.json");  // zoom 100..500
+    lifeCam.replace("\"0x046d\"", "\"0x045e\"");
+    lifeCam.replace("\"0x0837\"", "\"0x0772\"");
+    {
+        settings::DefaultsStore store(storePath());
+        store.setObject(QVariantMap{{"UVC Camera VendorID_1118 ProductID_1906",
+                                     QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
+                                                              {"AppDefault", true},
+                                                              {"ZoomAbsoluteDisabled", false},
+                                                              {"ZoomAbsolute", 600},
+                                                              {"BrightnessDisabled", false},
+                                                              {"Brightness", 3}}}}},
+                        "Settings");
+        ASSERT_TRUE(store.synchronize());
+    }
+    start();
+    auto camera = plug(lifeCam);
+    QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
+    QStringList fromApp;
+    for (const auto& r : camera->requests())
+        if (r.bmRequestType == 0x21)
+            fromApp << QString::fromStdString(virtualcam::RequestLog::transferLine(
+                1,
+                {r.bmRequestType, r.bRequest, uint8_t(r.wValue), uint8_t(r.wValue >> 8),
+                 uint8_t(r.wIndex), uint8_t(r.wIndex >> 8), uint8_t(r.wLength),
+                 uint8_t(r.wLength >> 8)},
+                r.data, virtualcam::RequestLog::outcomeFor(r.status)));
+    ASSERT_GT(fromApp.size(), 500);
+    stop();
+
+    const QString definition = home.filePath("lifecam.json"), log = home.filePath("requests.log");
+    QFile file(definition);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(lifeCam);
+    file.close();
+    QProcess ctl;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+    ctl.setProcessEnvironment(environment);
+    ctl.start(QStringLiteral(ORVELLA_ORVELLACTL),
+              {"--virtual", definition, "--request-log", log, "apply-last", "1"});
+    ASSERT_TRUE(ctl.waitForFinished(60000));
+    EXPECT_EQ(ctl.exitCode(), 0) << ctl.readAllStandardError().toStdString();
+    QFile written(log);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    const QStringList fromTool = QString::fromUtf8(written.readAll())
+                                     .split('\n', Qt::SkipEmptyParts)
+                                     .filter(QRegularExpression("^1 21 "));
+    EXPECT_EQ(fromTool, fromApp);
+}
 
 TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
     {
