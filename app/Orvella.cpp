@@ -64,7 +64,7 @@ class ProfilePopUpModel final : public QIdentityProxyModel {
 // A stored interval in ticks; nonsense (negative, huge) reads as off.
 int storedInterval(const settings::DefaultsStore& defaults, const char* key) {
     const qint64 ticks = defaults.integerForKey(QLatin1String(key));
-    return ticks > 0 && ticks <= 3600 * 2 ? static_cast<int>(ticks) : 0;
+    return ticks > 0 && ticks <= settings::kMaxIntervalTicks ? static_cast<int>(ticks) : 0;
 }
 
 void showIntervalTag(QComboBox* pop, int tag) {

@@ -7,11 +7,10 @@ namespace orvella::settings {
 
 namespace {
 
-// An interval tag as stored; anything that is not one of the pop-ups' tags reads as off.
+// An interval tag as stored, the tag of an item the pop-ups add for it included; nonsense
+// (negative, beyond an hour) reads as off.
 int intervalTag(qint64 stored) {
-    for (const IntervalChoice& choice : kIntervalChoices)
-        if (choice.tag == stored) return choice.tag;
-    return 0;
+    return stored > 0 && stored <= kMaxIntervalTicks ? static_cast<int>(stored) : 0;
 }
 
 }  // namespace

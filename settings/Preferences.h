@@ -30,6 +30,11 @@ inline constexpr std::array<IntervalChoice, 5> kIntervalChoices{{
     {20, 10},
 }};
 
+// The longest interval kept, in ticks (an hour). A stored interval the pop-ups do not offer (a
+// script or an older version may store one) is kept and shown as an item of its own; anything
+// not between 1 and this reads as off.
+inline constexpr int kMaxIntervalTicks = 3600 * 2;
+
 // The settle times the guard's pop-up offers, in milliseconds; the first is the default. A stored
 // time between the limits that the pop-up does not offer is kept (a script or a test may store
 // one); anything else reads as the default.

@@ -401,6 +401,22 @@ TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
     EXPECT_EQ(info->informativeText(), ui::nameFormat("WriteIntervalInfo"));
     info->buttons().first()->click();
 
+    // An interval the pop-ups do not offer shows as an item of its own, and choosing that item
+    // keeps it.
+    stop();
+    {
+        settings::DefaultsStore store(storePath());
+        store.setInteger(6, QStringLiteral("UpdateSlider"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    start();
+    const int extra = ui().mPopUpdateSlider->findData(6);
+    ASSERT_GE(extra, 0);
+    EXPECT_EQ(ui().mPopUpdateSlider->currentIndex(), extra);
+    emit ui().mPopUpdateSlider->activated(extra);
+    EXPECT_EQ(settings::DefaultsStore(storePath()).integerForKey(QStringLiteral("UpdateSlider")),
+              6);
+
     // Hiding the icon disables the icon choice; closing the panel hides it and is remembered.
     orvella->clickHideMenuBarIcon(true);
     EXPECT_FALSE(ui().mBtnBWMenuIcon->isEnabled());
