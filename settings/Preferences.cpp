@@ -1,6 +1,8 @@
 #include "settings/Preferences.h"
 
+#include "platform/Log.h"
 #include "settings/DefaultsKeys.h"
+#include "settings/PlistCodec.h"
 #include "settings/ProfileStore.h"
 
 namespace orvella::settings {
@@ -53,15 +55,32 @@ void Preferences::readDefaults() {
     _updateSlider = intervalTag(defaults_.integerForKey(keys::kUpdateSlider));
     _reconfigureWebcam = intervalTag(defaults_.integerForKey(keys::kReconfigureWebcam));
     _hideMenuBarIcon = defaults_.integerForKey(keys::kHideMenuBarIcon);
+    read_ = {{keys::kShowHideControlPanel, _panelOn},
+             {keys::kLaunchAtLogin, _launchAtLogin},
+             {keys::kHideMenuBarIcon, _hideMenuBarIcon}};
     // The menu-bar icon is always black and white; a stored colour choice ends here.
     _bwMenuIcon = 1;
 }
 
+void Preferences::writeValue(const QVariant& value, const QString& key) {
+    const QVariant stored = defaults_.persistentDomain().value(key);
+    if (stored.isValid() && stored.typeId() != plist::normalized(value).typeId() &&
+        read_.value(key) == value) {
+        // Unchanged since it was read from a value of another type: that value stays.
+        if (!read_.contains(QStringLiteral("reported ") + key))
+            NSLog("Preferences: \"%s\" holds a %s; it is kept as it is", qPrintable(key),
+                  stored.typeName());
+        read_.insert(QStringLiteral("reported ") + key, true);
+        return;
+    }
+    defaults_.setValue(value, key);
+}
+
 bool Preferences::writeDefaults() {
     defaults_.setValue(_bwMenuIcon, keys::kBlackAndWhiteMenuIcon);
-    defaults_.setValue(_panelOn, keys::kShowHideControlPanel);
-    defaults_.setValue(_launchAtLogin, keys::kLaunchAtLogin);
-    defaults_.setValue(_hideMenuBarIcon, keys::kHideMenuBarIcon);
+    writeValue(_panelOn, keys::kShowHideControlPanel);
+    writeValue(_launchAtLogin, keys::kLaunchAtLogin);
+    writeValue(_hideMenuBarIcon, keys::kHideMenuBarIcon);
     return defaults_.synchronize();
 }
 
@@ -142,7 +161,15 @@ bool Preferences::displayValue(int32_t settingsID) const {
 
 void Preferences::setDisplayValue(int32_t settingsID, bool on) {
     defaults_.modify([&] {
-        QVariantMap values = defaults_.dictionaryForKey(keys::kDisplayValue);
+        const QVariant stored = defaults_.objectForKey(keys::kDisplayValue);
+        if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap) {
+            NSLog(
+                "Preferences: \"%s\" holds a %s where a dictionary belongs; it is kept as it "
+                "is and the choice is not stored",
+                keys::kDisplayValue.data(), stored.typeName());
+            return;
+        }
+        QVariantMap values = stored.toMap();
         values.insert(QString::number(settingsID), on);
         defaults_.setObject(values, keys::kDisplayValue);
     });

@@ -112,6 +112,10 @@ class Preferences {
     qint64 _hideMenuBarIcon = 0;
     int _updateSlider = 0;
     int _reconfigureWebcam = 0;
+    // The mirrored values as readDefaults found them, so that a key nobody changed is not written
+    // over a stored value of another type (a "yes" where a boolean belongs).
+    QVariantMap read_;
+    void writeValue(const QVariant& value, const QString& key);
 };
 
 }  // namespace orvella::settings

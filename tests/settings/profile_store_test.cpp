@@ -337,8 +337,10 @@ TEST(Preferences, AFreshUserAndTheLoginItem) {
     EXPECT_EQ(restarted.bwMenuIcon(), 1);
 
     preferences.selectUpdateSlider(4);
-    preferences.selectReconfigureWebcam(3);  // not a tag of the pop-up: off
+    preferences.selectReconfigureWebcam(3);  // not offered, but kept as it is
     EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("UpdateSlider"), 4);
+    EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("ReconfigureWebcam"), 3);
+    preferences.selectReconfigureWebcam(-5);  // nonsense: off
     EXPECT_EQ(DefaultsStore(prefs.file()).integerForKey("ReconfigureWebcam"), 0);
 
     preferences.setDisplayValue(3, true);
@@ -357,6 +359,28 @@ TEST(Preferences, AFreshUserAndTheLoginItem) {
     preferences.switchOffLaunchAtLogin();
     EXPECT_FALSE(QFile::exists(login.path()));
     EXPECT_FALSE(DefaultsStore(prefs.file()).boolForKey("Launch at Login"));
+}
+
+// Preferences of another type than the application writes stay as they are until the user
+// changes them: a start writes nothing over them, and a choice that needs the dictionary is not
+// stored.
+TEST(Preferences, ValuesOfAnotherTypeAreKeptUntilChanged) {
+    ScratchPreferences prefs;
+    DefaultsStore defaults(prefs.file());
+    defaults.setObject(QString("yes"), "Show/Hide Control Panel");
+    defaults.setObject(QVariantList{1, 2}, "Display Value");
+    ASSERT_TRUE(defaults.synchronize());
+    ProfileStore profiles(defaults);
+    settings::Preferences preferences(defaults);
+    preferences.startUp(profiles);
+    preferences.setDisplayValue(3, true);
+    DefaultsStore after(prefs.file());
+    EXPECT_EQ(after.objectForKey("Show/Hide Control Panel"), QVariant(QString("yes")));
+    EXPECT_EQ(after.objectForKey("Display Value"), QVariant(QVariantList{1, 2}));
+    EXPECT_EQ(after.integerForKey("Black and White Menu Icon"), 1);  // written at every start
+    // A change the user makes is written.
+    preferences.setPanelOn(true);
+    EXPECT_EQ(DefaultsStore(prefs.file()).objectForKey("Show/Hide Control Panel"), QVariant(true));
 }
 
 }  // namespace
