@@ -264,4 +264,27 @@ QByteArray toXml(const QVariantMap& root) {
     return bytes;
 }
 
+QString typeName(const QVariant& value) {
+    switch (value.typeId()) {
+        case QMetaType::QVariantMap:
+            return QStringLiteral("dictionary");
+        case QMetaType::QVariantList:
+            return QStringLiteral("array");
+        case QMetaType::LongLong:
+            return QStringLiteral("integer");
+        case QMetaType::Double:
+            return QStringLiteral("real");
+        case QMetaType::Bool:
+            return QStringLiteral("boolean");
+        case QMetaType::QString:
+            return QStringLiteral("string");
+        case QMetaType::QByteArray:
+            return QStringLiteral("data");
+        case QMetaType::QDateTime:
+            return QStringLiteral("date");
+        default:
+            return QString::fromLatin1(value.typeName());
+    }
+}
+
 }  // namespace orvella::settings::plist

@@ -24,6 +24,10 @@ std::optional<QVariantMap> parseDictionary(const QByteArray& bytes, QString* why
 // an object) are left out, and so are containers nested deeper than kMaxDepth (logged).
 QByteArray toXml(const QVariantMap& root);
 
+// The property-list name of a value's type ("dictionary", "array", "integer", "real",
+// "boolean", "string", "data", "date"), for messages about values of an unexpected type.
+QString typeName(const QVariant& value);
+
 // `value` in the representation above: every integer type becomes qint64, float double, string
 // lists and hashes become lists and maps, recursively. Values with no property-list form become
 // an invalid QVariant.

@@ -68,8 +68,8 @@ void Preferences::writeValue(const QVariant& value, const QString& key) {
         read_.value(key) == value) {
         // Unchanged since it was read from a value of another type: that value stays.
         if (!read_.contains(QStringLiteral("reported ") + key))
-            NSLog("Preferences: \"%s\" holds a %s; it is kept as it is", qPrintable(key),
-                  stored.typeName());
+            NSLog("Preferences: \"%s\" holds a value of type %s; it is kept as it is",
+                  qPrintable(key), qPrintable(plist::typeName(stored)));
         read_.insert(QStringLiteral("reported ") + key, true);
         return;
     }
@@ -164,9 +164,9 @@ void Preferences::setDisplayValue(int32_t settingsID, bool on) {
         const QVariant stored = defaults_.objectForKey(keys::kDisplayValue);
         if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap) {
             NSLog(
-                "Preferences: \"%s\" holds a %s where a dictionary belongs; it is kept as it "
-                "is and the choice is not stored",
-                keys::kDisplayValue.data(), stored.typeName());
+                "Preferences: \"%s\" holds a value of type %s where a dictionary belongs; it "
+                "is kept as it is and the choice is not stored",
+                keys::kDisplayValue.data(), qPrintable(plist::typeName(stored)));
             return;
         }
         QVariantMap values = stored.toMap();

@@ -7,6 +7,7 @@
 #include "camera/SteppedZoom.h"
 #include "platform/Log.h"
 #include "settings/DefaultsKeys.h"
+#include "settings/PlistCodec.h"
 
 namespace orvella::settings {
 
@@ -88,10 +89,9 @@ bool ProfileStore::hasControlCharacters(const QString& name) {
 
 void ProfileStore::reportKept(const QString& where, const QVariant& value, const char* expected) {
     problem_ = QStringLiteral(
-                   "%1 in %2 holds a %3 where a %4 belongs; it is kept as it is and "
-                   "nothing is saved in it")
-                   .arg(where, defaults_.path(), QString::fromLatin1(value.typeName()),
-                        QLatin1String(expected));
+                   "%1 in %2 holds a value of type %3 where %4 belongs; it is kept as it "
+                   "is and nothing is saved in it")
+                   .arg(where, defaults_.path(), plist::typeName(value), QLatin1String(expected));
     if (reported_.contains(where)) return;
     reported_.insert(where);
     NSLog("Settings: %s", qPrintable(problem_));
@@ -100,7 +100,7 @@ void ProfileStore::reportKept(const QString& where, const QVariant& value, const
 bool ProfileStore::writableDictionary(const QString& key, QVariantMap* dictionary) {
     const QVariant stored = defaults_.objectForKey(key);
     if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap) {
-        reportKept(QStringLiteral("\"%1\"").arg(key), stored, "dictionary");
+        reportKept(QStringLiteral("\"%1\"").arg(key), stored, "a dictionary");
         return false;
     }
     *dictionary = stored.toMap();
@@ -112,7 +112,7 @@ bool ProfileStore::writableSettings(const QString& model, QVariantMap* settings,
     if (!writableDictionary(keys::kSettings, settings)) return false;
     const QVariant entry = settings->value(model);
     if (entry.isValid() && entry.typeId() != QMetaType::QVariantList) {
-        reportKept(QStringLiteral("the entry of %1").arg(model), entry, "list of profiles");
+        reportKept(QStringLiteral("the entry of %1").arg(model), entry, "a list of profiles");
         return false;
     }
     *array = entry.toList();
@@ -429,7 +429,7 @@ bool ProfileStore::cleanDefaults() {
         for (auto it = settings.cbegin(); it != settings.cend(); ++it) {
             if (it.value().typeId() != QMetaType::QVariantList) {
                 reportKept(QStringLiteral("the entry of %1").arg(it.key()), it.value(),
-                           "list of profiles");
+                           "a list of profiles");
                 cleaned.insert(it.key(), it.value());
                 continue;
             }
@@ -439,7 +439,7 @@ bool ProfileStore::cleanDefaults() {
             for (const QVariant& record : it.value().toList()) {
                 if (!isRecord(record)) {
                     reportKept(QStringLiteral("a profile of %1").arg(it.key()), record,
-                               "dictionary");
+                               "a dictionary");
                     kept.append(record);
                     continue;
                 }

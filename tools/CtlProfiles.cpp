@@ -159,8 +159,11 @@ void noteSetAside(const settings::DefaultsStore& store, std::ostream& err) {
             << " and the preferences start empty\n";
 }
 
-void applyLast(ProfileStore& profiles, QTCamera& camera) {
+void applyLast(ProfileStore& profiles, QTCamera& camera, std::ostream& err) {
     const auto outcome = profiles.loadAppDefault(camera, &camera);
+    // A camera with no last state gets one; say so when it could not be kept.
+    if (!profiles.problem().isEmpty())
+        err << "orvellactl: note: " << profiles.problem().toStdString() << '\n';
     if (!outcome.steppedZoomTarget) return;
     platform::Clock* clock = camera.platform().clock;
     (clock ? *clock : platform::SystemClock::shared()).usleep(kSteppedZoomDelayMicroseconds);
@@ -222,13 +225,13 @@ std::optional<CtlFailure> runApplyLastCommand(const CtlCameras& cameras,
             return CtlFailure{QStringLiteral("apply-last takes a CAMERA or --all, not both"),
                               kExitUsage};
         for (QTCamera* camera : cameras.all)
-            applyLast(profiles, *camera);
+            applyLast(profiles, *camera, err);
         return std::nullopt;
     }
     const auto found =
         cameras.find(arguments.isEmpty() ? std::nullopt : std::optional(arguments[0]));
     if (const auto* failure = std::get_if<CtlFailure>(&found)) return *failure;
-    applyLast(profiles, *std::get<QTCamera*>(found));
+    applyLast(profiles, *std::get<QTCamera*>(found), err);
     return std::nullopt;
 }
 
