@@ -1,5 +1,6 @@
 #pragma once
-// The movie file output of a capture session, written with FFmpeg's libraries. The container
+// The movie file output of a capture session, written with FFmpeg's libraries through
+// media::MovieWriter (frames it encodes are decoded here first, by FrameDecoder). The container
 // follows the file's extension (.mkv, .mp4, .mov, .avi, ...). The video compression is an FFmpeg
 // encoder name ("libx264", "mpeg4", "mjpeg", "ffv1", ...); without one, MJPEG frames are copied
 // unchanged when the container can hold MJPEG, and anything else is encoded with the container's

@@ -1,6 +1,7 @@
 #pragma once
-// Sound capture on Linux: an ALSA capture device read through FFmpeg's libavdevice ("alsa"
-// input), as signed 16-bit samples at 48 kHz (the "plughw" layer converts what the hardware has).
+// Sound capture on Linux: an ALSA capture device, read by media/AlsaAudioSource (FFmpeg's
+// libavdevice "alsa" input) as signed 16-bit samples at 48 kHz (the "plughw" layer converts what
+// the hardware has).
 // A USB camera's own microphone is the ALSA card of the same USB device: an interface of it has
 // a sound/cardN directory in sysfs.
 
