@@ -612,13 +612,15 @@ TEST_F(Controller, ALifeCamStudioGetsItsStoredZoomStepByStepASecondAfterPlugIn) 
 namespace orvella::app {
 namespace {
 
+constexpr uint8_t kCT = 1, kZoomSelector = 0x0B;
+
 // The application and orvellactl put one stored record on a camera with the same requests, the
 // stepped zoom of a stored zoom beyond the camera's range included.
 TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord) {
     QByteArray lifeCam = fixture("motor-ptz.json");  // zoom 100..500
     lifeCam.replace("\"0x046d\"", "\"0x045e\"");
     lifeCam.replace("\"0x0837\"", "\"0x0772\"");
-    {
+    const auto storeRecord = [&] {
         settings::DefaultsStore store(storePath());
         store.setObject(QVariantMap{{"UVC Camera VendorID_1118 ProductID_1906",
                                      QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
@@ -629,7 +631,8 @@ TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord
                                                               {"Brightness", 3}}}}},
                         "Settings");
         ASSERT_TRUE(store.synchronize());
-    }
+    };
+    storeRecord();
     start();
     auto camera = plug(lifeCam);
     QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
@@ -643,7 +646,13 @@ TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord
                  uint8_t(r.wLength >> 8)},
                 r.data, virtualcam::RequestLog::outcomeFor(r.status)));
     ASSERT_GT(fromApp.size(), 500);
+    // The camera became current, so the application refreshed the last state with what the
+    // camera holds; the zoom follows the stepped zoom, which never goes past the camera's maximum.
+    const QString model = QStringLiteral("UVC Camera VendorID_1118 ProductID_1906");
+    EXPECT_EQ(orvella->profileStore().appDefaultRecord(model)->value("ZoomAbsolute").toLongLong(),
+              camera->currentValue(kCT, kZoomSelector));
     stop();
+    storeRecord();  // orvellactl gets the same record
 
     const QString definition = home.filePath("lifecam.json"), log = home.filePath("requests.log");
     QFile file(definition);
@@ -689,7 +698,7 @@ TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
 namespace orvella::app {
 namespace {
 
-constexpr uint8_t kCT = 1, kAutoExposureModeSelector = 0x02, kExposureTimeSelector = 0x04;
+constexpr uint8_t kAutoExposureModeSelector = 0x02, kExposureTimeSelector = 0x04;
 constexpr uint8_t kWhiteBalanceAutoSelector = 0x0B;
 
 struct Following : Controller {
@@ -842,6 +851,45 @@ TEST_F(Following, TheGuardIsOffByDefaultAndRestsAcrossSleep) {
     // Once the cameras are back, a change is answered again.
     setByOther(*camera, kPU, kBrightnessSelector, 43);
     QTRY_COMPARE_WITH_TIMEOUT(camera->currentValue(kPU, kBrightnessSelector), 0, 3000);
+}
+
+}  // namespace
+}  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+// The list's item is chosen whenever a camera becomes current, also the camera default or no
+// item: the last state is refreshed with the camera current, and the camera default applies
+// nothing.
+TEST_F(Following, ACameraBecomingCurrentRefreshesItsLastStateAndTheCameraDefaultSendsNothing) {
+    // The first camera's record is made at plug-in, before it is current; only the current
+    // camera's iris position can be read, so the record is completed when the panel shows it.
+    auto iris = plug(fixture("full-pu.json"));  // aperture priority, a relative iris
+    start();
+    const QString model = orvella->qtCamera()->modelUniqueID();
+    ASSERT_TRUE(orvella->profileStore().appDefaultRecord(model));
+    EXPECT_TRUE(
+        orvella->profileStore().appDefaultRecord(model)->contains(QStringLiteral("Aperture")));
+    EXPECT_EQ(popUpIndex(), -1);
+    stop();
+    platform.removeCamera(platform.capture().devices().front());
+
+    auto camera = plug(fixture("generic.json"));
+    start();
+    setByOther(*camera, kPU, kBrightnessSelector, 30);
+    QTRY_COMPARE_WITH_TIMEOUT(row(SettingsID::kBrightness).cur(), int64_t{30}, 1000);
+    EXPECT_EQ(lastState("Brightness"), 0);
+    camera->clearRequests();
+    // "Camera default" chosen in the panel: in force in both lists, nothing sent, and the last
+    // state holds what the camera holds now.
+    ui().mPopProfile->setCurrentIndex(0);
+    emit ui().mPopProfile->activated(0);
+    EXPECT_EQ(popUpIndex(), 0);
+    EXPECT_EQ(menuCheckedRow(), 0);
+    EXPECT_EQ(allSetCurCount(*camera), 0);
+    EXPECT_EQ(lastState("Brightness"), 30);
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 30);
 }
 
 }  // namespace
