@@ -208,6 +208,11 @@ void Orvella::wirePanel() {
 
 void Orvella::wireMenu() {
     menu_->setCameraModel(&cameras_);
+    // The camera-default item acts only while there is a camera: the panel's emptying takes its
+    // action away, building the lists for a camera gives it back.
+    menu_->setCameraDefaultActive(false);
+    connect(panel_.get(), &ui::ControlPanel::cameraControlsCleared, menu_.get(),
+            [this] { menu_->setCameraDefaultActive(false); });
     menu_->setProfileModel(&profileList_, settings::kFirstProfileIndex,
                            ProfileListModel::MenuStarImageRole);
     connect(menu_.get(), &ui::StatusMenu::cameraSelected, this, [this](int row) {

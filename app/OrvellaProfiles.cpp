@@ -200,6 +200,7 @@ void Orvella::buildProfileLists() {
     // this camera current, so its record is complete (the aperture is read from the current
     // camera only).
     const int row = profileList_.showModel(camera->modelUniqueID(), camera->bLoadAtStart());
+    menu_->setCameraDefaultActive(true);
     selectProfile(row);
     camera->setBLoadAtStart(true);
 }

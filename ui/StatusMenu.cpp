@@ -32,7 +32,9 @@ StatusMenu::StatusMenu(QWidget* parent) : QMenu(parent) {
     mItmWebcamBottom = addSeparator();
     mItmSettingsLabel = addAction(QString());
     mItmSettingsLabel->setEnabled(false);
-    mItmSettingsDefault = addAction(QString(), this, [this] { emit profileSelected(0); });
+    mItmSettingsDefault = addAction(QString(), this, [this] {
+        if (cameraDefaultActive_) emit profileSelected(0);
+    });
     mItmSettingsDefault->setCheckable(true);
     mItmSettingsBottom = addSeparator();
     mItmShowHide = addAction(QString(), this, &StatusMenu::showHideClicked);
@@ -137,7 +139,7 @@ void StatusMenu::rebuildProfiles() {
         return name.isEmpty() ? QIcon() : QIcon(QStringLiteral(":/images/%1.svg").arg(name));
     };
     if (rows > 0) {
-        mItmSettingsDefault->setChecked(inForce(profiles_->index(0, 0)));
+        mItmSettingsDefault->setChecked(cameraDefaultActive_ && inForce(profiles_->index(0, 0)));
         mItmSettingsDefault->setIcon(icon(profiles_->index(0, 0)));
     }
     for (int row = firstProfileRow_; row < rows; ++row) {
@@ -158,12 +160,19 @@ void StatusMenu::rebuildProfiles() {
     validateAll();
 }
 
+void StatusMenu::setCameraDefaultActive(bool active) {
+    cameraDefaultActive_ = active;
+    if (!active) mItmSettingsDefault->setChecked(false);
+    validateAll();
+}
+
 void StatusMenu::setSheetOpen(bool open) {
     sheetOpen_ = open;
     validateAll();
 }
 
 bool StatusMenu::validateMenuItem(const QAction* item) const {
+    if (item == mItmSettingsDefault && !cameraDefaultActive_) return false;
     if (!sheetOpen_) return true;
     if (item == mItmShowHide || item == mItmQuit || item == mItmSettingsDefault) return false;
     for (const auto* list : {&cameraItems_, &profileItems_})

@@ -39,6 +39,11 @@ class StatusMenu final : public QMenu {
     void setPanelOn(bool panelOn, const QString& appName);
     void setBWMenuIcon(bool on);
 
+    // The camera-default item's action (the reset to the camera's defaults) is there only while
+    // a camera is: without one the item is off and greyed. On by default.
+    void setCameraDefaultActive(bool active);
+    bool cameraDefaultActive() const { return cameraDefaultActive_; }
+
     // While a dialog is attached to the panel, the items that would change what it works on are
     // disabled: show/hide, quit, the default profile, every camera and profile item.
     void setSheetOpen(bool open);
@@ -81,6 +86,7 @@ class StatusMenu final : public QMenu {
     std::vector<QAction*> cameraItems_;
     std::vector<QAction*> profileItems_;
     bool sheetOpen_ = false;
+    bool cameraDefaultActive_ = true;
 };
 
 namespace tray {

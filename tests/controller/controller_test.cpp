@@ -434,6 +434,10 @@ TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
 TEST_F(Controller, WithoutACameraThePanelOffersTheDemoCamera) {
     start();
     EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
+    // Without a camera the tray's camera-default item is off and does nothing.
+    QAction* cameraDefault = orvella->statusMenu().mItmSettingsDefault;
+    EXPECT_FALSE(cameraDefault->isEnabled());
+    EXPECT_FALSE(cameraDefault->isChecked());
     int asked = 0;
     orvella->setDemoCamera([&] {
         ++asked;
@@ -446,11 +450,17 @@ TEST_F(Controller, WithoutACameraThePanelOffersTheDemoCamera) {
     EXPECT_EQ(cameras.size(), 1);
     EXPECT_TRUE(orvella->noCameraBanner()->isHidden());
     EXPECT_EQ(ui().mPopCamera->currentIndex(), 0);
-    // Unplugged again: the panel says so once more and its controls are off.
+    EXPECT_TRUE(cameraDefault->isEnabled());
+    cameraDefault->trigger();  // the reset: the camera default is in force
+    EXPECT_TRUE(cameraDefault->isChecked());
+    // Unplugged again: the panel says so once more and its controls are off, the tray's
+    // camera-default item included.
     platform.removeCamera(platform.capture().devices().front());
     EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
     EXPECT_EQ(orvella->qtCamera(), nullptr);
     EXPECT_FALSE(ui().mPopProfile->isEnabled());
+    EXPECT_FALSE(cameraDefault->isEnabled());
+    EXPECT_FALSE(cameraDefault->isChecked());
 }
 
 // The controller is the current camera's capture delegate: a session on it shows its frame rate
