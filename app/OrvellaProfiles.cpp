@@ -206,9 +206,9 @@ void Orvella::buildProfileLists() {
 }
 
 void Orvella::refreshPanelValues() {
-    if (!qtCamera()) return;
-    panel_->loadSupportedControlUVCValue();
-    panel_->disableAutoControl();
+    // The modes and values as the camera reports them; a row an automatic mode owns keeps what it
+    // showed.
+    if (qtCamera()) panel_->disableAutoControl();
 }
 
 void Orvella::followProfileRow() {

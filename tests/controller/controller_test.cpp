@@ -902,5 +902,26 @@ TEST_F(Following, ACameraBecomingCurrentRefreshesItsLastStateAndTheCameraDefault
     EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 30);
 }
 
+// Choosing a profile or resetting the camera re-reads the camera's modes and values; a row an
+// automatic mode owns keeps the value it showed.
+TEST_F(Following, AGovernedRowKeepsItsValueWhenAProfileIsChosenOrTheCameraReset) {
+    auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time governed
+    start();
+    saveProfile(QStringLiteral("Evening"));
+    row(SettingsID::kBrightness).plusAction();
+    ASSERT_FALSE(enabled(SettingsID::kExposureTimeAbsolute));
+    const int64_t shown = row(SettingsID::kExposureTimeAbsolute).cur();
+    // The automatic mode moves the exposure without telling.
+    ASSERT_TRUE(camera->setCurrentValue(kCT, kExposureTimeSelector, 700));
+    ASSERT_NE(shown, 700);
+
+    orvella->selectProfile(2);
+    EXPECT_EQ(row(SettingsID::kBrightness).cur(), 0);
+    EXPECT_EQ(row(SettingsID::kExposureTimeAbsolute).cur(), shown);
+    orvella->clickResetToDefault();
+    EXPECT_EQ(row(SettingsID::kExposureTimeAbsolute).cur(), shown);
+    EXPECT_FALSE(enabled(SettingsID::kExposureTimeAbsolute));
+}
+
 }  // namespace
 }  // namespace orvella::app
