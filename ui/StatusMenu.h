@@ -28,7 +28,8 @@ class StatusMenu final : public QMenu {
     // The profile list: row 0 is the camera default (mItmSettingsDefault's state), rows from
     // `firstProfileRow` on are the profiles; rows whose Qt::AccessibleDescriptionRole is
     // "separator" are skipped. A profile in force that was changed by hand (partially checked)
-    // keeps its check mark. With `starImageRole`, each item shows the image that role names
+    // shows the mixed state as menus do: no check mark, the "ProfileModified" image and
+    // "(modified)" after its title. With `starImageRole`, each item shows the image that role names
     // (":/images/<name>.svg", the load-at-start star), else the model's decoration.
     void setProfileModel(QAbstractItemModel* model, int firstProfileRow = 2,
                          int starImageRole = -1);

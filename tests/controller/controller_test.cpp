@@ -264,7 +264,9 @@ TEST_F(Controller, PopUpAndMenuStayInStepThroughSavesDeletesUpdatesAndCameraSwit
     // A manual change marks A as changed in both lists; updating stores it and clears the mark.
     orvella->panel().row(SettingsID::kBrightness)->plusAction();
     EXPECT_TRUE(orvella->profileList().isModified());
-    EXPECT_TRUE(orvella->statusMenu().profileItems().at(0)->isChecked());
+    EXPECT_FALSE(orvella->statusMenu().profileItems().at(0)->isChecked());
+    EXPECT_TRUE(orvella->statusMenu().profileItems().at(0)->text().endsWith(
+        ui::localized("ProfileModified")));
     orvella->clickUpdateProfile();
     EXPECT_FALSE(orvella->profileList().isModified());
     EXPECT_EQ(orvella->profileStore().profileAt(model, 2)->value(QStringLiteral("Brightness")), 1);
