@@ -467,6 +467,35 @@ TEST_F(Controller, WithoutACameraThePanelOffersTheDemoCamera) {
 
 // The controller is the current camera's capture delegate: a session on it shows its frame rate
 // in the panel, which shows no rate (and no bare unit) while none runs.
+// A format another program's stream sets on the current camera shows in the panel at once; one
+// set on a camera in the background does not.
+TEST_F(Controller, ThePanelShowsTheFormatTheCurrentCameraStreamsNow) {
+    auto camera = plug(fixture("generic.json"));
+    auto background = plug(genericAt("0x14200000"));
+    start();
+    EXPECT_EQ(ui().mTxtFormatType->text(), QStringLiteral("YUY2"));
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("YUY2, 640 x 480"));
+    const uint32_t mjpg = 0x4D4A5047;
+    std::string error;
+    ASSERT_TRUE(background->streamFormatByAnotherProgram(mjpg, 1280, 720, &error)) << error;
+    QTest::qWait(50);
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("YUY2, 640 x 480"));
+    ASSERT_TRUE(camera->streamFormatByAnotherProgram(mjpg, 1280, 720, &error)) << error;
+    QTRY_COMPARE_WITH_TIMEOUT(ui().mTxtFormatSummary->text(), QStringLiteral("MJPG, 1280 x 720"),
+                              1000);
+    EXPECT_EQ(ui().mTxtFormatType->text(), QStringLiteral("MJPG"));
+    // The camera in the background, once chosen, shows the format it streams.
+    orvella->statusMenu().cameraItems().at(1)->trigger();
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("MJPG, 1280 x 720"));
+    // Unplugged, nothing is told any more and nothing breaks.
+    platform.removeCamera(platform.capture().devices().front());
+    platform.removeCamera(platform.capture().devices().front());
+    EXPECT_EQ(discovery->observingCount(), 0u);
+    EXPECT_FALSE(camera->streamFormatByAnotherProgram(mjpg, 1280, 720, &error));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QString());
+}
+
 TEST_F(Controller, TheFrameRateOfASessionOnTheCurrentCameraShowsWhileItRuns) {
     plug(fixture("generic.json"));
     start();
