@@ -12,6 +12,7 @@
 
 #include "app/PeriodicReapply.h"
 #include "camera/QTCamera.h"
+#include "platform/CaptureDevice.h"
 #include "platform/Log.h"
 #include "settings/SettingsRecord.h"
 #include "ui/ControlPanel.h"
@@ -75,6 +76,23 @@ void showIntervalTag(QComboBox* pop, int tag) {
 
 }  // namespace
 
+class Orvella::FormatFollower final : public platform::CaptureFormatObserver {
+  public:
+    FormatFollower(ui::ControlPanel& panel, QTCamera* camera,
+                   std::shared_ptr<platform::CaptureDevice> device)
+        : panel_(panel), camera_(camera), device_(std::move(device)) {
+        device_->setFormatObserver(this);
+    }
+    ~FormatFollower() override { device_->setFormatObserver(nullptr); }
+    QTCamera* camera() const { return camera_; }
+    void captureFormatChanged() override { panel_.qtCameraFormatChanged(device_.get()); }
+
+  private:
+    ui::ControlPanel& panel_;
+    QTCamera* camera_;
+    std::shared_ptr<platform::CaptureDevice> device_;
+};
+
 Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
                  platform::LoginItem* loginItem, Options options)
     : defaults_(defaults),
@@ -108,6 +126,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
                     QTCamera* camera = cameras_.at(row);
                     if (!camera) continue;
                     panel_->forgetCamera(camera);
+                    stopFollowingFormats(camera);
                     camera->stopFollowingChanges();
                     guard_.forget(camera);
                 }
@@ -121,6 +140,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
 }
 
 Orvella::~Orvella() {
+    formatFollowers_.clear();
     // The list outlives the controller; its cameras must not call back into it.
     for (int row = 0; row < cameras_.size(); ++row)
         if (QTCamera* camera = cameras_.at(row)) {
@@ -208,6 +228,11 @@ void Orvella::wirePanel() {
 
 void Orvella::wireMenu() {
     menu_->setCameraModel(&cameras_);
+    // The camera-default item acts only while there is a camera: the panel's emptying takes its
+    // action away, building the lists for a camera gives it back.
+    menu_->setCameraDefaultActive(false);
+    connect(panel_.get(), &ui::ControlPanel::cameraControlsCleared, menu_.get(),
+            [this] { menu_->setCameraDefaultActive(false); });
     menu_->setProfileModel(&profileList_, settings::kFirstProfileIndex,
                            ProfileListModel::MenuStarImageRole);
     connect(menu_.get(), &ui::StatusMenu::cameraSelected, this, [this](int row) {
@@ -430,6 +455,7 @@ void Orvella::followCameras(int first, int last) {
         QTCamera* camera = cameras_.at(row);
         if (!camera) continue;
         guard_.follow(camera);
+        followFormats(camera);
         camera->followChanges(
             [this, camera](const FollowedChange& change) { cameraControlChanged(*camera, change); },
             [this, camera](int foreignOpens) { guard_.captureUseChanged(camera, foreignOpens); });
@@ -495,9 +521,27 @@ void Orvella::switchCamera(QTCamera* camera) {
     followCameraRow();
 }
 
-void Orvella::observeFormatChanges(bool) {
-    // Format changes come with the capture path; until then the panel shows the formats it read
-    // when the camera became current.
+void Orvella::observeFormatChanges(bool on) {
+    // Every listed camera's capture device tells its format changes; the panel shows those of
+    // the current camera's.
+    observingFormats_ = on;
+    formatFollowers_.clear();
+    if (on)
+        for (int row = 0; row < cameras_.size(); ++row)
+            followFormats(cameras_.at(row));
+}
+
+void Orvella::followFormats(QTCamera* camera) {
+    if (!observingFormats_ || !camera || !camera->qtCaptureDevice()) return;
+    for (const auto& follower : formatFollowers_)
+        if (follower->camera() == camera) return;
+    formatFollowers_.push_back(
+        std::make_unique<FormatFollower>(*panel_, camera, camera->qtCaptureDevice()));
+}
+
+void Orvella::stopFollowingFormats(QTCamera* camera) {
+    std::erase_if(formatFollowers_,
+                  [camera](const auto& follower) { return follower->camera() == camera; });
 }
 
 // ---- Scripting ----

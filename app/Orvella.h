@@ -17,6 +17,7 @@
 #include <QPointer>
 #include <functional>
 #include <memory>
+#include <vector>
 
 #include "app/CameraDiscovery.h"
 #include "app/CameraList.h"
@@ -180,6 +181,8 @@ class Orvella final : public QObject,
     void windowWillClose();
     void bringPanelToFront();
     void followCaptureSession(QTCamera* camera);
+    void followFormats(QTCamera* camera);
+    void stopFollowingFormats(QTCamera* camera);
 
     settings::DefaultsStore& defaults_;
     CameraList& cameras_;
@@ -202,6 +205,11 @@ class Orvella final : public QObject,
     bool launched_ = false;
     bool closingForHide_ = false;
     std::unique_ptr<capture::QTCameraCapture> capture_;  // of the current camera
+    // While format changes are observed: one follower per listed camera's capture device, which
+    // passes the device's format changes to the panel (it shows those of the current camera).
+    class FormatFollower;
+    bool observingFormats_ = false;
+    std::vector<std::unique_ptr<FormatFollower>> formatFollowers_;
 };
 
 }  // namespace orvella::app

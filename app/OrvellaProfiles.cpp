@@ -170,16 +170,17 @@ void Orvella::clickResetToDefault() {
 void Orvella::selectProfile(int row) {
     QTCamera* camera = qtCamera();
     if (!camera) return;
-    if (row == settings::ProfileListModel::kCameraDefaultRow) {
-        profileList_.setCurrentRow(row);
-        return;
-    }
-    if (!profileList_.isProfileRow(row)) {
+    // The separator is never chosen; the lists keep what they show.
+    if (row == settings::ProfileListModel::kSeparatorRow) {
         followProfileRow();
         return;
     }
+    // The chosen item is in force in both lists (-1: none is). Only a profile has a record to
+    // apply: the camera default item sends nothing here (the tray's reset does that). Either way
+    // the panel follows the camera's modes and the last state follows what the camera now holds.
     profileList_.setCurrentRow(row);
-    profiles_.applyProfile(profileList_.model(), row, *camera);
+    followProfileRow();
+    if (profileList_.isProfileRow(row)) profiles_.applyProfile(profileList_.model(), row, *camera);
     refreshPanelValues();
     updateSettings(0);
 }
@@ -194,21 +195,20 @@ void Orvella::buildProfileLists() {
         profileList_.clear();
         return;
     }
-    const bool applied = camera->bLoadAtStart();
-    const int row = profileList_.showModel(camera->modelUniqueID(), applied);
+    // The start profile is in force once per camera object; choosing the list's item then
+    // applies it (nothing for the camera default or no item) and refreshes the last state with
+    // this camera current, so its record is complete (the aperture is read from the current
+    // camera only).
+    const int row = profileList_.showModel(camera->modelUniqueID(), camera->bLoadAtStart());
+    menu_->setCameraDefaultActive(true);
+    selectProfile(row);
     camera->setBLoadAtStart(true);
-    // The start profile is applied once per camera object; the camera default applies nothing.
-    if (!applied && profileList_.isProfileRow(row)) {
-        profiles_.applyProfile(camera->modelUniqueID(), row, *camera);
-        profiles_.updateSettings(0, camera);
-        panel_->loadSupportedControlUVCValue();
-    }
 }
 
 void Orvella::refreshPanelValues() {
-    if (!qtCamera()) return;
-    panel_->loadSupportedControlUVCValue();
-    panel_->disableAutoControl();
+    // The modes and values as the camera reports them; a row an automatic mode owns keeps what it
+    // showed.
+    if (qtCamera()) panel_->disableAutoControl();
 }
 
 void Orvella::followProfileRow() {

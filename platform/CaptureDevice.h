@@ -50,6 +50,13 @@ class CaptureDevice {
         (void)observer;
         return false;
     }
+    // Starts (or, with nullptr, stops) telling `observer` (borrowed) when the device's current
+    // format (formatDescriptions) may have changed, on the calling thread's event loop, never
+    // from inside a request. False when the device cannot tell; the observer is then not kept.
+    virtual bool setFormatObserver(CaptureFormatObserver* observer) {
+        (void)observer;
+        return false;
+    }
 };
 
 // Told about capture devices that connect or disconnect (on the thread that owns the system).

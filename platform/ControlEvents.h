@@ -1,6 +1,7 @@
 #pragma once
 // What a camera tells without being asked: a control that another program (or the camera's own
-// automatic mode) changed, and another program opening or closing the camera's capture node.
+// automatic mode) changed, another program opening or closing the camera's capture node, and a
+// change of the capture device's current format.
 // Backends deliver both on the thread that registered the observer, from its event loop, never
 // from inside a request; changes this process made itself are never reported as values.
 
@@ -36,6 +37,14 @@ class CaptureUseObserver {
     virtual ~CaptureUseObserver() = default;
     // `foreignOpens`: how many opens of the node by other programs are outstanding now.
     virtual void captureUseChanged(int foreignOpens) = 0;
+};
+
+// A capture device's current format changed: another program's stream set one, a stream
+// started, or the source changed. The observer reads formatDescriptions() again.
+class CaptureFormatObserver {
+  public:
+    virtual ~CaptureFormatObserver() = default;
+    virtual void captureFormatChanged() = 0;
 };
 
 }  // namespace orvella::platform

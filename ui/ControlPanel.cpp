@@ -684,7 +684,12 @@ void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera)
         const PendingZoom zoom = *it;
         pendingZooms_.erase(it);
         timer->deleteLater();
-        if (zoom.camera) orvella::zoomMSLifeCamStudio(*zoom.camera, zoom.target);
+        if (!zoom.camera) return;
+        orvella::zoomMSLifeCamStudio(*zoom.camera, zoom.target);
+        // The last state was refreshed when the camera became current, before these steps: it
+        // takes the zoom the steps reached, or the next plug-in would step to the old one.
+        if (zoom.camera == _qtCamera && delegate_ && delegate_->updateSettings)
+            delegate_->updateSettings(SettingsID::kZoomAbsolute);
     });
     timer->start(kSteppedZoomDelayMs);
 }

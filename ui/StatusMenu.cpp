@@ -4,6 +4,7 @@
 #include <QCoreApplication>
 #include <QIcon>
 
+#include "ui/Images.h"
 #include "ui/Localization.h"
 
 namespace orvella::ui {
@@ -32,7 +33,9 @@ StatusMenu::StatusMenu(QWidget* parent) : QMenu(parent) {
     mItmWebcamBottom = addSeparator();
     mItmSettingsLabel = addAction(QString());
     mItmSettingsLabel->setEnabled(false);
-    mItmSettingsDefault = addAction(QString(), this, [this] { emit profileSelected(0); });
+    mItmSettingsDefault = addAction(QString(), this, [this] {
+        if (cameraDefaultActive_) emit profileSelected(0);
+    });
     mItmSettingsDefault->setCheckable(true);
     mItmSettingsBottom = addSeparator();
     mItmShowHide = addAction(QString(), this, &StatusMenu::showHideClicked);
@@ -128,26 +131,33 @@ void StatusMenu::rebuildProfiles() {
     }
     profileItems_.clear();
     const int rows = profiles_ ? profiles_->rowCount() : 0;
-    const auto inForce = [](const QModelIndex& index) {
-        return index.data(Qt::CheckStateRole).toInt() != Qt::Unchecked;
+    const auto state = [](const QModelIndex& index) {
+        return index.data(Qt::CheckStateRole).toInt();
     };
     const auto icon = [this](const QModelIndex& index) {
         if (starImageRole_ < 0) return index.data(Qt::DecorationRole).value<QIcon>();
         const QString name = index.data(starImageRole_).toString();
         return name.isEmpty() ? QIcon() : QIcon(QStringLiteral(":/images/%1.svg").arg(name));
     };
+    // Menus have no mixed state: an item changed by hand since it was chosen loses its check mark
+    // ("in force") and shows the mixed-state image and "(modified)" after its title instead.
+    const auto show = [&](QAction* item, const QModelIndex& index, const QString& title) {
+        const bool modified = state(index) == Qt::PartiallyChecked;
+        item->setText(modified ? title + QLatin1Char(' ') + tray::text("ProfileModified") : title);
+        item->setChecked(state(index) == Qt::Checked);
+        item->setIcon(modified ? imageNamed(QStringLiteral("ProfileModified")) : icon(index));
+    };
     if (rows > 0) {
-        mItmSettingsDefault->setChecked(inForce(profiles_->index(0, 0)));
-        mItmSettingsDefault->setIcon(icon(profiles_->index(0, 0)));
+        show(mItmSettingsDefault, profiles_->index(0, 0), kIndent + tray::text("CameraDefault"));
+        if (!cameraDefaultActive_) mItmSettingsDefault->setChecked(false);
     }
     for (int row = firstProfileRow_; row < rows; ++row) {
         const QModelIndex index = profiles_->index(row, 0);
         if (index.data(Qt::AccessibleDescriptionRole).toString() == QLatin1String("separator"))
             continue;
-        auto* item = new QAction(kIndent + index.data(Qt::DisplayRole).toString(), this);
+        auto* item = new QAction(this);
         item->setCheckable(true);
-        item->setChecked(inForce(index));
-        item->setIcon(icon(index));
+        show(item, index, kIndent + index.data(Qt::DisplayRole).toString());
         connect(item, &QAction::triggered, this, [this, row, item] {
             item->setChecked(!item->isChecked());
             emit profileSelected(row);
@@ -158,12 +168,19 @@ void StatusMenu::rebuildProfiles() {
     validateAll();
 }
 
+void StatusMenu::setCameraDefaultActive(bool active) {
+    cameraDefaultActive_ = active;
+    if (!active) mItmSettingsDefault->setChecked(false);
+    validateAll();
+}
+
 void StatusMenu::setSheetOpen(bool open) {
     sheetOpen_ = open;
     validateAll();
 }
 
 bool StatusMenu::validateMenuItem(const QAction* item) const {
+    if (item == mItmSettingsDefault && !cameraDefaultActive_) return false;
     if (!sheetOpen_) return true;
     if (item == mItmShowHide || item == mItmQuit || item == mItmSettingsDefault) return false;
     for (const auto* list : {&cameraItems_, &profileItems_})

@@ -28,7 +28,8 @@ class StatusMenu final : public QMenu {
     // The profile list: row 0 is the camera default (mItmSettingsDefault's state), rows from
     // `firstProfileRow` on are the profiles; rows whose Qt::AccessibleDescriptionRole is
     // "separator" are skipped. A profile in force that was changed by hand (partially checked)
-    // keeps its check mark. With `starImageRole`, each item shows the image that role names
+    // shows the mixed state as menus do: no check mark, the "ProfileModified" image and
+    // "(modified)" after its title. With `starImageRole`, each item shows the image that role names
     // (":/images/<name>.svg", the load-at-start star), else the model's decoration.
     void setProfileModel(QAbstractItemModel* model, int firstProfileRow = 2,
                          int starImageRole = -1);
@@ -38,6 +39,11 @@ class StatusMenu final : public QMenu {
     // The show/hide item's title for the panel being on or off.
     void setPanelOn(bool panelOn, const QString& appName);
     void setBWMenuIcon(bool on);
+
+    // The camera-default item's action (the reset to the camera's defaults) is there only while
+    // a camera is: without one the item is off and greyed. On by default.
+    void setCameraDefaultActive(bool active);
+    bool cameraDefaultActive() const { return cameraDefaultActive_; }
 
     // While a dialog is attached to the panel, the items that would change what it works on are
     // disabled: show/hide, quit, the default profile, every camera and profile item.
@@ -81,6 +87,7 @@ class StatusMenu final : public QMenu {
     std::vector<QAction*> cameraItems_;
     std::vector<QAction*> profileItems_;
     bool sheetOpen_ = false;
+    bool cameraDefaultActive_ = true;
 };
 
 namespace tray {

@@ -2,12 +2,16 @@
 
 #include <linux/videodev2.h>
 
+#include <QObject>
+#include <QSocketNotifier>
 #include <algorithm>
 #include <filesystem>
+#include <mutex>
 #include <set>
 #include <system_error>
 
 #include "platform/CaptureIdentity.h"
+#include "platform/Log.h"
 #include "platform/linux/AlsaAudioDevice.h"
 #include "platform/linux/Sysfs.h"
 #include "platform/linux/UsbDescriptors.h"
@@ -16,6 +20,94 @@
 namespace orvella::linuxplatform {
 
 namespace fs = std::filesystem;
+
+namespace {
+
+// What identifies the node's current format: pixel format, size and frame interval. Empty when
+// the node cannot be read.
+std::string formatFingerprint(VideoIo& io) {
+    v4l2_format format{};
+    format.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    if (io.ioctl(VIDIOC_G_FMT, &format) < 0) return {};
+    std::string print = std::to_string(format.fmt.pix.pixelformat) + ' ' +
+                        std::to_string(format.fmt.pix.width) + 'x' +
+                        std::to_string(format.fmt.pix.height);
+    v4l2_streamparm parm{};
+    parm.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+    if (io.ioctl(VIDIOC_G_PARM, &parm) >= 0)
+        print += ' ' + std::to_string(parm.parm.capture.timeperframe.numerator) + '/' +
+                 std::to_string(parm.parm.capture.timeperframe.denominator);
+    return print;
+}
+
+}  // namespace
+
+// The format watch of one device, on the thread that registered the observer: the observer is
+// called on that thread's event loop, never from inside a request.
+struct V4l2CaptureDevice::FormatWatch {
+    std::string path;
+    VideoIoOpener& opener;
+    platform::CaptureFormatObserver* observer;
+    QObject context;                  // where a stream that started posts its news
+    std::unique_ptr<VideoIo> events;  // the node with the source change subscribed
+    std::unique_ptr<QSocketNotifier> notifier;
+    std::unique_ptr<NodeUseWatch> use;
+    std::string last;
+
+    FormatWatch(std::string path, VideoIoOpener& opener, platform::CaptureFormatObserver* observer)
+        : path(std::move(path)), opener(opener), observer(observer) {}
+
+    std::string read() const {
+        int error = 0;
+        auto io = opener.open(path, &error);
+        return io ? formatFingerprint(*io) : std::string();
+    }
+    // Reads the format again and tells it when it differs from the last one read.
+    void recheck() {
+        const std::string now = read();
+        if (now.empty() || now == last) return;
+        last = now;
+        observer->captureFormatChanged();
+    }
+    void readEvents() {
+        bool changed = false;
+        for (;;) {
+            v4l2_event event{};
+            const int result = events->ioctl(VIDIOC_DQEVENT, &event);
+            if (result == -ENOENT) break;
+            if (result < 0) {
+                // The node went away or cannot be read; its opens and closes still tell.
+                notifier->setEnabled(false);
+                break;
+            }
+            if (event.type == V4L2_EVENT_SOURCE_CHANGE) changed = true;
+        }
+        if (changed) recheck();
+    }
+};
+
+// Streams start on any thread and may outlive the watch: they reach it through this relay, which
+// the watch leaves before it goes.
+struct V4l2CaptureDevice::StartRelay {
+    std::mutex mutex;
+    FormatWatch* watch = nullptr;
+
+    void streamStarted(const std::shared_ptr<StartRelay>& self) {
+        std::lock_guard lock(mutex);
+        if (!watch) return;
+        QMetaObject::invokeMethod(
+            &watch->context,
+            [self] {
+                FormatWatch* now = nullptr;
+                {
+                    std::lock_guard again(self->mutex);
+                    now = self->watch;
+                }
+                if (now) now->recheck();  // on the watch's own thread
+            },
+            Qt::QueuedConnection);
+    }
+};
 
 V4l2CaptureDevice::V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name,
                                      uint32_t locationID, uint16_t vendor, uint16_t product,
@@ -28,7 +120,8 @@ V4l2CaptureDevice::V4l2CaptureDevice(std::string devicePath, std::string usbDire
       product_(product),
       uniqueID_(platform::usbCaptureUniqueID(locationID, vendor, product)),
       modelUniqueID_(platform::usbCaptureModelUniqueID(vendor, product)),
-      opener_(opener) {}
+      opener_(opener),
+      relay_(std::make_shared<StartRelay>()) {}
 
 std::vector<platform::CaptureFormatDescription> V4l2CaptureDevice::formatDescriptions() const {
     int error = 0;
@@ -53,8 +146,49 @@ std::vector<platform::CaptureFormatDescription> V4l2CaptureDevice::formatDescrip
     return {description};
 }
 
+V4l2CaptureDevice::~V4l2CaptureDevice() {
+    setFormatObserver(nullptr);
+}
+
 std::unique_ptr<platform::CaptureStream> V4l2CaptureDevice::createStream() {
-    return std::make_unique<V4l2CaptureStream>(devicePath_, opener_);
+    auto stream = std::make_unique<V4l2CaptureStream>(devicePath_, opener_);
+    // A stream that starts may have set another format: the watch reads it again.
+    stream->setStartedHook([relay = relay_] { relay->streamStarted(relay); });
+    return stream;
+}
+
+bool V4l2CaptureDevice::setFormatObserver(platform::CaptureFormatObserver* observer) {
+    {
+        std::lock_guard lock(relay_->mutex);
+        relay_->watch = nullptr;
+    }
+    formatWatch_.reset();
+    if (!observer) return true;
+    auto watch = std::make_unique<FormatWatch>(devicePath_, opener_, observer);
+    // Another program's open or close: its stream may have set a format, or just ended.
+    FormatWatch* raw = watch.get();
+    watch->use = std::make_unique<NodeUseWatch>([raw](int) { raw->recheck(); });
+    if (!watch->use->start(devicePath_)) return false;
+    watch->last = watch->read();
+    int error = 0;
+    watch->events = opener_.open(devicePath_, &error);
+    v4l2_event_subscription subscription{};
+    subscription.type = V4L2_EVENT_SOURCE_CHANGE;
+    if (watch->events && watch->events->descriptor() >= 0 &&
+        watch->events->ioctl(VIDIOC_SUBSCRIBE_EVENT, &subscription) >= 0) {
+        watch->notifier = std::make_unique<QSocketNotifier>(watch->events->descriptor(),
+                                                            QSocketNotifier::Exception);
+        QObject::connect(watch->notifier.get(), &QSocketNotifier::activated, watch->notifier.get(),
+                         [raw] { raw->readEvents(); });
+    } else {
+        // uvcvideo sends no source changes: streams starting and other programs' opens and
+        // closes are what tells.
+        watch->events.reset();
+    }
+    formatWatch_ = std::move(watch);
+    std::lock_guard lock(relay_->mutex);
+    relay_->watch = formatWatch_.get();
+    return true;
 }
 
 bool V4l2CaptureDevice::setCaptureUseObserver(platform::CaptureUseObserver* observer) {

@@ -18,6 +18,7 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name,
                       uint32_t locationID, uint16_t vendor, uint16_t product,
                       VideoIoOpener& opener);
+    ~V4l2CaptureDevice() override;
 
     QString uniqueID() const override { return uniqueID_; }
     QString modelUniqueID() const override { return modelUniqueID_; }
@@ -32,6 +33,11 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     // Other programs' opens of the node, from inotify; this process's own opens (every one goes
     // through PosixVideoIoOpener) are not counted.
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
+    // The node's format (VIDIOC_G_FMT and G_PARM) is read again when the driver sends a source
+    // change (V4L2_EVENT_SOURCE_CHANGE, subscribed where the driver offers it; uvcvideo may not),
+    // when a stream of this device starts, and when another program opens or closes the node
+    // (its stream ends with its close); a format that differs from the last one read is told.
+    bool setFormatObserver(platform::CaptureFormatObserver* observer) override;
     // The ALSA card of the same USB device (platform/linux/AlsaAudioDevice.h).
     std::shared_ptr<platform::CaptureDevice> soundInputDevice() const override;
 
@@ -54,6 +60,10 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     QString modelUniqueID_;
     VideoIoOpener& opener_;
     std::unique_ptr<NodeUseWatch> useWatch_;
+    struct FormatWatch;
+    struct StartRelay;
+    std::unique_ptr<FormatWatch> formatWatch_;
+    std::shared_ptr<StartRelay> relay_;
 };
 
 class V4l2CaptureDeviceSystem final : public platform::CaptureDeviceSystem {

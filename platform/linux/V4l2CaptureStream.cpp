@@ -161,7 +161,9 @@ int V4l2CaptureStream::queueAllAndStream() {
         if (const int result = io_->ioctl(VIDIOC_QBUF, &buffer); result < 0) return result;
     }
     int type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
-    return io_->ioctl(VIDIOC_STREAMON, &type);
+    const int result = io_->ioctl(VIDIOC_STREAMON, &type);
+    if (result >= 0 && started_) started_();
+    return result;
 }
 
 IOReturn V4l2CaptureStream::start(platform::CaptureStreamClient* client) {

@@ -7,6 +7,7 @@
 // format and restarts it between two frames.
 
 #include <atomic>
+#include <functional>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -28,6 +29,10 @@ class V4l2CaptureStream final : public platform::CaptureStream {
     IOReturn start(platform::CaptureStreamClient* client) override;
     void stop() override;
     void close() override;
+
+    // Called after each STREAMON that succeeded (on the thread that started the stream, or the
+    // capture thread when a format change restarts it); it must only post.
+    void setStartedHook(std::function<void()> started) { started_ = std::move(started); }
 
     // The format the driver settled on (seam codes), for tests and diagnostics.
     platform::StreamFormat currentFormat() const;
@@ -61,6 +66,7 @@ class V4l2CaptureStream final : public platform::CaptureStream {
     bool formatPending_ = false;
     platform::StreamFormat pending_;
     uint64_t sequence_ = 0;
+    std::function<void()> started_;
 };
 
 }  // namespace orvella::linuxplatform

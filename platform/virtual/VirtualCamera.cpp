@@ -469,6 +469,70 @@ void VirtualCamera::removeCaptureUseListener(int id) {
     useListeners_.erase(id);
 }
 
+std::vector<VirtualCamera::StreamingFormat> VirtualCamera::streamingFormats() const {
+    constexpr uint8_t kSubClassVideoStreaming = 2, kFormatUncompressed = 0x04,
+                      kFrameUncompressed = 0x05, kFormatMjpeg = 0x06, kFrameMjpeg = 0x07;
+    std::vector<StreamingFormat> formats;
+    // Descriptors are checked for length before any field is read.
+    for (const InterfaceDefinition& interface : interfaces_) {
+        if (interface.subClass != kSubClassVideoStreaming) continue;
+        std::optional<uint32_t> type;
+        for (const platform::Descriptor& d : interface.descriptors) {
+            if (d.size() < 4 || d[1] != 0x24) continue;
+            if (d[2] == kFormatUncompressed && d.size() >= 9) {
+                type =
+                    (uint32_t{d[5]} << 24) | (uint32_t{d[6]} << 16) | (uint32_t{d[7]} << 8) | d[8];
+            } else if (d[2] == kFormatMjpeg) {
+                type = (uint32_t{'M'} << 24) | (uint32_t{'J'} << 16) | (uint32_t{'P'} << 8) | 'G';
+            } else if (type && (d[2] == kFrameUncompressed || d[2] == kFrameMjpeg) &&
+                       d.size() >= 9) {
+                formats.push_back({*type, d[5] | (d[6] << 8), d[7] | (d[8] << 8)});
+            }
+        }
+    }
+    return formats;
+}
+
+bool VirtualCamera::streamFormatByAnotherProgram(uint32_t fourCC, int width, int height,
+                                                 std::string* error) {
+    const auto refuse = [error](const char* reason) {
+        if (error) *error = reason;
+        return false;
+    };
+    const std::vector<StreamingFormat> offered = streamingFormats();
+    const bool known = std::any_of(offered.begin(), offered.end(), [&](const StreamingFormat& f) {
+        return f.fourCC == fourCC && f.width == width && f.height == height;
+    });
+    if (!known) return refuse("the camera offers no such format and size");
+    std::vector<FormatListener> listeners;
+    {
+        std::lock_guard<std::mutex> lock(mutex_);
+        if (!present_) return refuse("the camera is gone");
+        foreignFormat_ = StreamingFormat{fourCC, width, height};
+        for (const auto& entry : formatListeners_)
+            listeners.push_back(entry.second);
+    }
+    for (const auto& listener : listeners)
+        listener();
+    return true;
+}
+
+std::optional<VirtualCamera::StreamingFormat> VirtualCamera::formatSetByAnotherProgram() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return foreignFormat_;
+}
+
+int VirtualCamera::addFormatListener(FormatListener listener) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    formatListeners_[++lastListenerID_] = std::move(listener);
+    return lastListenerID_;
+}
+
+void VirtualCamera::removeFormatListener(int id) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    formatListeners_.erase(id);
+}
+
 void VirtualCamera::stallSelector(uint8_t unit, uint8_t selector, uint8_t code) {
     std::lock_guard<std::mutex> lock(mutex_);
     stalls_.push_back({unit, selector, code});

@@ -148,6 +148,26 @@ class VirtualCamera {
     int addCaptureUseListener(CaptureUseListener listener);
     void removeCaptureUseListener(int id);
 
+    // The formats the VideoStreaming descriptors declare, one per frame size, in descriptor
+    // order (four-character code with the first character on top).
+    struct StreamingFormat {
+        uint32_t fourCC = 0;
+        int width = 0;
+        int height = 0;
+    };
+    std::vector<StreamingFormat> streamingFormats() const;
+    // Another program's stream sets the capture node's format; false with *error when the
+    // descriptors declare no such format and size, or the camera is gone. The format stays the
+    // node's current one until another is set.
+    bool streamFormatByAnotherProgram(uint32_t fourCC, int width, int height,
+                                      std::string* error = nullptr);
+    // The format another program's stream set last, if any.
+    std::optional<StreamingFormat> formatSetByAnotherProgram() const;
+    // Listeners hear each format another program's stream sets, like the capture-use listeners.
+    using FormatListener = std::function<void()>;
+    int addFormatListener(FormatListener listener);
+    void removeFormatListener(int id);
+
     // ---- Faults ----
     // Every request to the control stalls; the request error code control then says `code`.
     void stallSelector(uint8_t unit, uint8_t selector, uint8_t code = 6);
@@ -236,6 +256,8 @@ class VirtualCamera {
     int lastListenerID_ = 0;
     std::map<int, ControlChangeListener> controlListeners_;
     std::map<int, CaptureUseListener> useListeners_;
+    std::optional<StreamingFormat> foreignFormat_;
+    std::map<int, FormatListener> formatListeners_;
 
     friend class VirtualUsbHost;
     friend struct Private;

@@ -15,12 +15,16 @@ using Verb = CameraCommand::Verb;
 struct Argument {
     const char* name;
     int64_t min, max;
+    bool fourCC = false;  // four printable characters, packed with the first on top
 };
 constexpr Argument kCount{"K", 1, 1 << 30};
 constexpr Argument kUnit{"UNIT", 0, 255};
 constexpr Argument kSelector{"SELECTOR", 0, 255};
 constexpr Argument kCode{"CODE", 0, 255};
 constexpr Argument kValue{"VALUE", INT64_MIN, INT64_MAX};
+constexpr Argument kFourCC{"FOURCC", 0, UINT32_MAX, true};
+constexpr Argument kWidth{"WIDTH", 1, 65535};
+constexpr Argument kHeight{"HEIGHT", 1, 65535};
 
 struct Grammar {
     const char* word;
@@ -38,6 +42,7 @@ const std::vector<Grammar>& grammar() {
         {"set", Verb::Set, {kUnit, kSelector, kValue}},
         {"open", Verb::Open, {}},
         {"close", Verb::Close, {}},
+        {"format", Verb::Format, {kFourCC, kWidth, kHeight}},
         {"unplug", Verb::Unplug, {}},
         {"plug", Verb::Plug, {}},
     };
@@ -129,6 +134,18 @@ std::optional<CameraCommand> CameraCommand::parse(const std::string& line, std::
             command.arguments.push_back(kDefaultStallCode);  // the optional CODE
             break;
         }
+        if (argument.fourCC) {
+            const std::string& code = words[i + 2];
+            if (code.size() != 4) return refuse(usage(*g));
+            uint32_t packed = 0;
+            for (char c : code) {
+                if (static_cast<unsigned char>(c) < 0x20 || static_cast<unsigned char>(c) > 0x7E)
+                    return refuse(usage(*g));
+                packed = packed << 8 | static_cast<unsigned char>(c);
+            }
+            command.arguments.push_back(packed);
+            continue;
+        }
         const auto value = number(words[i + 2]);
         if (!value) return refuse(usage(*g));
         if (*value < argument.min || *value > argument.max)
@@ -167,6 +184,11 @@ std::string CameraCommand::applyTo(VirtualCamera& camera) const {
             break;
         case Verb::Close:
             if (!camera.closeByAnotherProgram()) error = "no other program has it open";
+            break;
+        case Verb::Format:
+            camera.streamFormatByAnotherProgram(static_cast<uint32_t>(arguments.at(0)),
+                                                static_cast<int>(arguments.at(1)),
+                                                static_cast<int>(arguments.at(2)), &error);
             break;
         case Verb::Unplug:
         case Verb::Plug:

@@ -9,6 +9,8 @@
 //                                 host's own write would be, and told as a change behind the
 //                                 host's back
 //   open N | close N              another program opens / closes camera N's capture node
+//   format N FOURCC WIDTH HEIGHT  another program's stream sets the capture node's format (one
+//                                 the descriptors declare, e.g. "format 1 YUY2 640 480")
 //   unplug N | plug N | quit      carried out by the program itself, where it can
 // Cameras are numbered from 1; numbers are decimal or 0x-hexadecimal, and VALUE may be negative
 // (pan/tilt: pan in the low 32 bits, tilt in the high). Each line is confirmed as
@@ -25,7 +27,19 @@
 namespace orvella::virtualcam {
 
 struct CameraCommand {
-    enum class Verb { Vanish, NoAnswer, Stall, Clear, Set, Open, Close, Unplug, Plug, Quit };
+    enum class Verb {
+        Vanish,
+        NoAnswer,
+        Stall,
+        Clear,
+        Set,
+        Open,
+        Close,
+        Format,
+        Unplug,
+        Plug,
+        Quit
+    };
     Verb verb = Verb::Quit;
     int camera = 0;                  // from 1; 0 for quit
     std::vector<int64_t> arguments;  // after the camera number (stall's CODE filled in)

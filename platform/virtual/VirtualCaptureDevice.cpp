@@ -8,41 +8,17 @@ namespace orvella::virtualcam {
 
 namespace {
 
-constexpr uint8_t kSubClassVideoStreaming = 2;
-constexpr uint8_t kFormatUncompressed = 0x04;
-constexpr uint8_t kFrameUncompressed = 0x05;
-constexpr uint8_t kFormatMjpeg = 0x06;
-constexpr uint8_t kFrameMjpeg = 0x07;
-
-// The first format of the streaming descriptors with its first frame size. Descriptors are
-// checked for length before any field is read.
-std::vector<platform::CaptureFormatDescription> firstFormat(const VirtualCamera& camera) {
-    for (const InterfaceDefinition& interface : camera.interfaces()) {
-        if (interface.subClass != kSubClassVideoStreaming) continue;
-        std::optional<uint32_t> type;
-        for (const platform::Descriptor& d : interface.descriptors) {
-            if (d.size() < 4 || d[1] != 0x24) continue;
-            if (!type && d[2] == kFormatUncompressed && d.size() >= 9) {
-                type =
-                    (uint32_t{d[5]} << 24) | (uint32_t{d[6]} << 16) | (uint32_t{d[7]} << 8) | d[8];
-            } else if (!type && d[2] == kFormatMjpeg) {
-                type = platform::fourCC("MJPG");
-            } else if (type && (d[2] == kFrameUncompressed || d[2] == kFrameMjpeg) &&
-                       d.size() >= 9) {
-                platform::CaptureFormatDescription format;
-                format.formatType = *type;
-                format.width = d[5] | (d[6] << 8);
-                format.height = d[7] | (d[8] << 8);
-                format.localizedFormatSummary =
-                    QStringLiteral("%1, %2 x %3")
-                        .arg(QString::fromStdString(platform::fourCCString(*type)))
-                        .arg(format.width)
-                        .arg(format.height);
-                return {format};
-            }
-        }
-    }
-    return {};
+platform::CaptureFormatDescription describe(const VirtualCamera::StreamingFormat& format) {
+    platform::CaptureFormatDescription description;
+    description.formatType = format.fourCC;
+    description.width = format.width;
+    description.height = format.height;
+    description.localizedFormatSummary =
+        QStringLiteral("%1, %2 x %3")
+            .arg(QString::fromStdString(platform::fourCCString(format.fourCC)))
+            .arg(format.width)
+            .arg(format.height);
+    return description;
 }
 
 }  // namespace
@@ -52,7 +28,6 @@ std::shared_ptr<VirtualCaptureDevice> VirtualCaptureDevice::create(
     if (!camera) return nullptr;
     std::shared_ptr<VirtualCaptureDevice> device(new VirtualCaptureDevice);
     device->displayName_ = camera->displayName();
-    device->formats_ = firstFormat(*camera);
     if (MediaDeviceDefinition::present(*camera)) {
         const auto definition = MediaDeviceDefinition::parse(*camera, error);
         if (!definition) return nullptr;
@@ -82,6 +57,37 @@ std::shared_ptr<VirtualCaptureDevice> VirtualCaptureDevice::create(
 
 VirtualCaptureDevice::~VirtualCaptureDevice() {
     stopTellingUse();
+    stopTellingFormats();
+}
+
+std::vector<platform::CaptureFormatDescription> VirtualCaptureDevice::formatDescriptions() const {
+    // What another program's stream set last, else the first format and frame size.
+    if (const auto set = camera_->formatSetByAnotherProgram()) return {describe(*set)};
+    const std::vector<VirtualCamera::StreamingFormat> offered = camera_->streamingFormats();
+    if (offered.empty()) return {};
+    return {describe(offered.front())};
+}
+
+bool VirtualCaptureDevice::setFormatObserver(platform::CaptureFormatObserver* observer) {
+    stopTellingFormats();
+    if (!observer) return true;
+    formatChannel_ = EventLoopChannel::toCurrentThread();
+    const std::weak_ptr<VirtualCamera> weakCamera = camera_;
+    formatListenerID_ =
+        camera_->addFormatListener([channel = formatChannel_, weakCamera, observer] {
+            channel->post([weakCamera, observer] {
+                const auto camera = weakCamera.lock();
+                if (camera && camera->present()) observer->captureFormatChanged();
+            });
+        });
+    return true;
+}
+
+void VirtualCaptureDevice::stopTellingFormats() {
+    if (!formatChannel_) return;
+    camera_->removeFormatListener(formatListenerID_);
+    formatChannel_->close();
+    formatChannel_.reset();
 }
 
 bool VirtualCaptureDevice::setCaptureUseObserver(platform::CaptureUseObserver* observer) {

@@ -2,11 +2,12 @@
 // The capture device of a virtual camera. A USB camera gets the identity strings a USB camera's
 // capture device has (platform/CaptureIdentity.h) and the camera's displayName; a media-device
 // (built-in) camera, one whose definition has a "mediaDevice" key, takes its unique and model
-// identifiers from that key. The format description is the first format and frame size of the
-// camera's VideoStreaming descriptors. Its streams play the camera's test patterns
-// (platform/virtual/VirtualFramePlayer.h); a camera defined with an "audio" key has a microphone
-// that plays a tone (platform/virtual/VirtualAudioDevice.h). Other programs' opens of the camera
-// (VirtualCamera::openByAnotherProgram) are told to the capture-use observer.
+// identifiers from that key. The format description is the format another program's stream set
+// last, else the first format and frame size of the camera's VideoStreaming descriptors; a
+// format set by another program is told to the format observer. Its streams play the camera's test
+// patterns (platform/virtual/VirtualFramePlayer.h); a camera defined with an "audio" key has a
+// microphone that plays a tone (platform/virtual/VirtualAudioDevice.h). Other programs' opens of
+// the camera (VirtualCamera::openByAnotherProgram) are told to the capture-use observer.
 
 #include <memory>
 
@@ -35,13 +36,15 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     bool hasMediaType(platform::MediaType type) const override {
         return type == platform::MediaType::Video;
     }
-    std::vector<platform::CaptureFormatDescription> formatDescriptions() const override {
-        return formats_;
-    }
+    // The format another program's stream set last (VirtualCamera::streamFormatByAnotherProgram),
+    // else the first format and frame size of the descriptors.
+    std::vector<platform::CaptureFormatDescription> formatDescriptions() const override;
     std::unique_ptr<platform::CaptureStream> createStream() override {
         return player_->createStream();
     }
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
+    // Each format another program's stream sets, on the registering thread's event loop.
+    bool setFormatObserver(platform::CaptureFormatObserver* observer) override;
     std::shared_ptr<platform::CaptureDevice> soundInputDevice() const override { return audio_; }
     // The frame player, for faults at run time (stall, busy, size change, rate).
     VirtualFramePlayer& player() { return *player_; }
@@ -49,16 +52,18 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
   private:
     VirtualCaptureDevice() = default;
     void stopTellingUse();
+    void stopTellingFormats();
 
     std::shared_ptr<VirtualCamera> camera_;
     bool mediaDevice_ = false;
     QString uniqueID_;
     QString modelUniqueID_;
     QString displayName_;
-    std::vector<platform::CaptureFormatDescription> formats_;
     std::shared_ptr<VirtualFramePlayer> player_;
     std::shared_ptr<EventLoopChannel> useChannel_;
     int useListenerID_ = 0;
+    std::shared_ptr<EventLoopChannel> formatChannel_;
+    int formatListenerID_ = 0;
     std::shared_ptr<VirtualAudioDevice> audio_;
 };
 

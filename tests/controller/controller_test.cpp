@@ -264,7 +264,9 @@ TEST_F(Controller, PopUpAndMenuStayInStepThroughSavesDeletesUpdatesAndCameraSwit
     // A manual change marks A as changed in both lists; updating stores it and clears the mark.
     orvella->panel().row(SettingsID::kBrightness)->plusAction();
     EXPECT_TRUE(orvella->profileList().isModified());
-    EXPECT_TRUE(orvella->statusMenu().profileItems().at(0)->isChecked());
+    EXPECT_FALSE(orvella->statusMenu().profileItems().at(0)->isChecked());
+    EXPECT_TRUE(orvella->statusMenu().profileItems().at(0)->text().endsWith(
+        ui::localized("ProfileModified")));
     orvella->clickUpdateProfile();
     EXPECT_FALSE(orvella->profileList().isModified());
     EXPECT_EQ(orvella->profileStore().profileAt(model, 2)->value(QStringLiteral("Brightness")), 1);
@@ -434,6 +436,10 @@ TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
 TEST_F(Controller, WithoutACameraThePanelOffersTheDemoCamera) {
     start();
     EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
+    // Without a camera the tray's camera-default item is off and does nothing.
+    QAction* cameraDefault = orvella->statusMenu().mItmSettingsDefault;
+    EXPECT_FALSE(cameraDefault->isEnabled());
+    EXPECT_FALSE(cameraDefault->isChecked());
     int asked = 0;
     orvella->setDemoCamera([&] {
         ++asked;
@@ -446,15 +452,50 @@ TEST_F(Controller, WithoutACameraThePanelOffersTheDemoCamera) {
     EXPECT_EQ(cameras.size(), 1);
     EXPECT_TRUE(orvella->noCameraBanner()->isHidden());
     EXPECT_EQ(ui().mPopCamera->currentIndex(), 0);
-    // Unplugged again: the panel says so once more and its controls are off.
+    EXPECT_TRUE(cameraDefault->isEnabled());
+    cameraDefault->trigger();  // the reset: the camera default is in force
+    EXPECT_TRUE(cameraDefault->isChecked());
+    // Unplugged again: the panel says so once more and its controls are off, the tray's
+    // camera-default item included.
     platform.removeCamera(platform.capture().devices().front());
     EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
     EXPECT_EQ(orvella->qtCamera(), nullptr);
     EXPECT_FALSE(ui().mPopProfile->isEnabled());
+    EXPECT_FALSE(cameraDefault->isEnabled());
+    EXPECT_FALSE(cameraDefault->isChecked());
 }
 
 // The controller is the current camera's capture delegate: a session on it shows its frame rate
 // in the panel, which shows no rate (and no bare unit) while none runs.
+// A format another program's stream sets on the current camera shows in the panel at once; one
+// set on a camera in the background does not.
+TEST_F(Controller, ThePanelShowsTheFormatTheCurrentCameraStreamsNow) {
+    auto camera = plug(fixture("generic.json"));
+    auto background = plug(genericAt("0x14200000"));
+    start();
+    EXPECT_EQ(ui().mTxtFormatType->text(), QStringLiteral("YUY2"));
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("YUY2, 640 x 480"));
+    const uint32_t mjpg = 0x4D4A5047;
+    std::string error;
+    ASSERT_TRUE(background->streamFormatByAnotherProgram(mjpg, 1280, 720, &error)) << error;
+    QTest::qWait(50);
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("YUY2, 640 x 480"));
+    ASSERT_TRUE(camera->streamFormatByAnotherProgram(mjpg, 1280, 720, &error)) << error;
+    QTRY_COMPARE_WITH_TIMEOUT(ui().mTxtFormatSummary->text(), QStringLiteral("MJPG, 1280 x 720"),
+                              1000);
+    EXPECT_EQ(ui().mTxtFormatType->text(), QStringLiteral("MJPG"));
+    // The camera in the background, once chosen, shows the format it streams.
+    orvella->statusMenu().cameraItems().at(1)->trigger();
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("MJPG, 1280 x 720"));
+    // Unplugged, nothing is told any more and nothing breaks.
+    platform.removeCamera(platform.capture().devices().front());
+    platform.removeCamera(platform.capture().devices().front());
+    EXPECT_EQ(discovery->observingCount(), 0u);
+    EXPECT_FALSE(camera->streamFormatByAnotherProgram(mjpg, 1280, 720, &error));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QString());
+}
+
 TEST_F(Controller, TheFrameRateOfASessionOnTheCurrentCameraShowsWhileItRuns) {
     plug(fixture("generic.json"));
     start();
@@ -612,13 +653,15 @@ TEST_F(Controller, ALifeCamStudioGetsItsStoredZoomStepByStepASecondAfterPlugIn) 
 namespace orvella::app {
 namespace {
 
+constexpr uint8_t kCT = 1, kZoomSelector = 0x0B;
+
 // The application and orvellactl put one stored record on a camera with the same requests, the
 // stepped zoom of a stored zoom beyond the camera's range included.
 TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord) {
     QByteArray lifeCam = fixture("motor-ptz.json");  // zoom 100..500
     lifeCam.replace("\"0x046d\"", "\"0x045e\"");
     lifeCam.replace("\"0x0837\"", "\"0x0772\"");
-    {
+    const auto storeRecord = [&] {
         settings::DefaultsStore store(storePath());
         store.setObject(QVariantMap{{"UVC Camera VendorID_1118 ProductID_1906",
                                      QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
@@ -629,7 +672,8 @@ TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord
                                                               {"Brightness", 3}}}}},
                         "Settings");
         ASSERT_TRUE(store.synchronize());
-    }
+    };
+    storeRecord();
     start();
     auto camera = plug(lifeCam);
     QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
@@ -643,7 +687,13 @@ TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord
                  uint8_t(r.wLength >> 8)},
                 r.data, virtualcam::RequestLog::outcomeFor(r.status)));
     ASSERT_GT(fromApp.size(), 500);
+    // The camera became current, so the application refreshed the last state with what the
+    // camera holds; the zoom follows the stepped zoom, which never goes past the camera's maximum.
+    const QString model = QStringLiteral("UVC Camera VendorID_1118 ProductID_1906");
+    EXPECT_EQ(orvella->profileStore().appDefaultRecord(model)->value("ZoomAbsolute").toLongLong(),
+              camera->currentValue(kCT, kZoomSelector));
     stop();
+    storeRecord();  // orvellactl gets the same record
 
     const QString definition = home.filePath("lifecam.json"), log = home.filePath("requests.log");
     QFile file(definition);
@@ -689,7 +739,7 @@ TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
 namespace orvella::app {
 namespace {
 
-constexpr uint8_t kCT = 1, kAutoExposureModeSelector = 0x02, kExposureTimeSelector = 0x04;
+constexpr uint8_t kAutoExposureModeSelector = 0x02, kExposureTimeSelector = 0x04;
 constexpr uint8_t kWhiteBalanceAutoSelector = 0x0B;
 
 struct Following : Controller {
@@ -842,6 +892,66 @@ TEST_F(Following, TheGuardIsOffByDefaultAndRestsAcrossSleep) {
     // Once the cameras are back, a change is answered again.
     setByOther(*camera, kPU, kBrightnessSelector, 43);
     QTRY_COMPARE_WITH_TIMEOUT(camera->currentValue(kPU, kBrightnessSelector), 0, 3000);
+}
+
+}  // namespace
+}  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+// The list's item is chosen whenever a camera becomes current, also the camera default or no
+// item: the last state is refreshed with the camera current, and the camera default applies
+// nothing.
+TEST_F(Following, ACameraBecomingCurrentRefreshesItsLastStateAndTheCameraDefaultSendsNothing) {
+    // The first camera's record is made at plug-in, before it is current; only the current
+    // camera's iris position can be read, so the record is completed when the panel shows it.
+    auto iris = plug(fixture("full-pu.json"));  // aperture priority, a relative iris
+    start();
+    const QString model = orvella->qtCamera()->modelUniqueID();
+    ASSERT_TRUE(orvella->profileStore().appDefaultRecord(model));
+    EXPECT_TRUE(
+        orvella->profileStore().appDefaultRecord(model)->contains(QStringLiteral("Aperture")));
+    EXPECT_EQ(popUpIndex(), -1);
+    stop();
+    platform.removeCamera(platform.capture().devices().front());
+
+    auto camera = plug(fixture("generic.json"));
+    start();
+    setByOther(*camera, kPU, kBrightnessSelector, 30);
+    QTRY_COMPARE_WITH_TIMEOUT(row(SettingsID::kBrightness).cur(), int64_t{30}, 1000);
+    EXPECT_EQ(lastState("Brightness"), 0);
+    camera->clearRequests();
+    // "Camera default" chosen in the panel: in force in both lists, nothing sent, and the last
+    // state holds what the camera holds now.
+    ui().mPopProfile->setCurrentIndex(0);
+    emit ui().mPopProfile->activated(0);
+    EXPECT_EQ(popUpIndex(), 0);
+    EXPECT_EQ(menuCheckedRow(), 0);
+    EXPECT_EQ(allSetCurCount(*camera), 0);
+    EXPECT_EQ(lastState("Brightness"), 30);
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 30);
+}
+
+// Choosing a profile or resetting the camera re-reads the camera's modes and values; a row an
+// automatic mode owns keeps the value it showed.
+TEST_F(Following, AGovernedRowKeepsItsValueWhenAProfileIsChosenOrTheCameraReset) {
+    auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time governed
+    start();
+    saveProfile(QStringLiteral("Evening"));
+    row(SettingsID::kBrightness).plusAction();
+    ASSERT_FALSE(enabled(SettingsID::kExposureTimeAbsolute));
+    const int64_t shown = row(SettingsID::kExposureTimeAbsolute).cur();
+    // The automatic mode moves the exposure without telling.
+    ASSERT_TRUE(camera->setCurrentValue(kCT, kExposureTimeSelector, 700));
+    ASSERT_NE(shown, 700);
+
+    orvella->selectProfile(2);
+    EXPECT_EQ(row(SettingsID::kBrightness).cur(), 0);
+    EXPECT_EQ(row(SettingsID::kExposureTimeAbsolute).cur(), shown);
+    orvella->clickResetToDefault();
+    EXPECT_EQ(row(SettingsID::kExposureTimeAbsolute).cur(), shown);
+    EXPECT_FALSE(enabled(SettingsID::kExposureTimeAbsolute));
 }
 
 }  // namespace

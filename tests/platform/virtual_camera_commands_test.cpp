@@ -28,6 +28,7 @@ TEST(CameraCommands, GoodCommandsParse) {
         {"clear 1", Verb::Clear, 1, {}},
         {"open 1", Verb::Open, 1, {}},
         {"close\t1", Verb::Close, 1, {}},
+        {"format 1 MJPG 1280 720", Verb::Format, 1, {0x4D4A5047, 1280, 720}},
         {"unplug 2", Verb::Unplug, 2, {}},
         {"quit", Verb::Quit, 0, {}},
     };
@@ -59,6 +60,9 @@ TEST(CameraCommands, NonsenseIsRefusedWithAReason) {
         {"open -1", "no such camera"},
         {"close 4294967297", "no such camera"},
         {"quit now", "usage: quit"},
+        {"format 1 MJP 640 480", "usage: format N FOURCC WIDTH HEIGHT"},
+        {"format 1 MJPG 0 480", "WIDTH must be 1..65535"},
+        {"format 1 MJPG 640", "usage: format N FOURCC WIDTH HEIGHT"},
     };
     for (const auto& [line, reason] : cases) {
         std::string error;
@@ -110,6 +114,14 @@ TEST_F(Runner, RunsCompleteLinesOnTheirCameraAndConfirmsEach) {
     cameras[0]->vanish();
     feed("open 1\n");
     EXPECT_EQ(confirmations.back(), "error: open 1: the camera is gone");
+
+    // Another program's stream sets a format the camera declares.
+    feed("format 2 MJPG 1280 720\nformat 2 MJPG 320 240\n");
+    EXPECT_EQ(confirmations.at(confirmations.size() - 2), "ok: format 2 MJPG 1280 720");
+    EXPECT_EQ(confirmations.back(),
+              "error: format 2 MJPG 320 240: the camera offers no such format and size");
+    ASSERT_TRUE(cameras[1]->formatSetByAnotherProgram());
+    EXPECT_EQ(cameras[1]->formatSetByAnotherProgram()->width, 1280);
 }
 
 TEST_F(Runner, AnOverlongOrBinaryLineIsOneErrorAndTheNextLineRuns) {

@@ -328,5 +328,39 @@ TEST_F(BehindTheHostsBack, OtherProgramsOpensAreCountedAndTold) {
     EXPECT_EQ(observer.opens.size(), 3u);
 }
 
+TEST_F(BehindTheHostsBack, AFormatAnotherProgramsStreamSetsIsTheDevicesAndIsTold) {
+    auto streaming = testing::loadFixture("generic.json");  // three formats and sizes
+    QString error;
+    auto capture = virtualcam::VirtualCaptureDevice::create(streaming, &error);
+    ASSERT_TRUE(capture) << error.toStdString();
+    struct Formats final : platform::CaptureFormatObserver {
+        int told = 0;
+        void captureFormatChanged() override { ++told; }
+    } formats;
+    const auto offered = streaming->streamingFormats();
+    ASSERT_GE(offered.size(), 2u);
+    EXPECT_EQ(capture->formatDescriptions().at(0).width, offered.front().width);
+    ASSERT_TRUE(capture->setFormatObserver(&formats));
+
+    const auto& last = offered.back();
+    std::string why;
+    ASSERT_TRUE(streaming->streamFormatByAnotherProgram(last.fourCC, last.width, last.height, &why))
+        << why;
+    EXPECT_EQ(formats.told, 0);
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(formats.told, 1);
+    EXPECT_EQ(capture->formatDescriptions().at(0).formatType, last.fourCC);
+    EXPECT_EQ(capture->formatDescriptions().at(0).height, last.height);
+    // A size the descriptors do not declare is refused and changes nothing.
+    EXPECT_FALSE(streaming->streamFormatByAnotherProgram(last.fourCC, 7, 7, &why));
+    EXPECT_EQ(why, "the camera offers no such format and size");
+
+    capture->setFormatObserver(nullptr);
+    ASSERT_TRUE(streaming->streamFormatByAnotherProgram(
+        offered.front().fourCC, offered.front().width, offered.front().height));
+    QCoreApplication::sendPostedEvents();
+    EXPECT_EQ(formats.told, 1);
+}
+
 }  // namespace
 }  // namespace orvella

@@ -48,6 +48,11 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
     uint32_t deviceCaps = V4L2_CAP_VIDEO_CAPTURE | V4L2_CAP_STREAMING;
     std::deque<v4l2_event> events;
     std::vector<v4l2_event_subscription> subscriptions;
+    // The capture format (VIDIOC_G_FMT answers while pixelformat is set) and frame interval.
+    v4l2_pix_format pix{};
+    v4l2_fract timePerFrame{1, 30};
+    // Whether the driver sends source changes (uvcvideo does not: subscribing gives EINVAL).
+    bool sourceChangeEvents = false;
 
     FakeV4l2Device() = default;
     FakeV4l2Device(const FakeV4l2Device&) = delete;
@@ -74,6 +79,13 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
             event.u.ctrl.value = static_cast<int32_t>(it->second.value);
             event.u.ctrl.flags = it->second.flags | (inactive(id) ? V4L2_CTRL_FLAG_INACTIVE : 0);
         }
+        events.push_back(event);
+        wake();
+    }
+    void raiseSourceChange() {
+        v4l2_event event{};
+        event.type = V4L2_EVENT_SOURCE_CHANGE;
+        event.u.src_change.changes = V4L2_EVENT_SRC_CH_RESOLUTION;
         events.push_back(event);
         wake();
     }
@@ -142,9 +154,22 @@ class FakeV4l2Device final : public linuxplatform::VideoIo {
                 return set(*static_cast<v4l2_ext_controls*>(argument), false);
             case UVCIOC_CTRL_QUERY:
                 return xu(*static_cast<uvc_xu_control_query*>(argument));
+            case VIDIOC_G_FMT: {
+                auto& format = *static_cast<v4l2_format*>(argument);
+                if (!pix.pixelformat || format.type != V4L2_BUF_TYPE_VIDEO_CAPTURE) return -EINVAL;
+                format.fmt.pix = pix;
+                return 0;
+            }
+            case VIDIOC_G_PARM: {
+                auto& parm = *static_cast<v4l2_streamparm*>(argument);
+                if (!pix.pixelformat) return -EINVAL;
+                parm.parm.capture.timeperframe = timePerFrame;
+                return 0;
+            }
             case VIDIOC_SUBSCRIBE_EVENT: {
                 const auto& s = *static_cast<v4l2_event_subscription*>(argument);
                 if (s.type == V4L2_EVENT_CTRL && !controls.count(s.id)) return -EINVAL;
+                if (s.type == V4L2_EVENT_SOURCE_CHANGE && !sourceChangeEvents) return -EINVAL;
                 subscriptions.push_back(s);
                 return 0;
             }

@@ -280,14 +280,14 @@ TEST(ControlRowSlider, SteadyDragSendsAtMostThreeTimesASecondPlusTheRelease) {
     };
     for (int t = 0; t <= 2000; t += 20) {
         moveTo(t / 4);
-        if (slider.sendAction(PeriodicDelaySlider::Event::DragMove)) ++sentWhileDragging;
+        if (slider.sendAction(PeriodicDelaySlider::Event::Throttled)) ++sentWhileDragging;
         clock.advance(20);
     }
     EXPECT_LE(sentWhileDragging, 7);
     EXPECT_GE(sentWhileDragging, 6);
     EXPECT_EQ(sent.front(), 0) << "the first movement goes at once";
     moveTo(777);
-    EXPECT_TRUE(slider.sendAction(PeriodicDelaySlider::Event::Final));
+    EXPECT_TRUE(slider.sendAction(PeriodicDelaySlider::Event::LeftMouseUp));
     EXPECT_EQ(sent.back(), 777) << "the release always sends the final value";
 }
 
@@ -328,6 +328,54 @@ TEST(ControlRowSlider, MouseDragThroughTheRowReachesTheCameraThrottled) {
     EXPECT_LE(writes.size(), 5u);  // 4 while dragging (0, 0.35, 0.7, 1.05 s at most) + release
     EXPECT_EQ(writes.back().value, row->cur());
     EXPECT_GT(row->cur(), 0);
+}
+
+// Only the release of the left mouse button passes the throttle: a held arrow key, the wheel and
+// clicks on the groove send like a drag, at most once every 0.33 s.
+TEST(ControlRowSlider, KeysTheWheelAndGrooveClicksAreThrottledLikeADrag) {
+    UiCamera cam("full-pu.json");
+    auto row = makeRow(settings::kBrightness);
+    ThrottleClock clock;
+    auto& slider = *row->outlets().sldControl;
+    slider.setNow([&] { return clock.now; });
+    row->setQTCamera(cam.camera.get(), -64, 64, 1, 0, 0);
+    row->setVisible(true);
+    row->setEnabled(true);
+    row->view()->resize(420, 30);
+    row->view()->show();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(row->view()));
+    const auto writes = [&] { return cam.setCursOf(sel::kBrightness, cam.pu()); };
+
+    // A held arrow key: ten repeats within 0.3 s are one request.
+    slider.setFocus();
+    for (int i = 0; i < 10; ++i) {
+        QTest::keyClick(&slider, Qt::Key_Right);
+        clock.advance(30);
+    }
+    EXPECT_EQ(writes().size(), 1u);
+    EXPECT_EQ(row->cur(), 1) << "the value sent is the first step";
+    clock.advance(400);
+    QTest::keyClick(&slider, Qt::Key_Right);
+    EXPECT_EQ(writes().size(), 2u);
+    EXPECT_EQ(writes().back().value, 11);
+
+    // The wheel, turned quickly.
+    for (int i = 0; i < 5; ++i) {
+        QWheelEvent wheel(QPointF(slider.rect().center()),
+                          slider.mapToGlobal(slider.rect().center()), QPoint(), QPoint(0, 120),
+                          Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+        QApplication::sendEvent(&slider, &wheel);
+    }
+    EXPECT_EQ(writes().size(), 2u);
+    clock.advance(400);
+
+    // A click on the groove: the press is throttled like a drag, the left release sends.
+    const QPoint groove(slider.width() - 3, slider.height() / 2);
+    QTest::mousePress(&slider, Qt::LeftButton, {}, groove);
+    EXPECT_EQ(writes().size(), 3u);
+    QTest::mouseRelease(&slider, Qt::LeftButton, {}, groove);
+    EXPECT_EQ(writes().size(), 4u);
+    EXPECT_EQ(writes().back().value, row->cur());
 }
 
 }  // namespace

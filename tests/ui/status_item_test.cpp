@@ -111,9 +111,18 @@ TEST(StatusMenu, SectionsFollowTheModelsBetweenTheirMarkers) {
     cameras.appendRow(item("Orvella Virtual Camera"));
     EXPECT_EQ(titles(menu).mid(2, 4),
               QStringList({tray::text("Webcam"), "HD Webcam C270", "Orvella Virtual Camera", "-"}));
-    // A profile in force that was changed by hand keeps its check mark.
+    // A profile in force that was changed by hand shows the mixed state as menus do: no check
+    // mark (that says "in force"), a distinct image and "(modified)" after its title; chosen
+    // again, it is back to a plain check mark.
+    const qint64 starKey = menu.profileItems()[0]->icon().cacheKey();
     profiles.item(2)->setData(Qt::PartiallyChecked, Qt::CheckStateRole);
+    EXPECT_FALSE(menu.profileItems()[0]->isChecked());
+    EXPECT_EQ(menu.profileItems()[0]->text().trimmed(), QStringLiteral("Evening (modified)"));
+    EXPECT_FALSE(menu.profileItems()[0]->icon().isNull());
+    EXPECT_NE(menu.profileItems()[0]->icon().cacheKey(), starKey);
+    profiles.item(2)->setData(Qt::Checked, Qt::CheckStateRole);
     EXPECT_TRUE(menu.profileItems()[0]->isChecked());
+    EXPECT_EQ(menu.profileItems()[0]->text().trimmed(), QStringLiteral("Evening"));
     cameras.clear();
     EXPECT_TRUE(menu.cameraItems().empty());
     EXPECT_EQ(titles(menu).mid(2, 2), QStringList({tray::text("Webcam"), "-"}));

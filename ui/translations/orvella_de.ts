@@ -127,6 +127,10 @@
         <translation>Profilverwaltung</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(geändert)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>Kamera-Standard</translation>
     </message>

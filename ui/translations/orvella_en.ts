@@ -127,6 +127,10 @@
         <translation>Profiles</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(modified)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>Camera default</translation>
     </message>

@@ -127,6 +127,10 @@
         <translation>Perfiles</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(modificado)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>Valores de la cámara</translation>
     </message>

@@ -127,6 +127,10 @@
         <translation>Profils</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(modifié)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>Réglages d'origine</translation>
     </message>

@@ -127,6 +127,10 @@
         <translation>Profili</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(modificato)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>Predefiniti della videocamera</translation>
     </message>

@@ -127,6 +127,10 @@
         <translation>プロファイル</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(変更あり)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>カメラの初期設定</translation>
     </message>

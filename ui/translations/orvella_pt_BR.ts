@@ -127,6 +127,10 @@
         <translation>Perfis</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(modificado)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>Padrão da câmera</translation>
     </message>

@@ -127,6 +127,10 @@
         <translation>配置方案</translation>
     </message>
     <message>
+        <source>ProfileModified</source>
+        <translation>(已修改)</translation>
+    </message>
+    <message>
         <source>CameraDefault</source>
         <translation>相机默认值</translation>
     </message>

@@ -226,6 +226,73 @@ TEST(CaptureUse, OtherProgramsOpensCountOwnOnesDoNot) {
     EXPECT_EQ(log.lines().size(), 1u);
 }
 
+// The node's format is read again when the driver sends a source change, and, where it sends
+// none (uvcvideo), when another program opens or closes the node; only a format that differs
+// from the last one read is told, on the event loop.
+TEST(CaptureFormat, SourceChangesAndOtherProgramsStreamsAreFollowed) {
+    int argc = 1;
+    char name[] = "orvella_tests";
+    char* argv[] = {name, nullptr};
+    QCoreApplication application(argc, argv);
+    QTemporaryDir dir;
+    const std::string path = dir.filePath("video0").toStdString();
+    std::ofstream(path) << "";
+    FakeV4l2Device node;
+    node.pix.pixelformat = V4L2_PIX_FMT_YUYV;
+    node.pix.width = 640;
+    node.pix.height = 480;
+    node.sourceChangeEvents = true;
+    node.signalEvents();
+    FakeVideoOpener opener;
+    opener.devices[path] = &node;
+    V4l2CaptureDevice device(path, "", "Camera", 0x1a200000, 0x046d, 0x0825, opener);
+    struct Changes final : platform::CaptureFormatObserver {
+        int told = 0;
+        void captureFormatChanged() override { ++told; }
+    } changes;
+
+    ASSERT_TRUE(device.setFormatObserver(&changes));
+    ASSERT_EQ(node.subscriptions.size(), 1u);
+    EXPECT_EQ(node.subscriptions[0].type, uint32_t{V4L2_EVENT_SOURCE_CHANGE});
+    node.pix.pixelformat = V4L2_PIX_FMT_MJPEG;
+    node.pix.width = 1280;
+    node.pix.height = 720;
+    node.raiseSourceChange();
+    EXPECT_EQ(changes.told, 0) << "told on the event loop, not at once";
+    ASSERT_TRUE(testing::waitFor([&] { return changes.told == 1; }));
+    EXPECT_EQ(device.formatDescriptions().at(0).localizedFormatSummary, "MJPG, 1280 x 720");
+    node.raiseSourceChange();  // nothing new
+    testing::spin(50);
+    EXPECT_EQ(changes.told, 1);
+    // Another frame interval is another format too.
+    node.timePerFrame = {1, 15};
+    node.raiseSourceChange();
+    ASSERT_TRUE(testing::waitFor([&] { return changes.told == 2; }));
+
+    // A driver without source changes: another program's stream, seen by its open and close.
+    EXPECT_TRUE(device.setFormatObserver(nullptr));
+    node.sourceChangeEvents = false;
+    node.subscriptions.clear();
+    changes.told = 0;
+    ASSERT_TRUE(device.setFormatObserver(&changes));
+    EXPECT_TRUE(node.subscriptions.empty());
+    const int other = ::open(path.c_str(), O_RDWR);
+    node.pix.pixelformat = V4L2_PIX_FMT_YUYV;  // the other program sets its format and streams
+    ::close(other);
+    ASSERT_TRUE(testing::waitFor([&] { return changes.told == 1; }));
+    EXPECT_EQ(device.formatDescriptions().at(0).localizedFormatSummary, "YUYV, 1280 x 720");
+    ::close(::open(path.c_str(), O_RDONLY));  // a probe that changes nothing
+    testing::spin(50);
+    EXPECT_EQ(changes.told, 1);
+
+    // Stopped: nothing more is told.
+    EXPECT_TRUE(device.setFormatObserver(nullptr));
+    node.pix.width = 320;
+    ::close(::open(path.c_str(), O_RDONLY));
+    testing::spin(50);
+    EXPECT_EQ(changes.told, 1);
+}
+
 TEST(Libusb, StatusesAndAMachineWithoutUsb) {
     EXPECT_EQ(libusbplatform::ioReturnForLibusb(LIBUSB_ERROR_NO_DEVICE), kIOReturnNoDevice);
     EXPECT_EQ(libusbplatform::ioReturnForLibusb(LIBUSB_ERROR_TIMEOUT), kIOReturnNotResponding);
