@@ -4,21 +4,13 @@
 
 #include "camera/SteppedZoom.h"
 #include "support/OpenedCamera.h"
-#include "tests/settings/SettingsRig.h"
+#include "support/RequestsSeen.h"
 
 namespace orvella {
 namespace {
 
 std::vector<int64_t> zoomsSent(const virtualcam::VirtualCamera& device) {
-    std::vector<int64_t> zooms;
-    for (const auto& set : testing::setCurs(device))
-        if (set.selector == 0x0B) {
-            int64_t value = 0;
-            for (size_t i = set.data.size(); i-- > 0;)
-                value = value << 8 | set.data[i];
-            zooms.push_back(value);
-        }
-    return zooms;
+    return testing::valuesWritten(device, device.cameraTerminalID(), 0x0B);
 }
 
 TEST(SteppedZoom, ClimbsOneStepPerRequestAndStopsAtTheCamerasMaximum) {

@@ -9,6 +9,7 @@
 #include "platform/FourCC.h"
 #include "platform/Log.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "support/RequestsSeen.h"
 #include "support/VirtualRig.h"
 
 namespace orvella::testing {
@@ -37,8 +38,8 @@ inline bool logged(const log::ScopedCapture& log, const std::string& line) {
 // The data bytes of the SET_CUR requests, in order.
 inline std::vector<std::vector<uint8_t>> writes(const virtualcam::VirtualCamera& device) {
     std::vector<std::vector<uint8_t>> out;
-    for (const auto& r : device.requests())
-        if (r.bmRequestType == 0x21) out.push_back(r.data);
+    for (const SetCur& s : setCurs(device))
+        out.push_back(s.data);
     return out;
 }
 

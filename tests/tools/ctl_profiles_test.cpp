@@ -15,6 +15,7 @@
 #include "settings/SettingsRecord.h"
 #include "support/OpenedCamera.h"
 #include "support/Orvellactl.h"
+#include "support/RequestsSeen.h"
 #include "tools/CtlRequestLog.h"
 
 namespace orvella {
@@ -70,14 +71,7 @@ TEST(OrvellaCtlProfiles, AProfileSavedOnOneSideIsListedAndAppliedOnTheOther) {
     // What reached the camera is what applying the record in the application sends, in order.
     testing::FixtureCamera fresh("generic.json");
     settings::loadSettings(*app.profileAt(cam.camera->modelUniqueID(), 2), *fresh.camera);
-    QStringList expected;
-    for (const auto& r : fresh.device->requests())
-        expected << QString::fromStdString(virtualcam::RequestLog::transferLine(
-            1,
-            {r.bmRequestType, r.bRequest, uint8_t(r.wValue), uint8_t(r.wValue >> 8),
-             uint8_t(r.wIndex), uint8_t(r.wIndex >> 8), uint8_t(r.wLength),
-             uint8_t(r.wLength >> 8)},
-            r.data, virtualcam::RequestLog::outcomeFor(r.status)));
+    const QStringList expected = testing::requestLogLines(*fresh.device);
     EXPECT_EQ(setCurLines(fileLines(log)), setCurLines(expected));
     EXPECT_TRUE(fileLines(log).contains("1 21 01 0200 0200 2 1900 ok"));  // Brightness 25
     // The last state followed the profile.

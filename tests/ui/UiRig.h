@@ -44,16 +44,8 @@ struct UiCamera {
     };
     std::vector<Write> setCurs() const {
         std::vector<Write> out;
-        for (const auto& r : device->requests()) {
-            if (r.bmRequestType != 0x21 || r.bRequest != 0x01) continue;
-            int64_t value = 0;
-            for (size_t i = 0; i < r.data.size() && i < 8; ++i)
-                value |= static_cast<int64_t>(r.data[i]) << (8 * i);
-            // Sign-extend the little-endian field from its own width.
-            if (!r.data.empty() && r.data.size() < 8 && (r.data.back() & 0x80))
-                value -= int64_t{1} << (8 * r.data.size());
-            out.push_back({r.selector(), r.unit(), value});
-        }
+        for (const testing::SetCur& s : testing::setCurs(*device))
+            out.push_back({s.selector, s.unit, s.value()});
         return out;
     }
     std::vector<Write> setCursOf(int selector, int unit) const {

@@ -1,0 +1,207 @@
+#pragma once
+// The application controller over virtual cameras, for the controller tests: a scratch
+// preferences folder, a virtual platform with a recording clock and power events, the controller
+// and its discovery started and stopped as the application does, and ways to read the panel, the
+// tray menu and the dialogs.
+#include <gtest/gtest.h>
+
+#include <QCheckBox>
+#include <QComboBox>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QInputDialog>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QProcess>
+#include <QPushButton>
+#include <QRegularExpression>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include "app/CameraDiscovery.h"
+#include "app/Orvella.h"
+#include "platform/Clock.h"
+#include "platform/Log.h"
+#include "platform/virtual/VirtualPlatform.h"
+#include "settings/DefaultsKeys.h"
+#include "ui/ControlPanel.h"
+#include "ui/Localization.h"
+#include "ui/StatusBar.h"
+#include "ui/StatusMenu.h"
+#include "ui/UVCValueViewController.h"
+#include "ui_ControlPanel.h"
+#include "ui_UVCValueViewController.h"
+
+#include "support/RequestsSeen.h"
+
+namespace orvella::app::rig {
+
+using settings::SettingsID;
+
+// The processing unit of the fixture cameras and its brightness selector.
+constexpr uint8_t kPU = 2;
+constexpr uint8_t kBrightnessSelector = 2;
+// The camera terminal of the fixture cameras and its zoom selector.
+constexpr uint8_t kCT = 1, kZoomSelector = 0x0B;
+
+inline QByteArray fixture(const char* name) {
+    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll();
+}
+
+// The generic camera at another USB location, optionally of another model.
+inline QByteArray genericAt(const char* location, const char* product = "0x0102") {
+    QByteArray json = fixture("generic.json");
+    json.replace("\"0x14100000\"", QByteArray("\"") + location + "\"");
+    json.replace("\"0x0102\"", QByteArray("\"") + product + "\"");
+    return json;
+}
+
+inline int setCurCount(const virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t selector) {
+    return static_cast<int>(testing::setCursOf(camera, unit, selector).size());
+}
+
+inline int allSetCurCount(const virtualcam::VirtualCamera& camera) {
+    return static_cast<int>(testing::setCurs(camera).size());
+}
+
+struct Controller : ::testing::Test {
+    QTemporaryDir home;
+    std::unique_ptr<settings::DefaultsStore> defaults;
+    virtualcam::VirtualPlatform platform;
+    platform::RecordingClock clock;
+    platform::ManualPowerEvents power;
+    CameraList cameras;
+    std::unique_ptr<Orvella> orvella;
+    std::unique_ptr<CameraDiscovery> discovery;
+
+    QString storePath() const {
+        return home.filePath(QStringLiteral("orvella/org.orvella.Orvella.plist"));
+    }
+
+    void SetUp() override { ASSERT_TRUE(home.isValid()); }
+    void TearDown() override { stop(); }
+
+    void start() {
+        defaults = std::make_unique<settings::DefaultsStore>(storePath());
+        OrvellaOptions options;
+        options.trayAvailable = [] { return true; };
+        options.timing = {20, 0, 40};
+        options.popoverDelayMs = 0;
+        orvella = std::make_unique<Orvella>(*defaults, cameras, nullptr, options);
+        discovery = std::make_unique<CameraDiscovery>(platform.platform(&clock), platform.capture(),
+                                                      cameras, *orvella);
+        orvella->setDiscovery(discovery.get());
+        orvella->setPowerEvents(&power);
+        orvella->applicationDidFinishLaunching();
+    }
+    void stop() {
+        if (!orvella) return;
+        orvella->applicationWillTerminate();
+        orvella->switchCamera(nullptr);
+        while (cameras.size() > 0)
+            cameras.take(cameras.size() - 1);
+        discovery.reset();
+        orvella.reset();
+        defaults.reset();
+    }
+    std::shared_ptr<virtualcam::VirtualCamera> plug(
+        const QByteArray& json,
+        std::shared_ptr<virtualcam::VirtualCaptureDevice>* device = nullptr) {
+        QString error;
+        auto camera = virtualcam::VirtualCamera::fromJson(json, &error);
+        EXPECT_TRUE(camera) << error.toStdString();
+        auto added = platform.addCamera(camera, &error);
+        EXPECT_TRUE(added) << error.toStdString();
+        if (device) *device = added;
+        return camera;
+    }
+
+    Ui::ControlPanel& ui() { return orvella->panel().outlets(); }
+    int popUpIndex() { return ui().mPopProfile->currentIndex(); }
+    // The row of the profile list the tray menu shows checked (0 the camera default, -1 none).
+    int menuCheckedRow() {
+        ui::StatusMenu& menu = orvella->statusMenu();
+        if (menu.mItmSettingsDefault->isChecked()) return 0;
+        const auto& items = menu.profileItems();
+        for (std::size_t i = 0; i < items.size(); ++i)
+            if (items[i]->isChecked()) return static_cast<int>(i) + settings::kFirstProfileIndex;
+        return -1;
+    }
+    QStringList menuProfileTitles() {
+        QStringList titles;
+        for (QAction* item : orvella->statusMenu().profileItems())
+            titles << item->text().trimmed();  // the menu indents its profiles
+        return titles;
+    }
+    QStringList popUpProfileTitles() {
+        QStringList titles;
+        for (int i = settings::kFirstProfileIndex; i < ui().mPopProfile->count(); ++i)
+            titles << ui().mPopProfile->itemText(i);
+        return titles;
+    }
+    void expectListsInStep() {
+        EXPECT_EQ(popUpProfileTitles(), menuProfileTitles());
+        EXPECT_EQ(popUpIndex() < 0 ? -1 : popUpIndex(), menuCheckedRow());
+    }
+
+    template <typename Dialog>
+    Dialog* sheetNamed(const char* name) {
+        QCoreApplication::processEvents();
+        auto* dialog = qobject_cast<Dialog*>(orvella->sheet());
+        if (!dialog || dialog->objectName() != QLatin1String(name)) return nullptr;
+        return dialog;
+    }
+    // Walks the save dialog: types `name` and presses Save (or Cancel).
+    void saveProfile(const QString& name, bool accept = true) {
+        orvella->clickSaveNewProfile();
+        auto* dialog = sheetNamed<QInputDialog>("SaveNewProfile");
+        ASSERT_TRUE(dialog);
+        dialog->setTextValue(name);
+        accept ? dialog->accept() : dialog->reject();
+        QCoreApplication::processEvents();
+    }
+    void deleteSelectedProfile() {
+        orvella->clickDeleteProfile();
+        auto* box = sheetNamed<QMessageBox>("DeleteProfile");
+        ASSERT_TRUE(box);
+        box->buttons().first()->click();
+        QCoreApplication::processEvents();
+    }
+    QStringList storedNames(const QString& model) {
+        QStringList names;
+        for (const auto& record : orvella->profileStore().profiles(model))
+            names << record.value(QStringLiteral("SettingsName")).toString();
+        return names;
+    }
+};
+
+constexpr uint8_t kAutoExposureModeSelector = 0x02, kExposureTimeSelector = 0x04;
+constexpr uint8_t kWhiteBalanceAutoSelector = 0x0B;
+
+struct Following : Controller {
+    void setByOther(virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t selector,
+                    int64_t value) {
+        std::string error;
+        ASSERT_TRUE(camera.setByAnotherProgram(unit, selector, value, &error)) << error;
+    }
+    void storeGuard(bool on, int settleMs) {
+        settings::DefaultsStore store(storePath());
+        store.setBool(on, QStringLiteral("GuardSettings"));
+        store.setInteger(settleMs, QStringLiteral("GuardSettleTime"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    ui::UVCValueViewController& row(int32_t id) { return *orvella->panel().row(id); }
+    bool enabled(int32_t id) { return row(id).outlets().sldControl->isEnabled(); }
+    qint64 lastState(const char* key) {
+        return orvella->profileStore()
+            .appDefaultRecord(orvella->qtCamera()->modelUniqueID())
+            ->value(QLatin1String(key))
+            .toLongLong();
+    }
+};
+
+}  // namespace orvella::app::rig

@@ -1,0 +1,359 @@
+// The controller from start to quit: start-up and plug-in, the timer's re-send and sleep, the
+// preferences, no camera and no tray, the format and frame rate in the panel, the stepped zoom.
+
+#include "tests/controller/ControllerRig.h"
+
+namespace orvella::app {
+namespace {
+
+using namespace rig;
+
+TEST_F(Controller, StartUpAppliesTheLastStateAndTheStartProfileOncePerCamera) {
+    {
+        auto camera = plug(fixture("generic.json"));
+        start();
+        orvella->panel().row(SettingsID::kBrightness)->plusAction();  // last state: 1
+        saveProfile(QStringLiteral("Start"));
+        orvella->panel().row(SettingsID::kBrightness)->plusAction();  // last state: 2
+        orvella->clickLoadAtStart();
+        EXPECT_EQ(orvella->profileList().startRow(), 2);
+        stop();
+        platform.removeCamera(platform.capture().devices().front());
+    }
+    // Next start: the last state at plug-in, then the start profile when the panel shows it.
+    auto camera = plug(fixture("generic.json"));
+    start();
+    EXPECT_EQ(testing::valuesWritten(*camera, kPU, kBrightnessSelector),
+              (std::vector<int64_t>{2, 1}));
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
+    EXPECT_EQ(popUpIndex(), 2);
+    EXPECT_EQ(menuCheckedRow(), 2);
+    EXPECT_EQ(orvella->statusMenu().profileItems().at(0)->icon().isNull(), false);
+    // Showing the panel for the same camera object again applies nothing.
+    camera->clearRequests();
+    orvella->switchCamera(orvella->qtCamera());
+    EXPECT_EQ(setCurCount(*camera, kPU, kBrightnessSelector), 0);
+}
+
+TEST_F(Controller, TheTimerResendsAtTheChosenIntervalAndRestsDuringSleep) {
+    // "ReconfigureWebcam" at 1 tick, as a script may store it: every camera gets its values
+    // again at every tick.
+    {
+        settings::DefaultsStore store(storePath());
+        store.setInteger(1, QStringLiteral("ReconfigureWebcam"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    auto first = plug(fixture("generic.json"));
+    auto second = plug(genericAt("0x14200000"));
+    start();
+    EXPECT_EQ(ui().mPopReconfigureWebcam->currentData().toInt(), 1);
+    QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*first, kPU, kBrightnessSelector) >= 3, 5000);
+    QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*second, kPU, kBrightnessSelector) >= 3, 5000);
+
+    power.sleep();
+    first->clearRequests();
+    second->clearRequests();
+    QTest::qWait(200);  // ten ticks' worth
+    EXPECT_EQ(allSetCurCount(*first), 0);
+    EXPECT_EQ(allSetCurCount(*second), 0);
+
+    power.wake();
+    QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*first, kPU, kBrightnessSelector) >= 1, 5000);
+
+    // Off: nothing more is sent.
+    orvella->selectReconfigureWebcam(0);
+    QCoreApplication::processEvents();
+    first->clearRequests();
+    QTest::qWait(100);
+    EXPECT_EQ(allSetCurCount(*first), 0);
+}
+
+TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
+    auto camera = plug(fixture("generic.json"));
+    start();
+    EXPECT_EQ(orvella->defaults().integerForKey(QStringLiteral("Black and White Menu Icon")), 1);
+    EXPECT_TRUE(orvella->panelOn());
+    EXPECT_TRUE(orvella->panel().window()->isVisible());
+
+    // Reset to camera defaults: brightness back to its default, launch at login off.
+    ui().mBtnLaunchAtLogin->setChecked(true);
+    orvella->clickLaunchAtLogin(true);
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    orvella->clickResetToDefault();
+    EXPECT_FALSE(orvella->defaults().boolForKey(QStringLiteral("Launch at Login")));
+    EXPECT_FALSE(ui().mBtnLaunchAtLogin->isChecked());
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 0);
+    EXPECT_EQ(popUpIndex(), 0);
+    EXPECT_EQ(menuCheckedRow(), 0);
+
+    orvella->clickReadIntervalInfo();
+    auto* info = sheetNamed<QMessageBox>("UpdateSlider");
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->informativeText(), ui::nameFormat("ReadIntervalInfoWS"));
+    EXPECT_TRUE(info->informativeText().contains(QLatin1String("Orvella")));
+    info->buttons().first()->click();
+    orvella->clickWriteIntervalInfo();
+    info = sheetNamed<QMessageBox>("ReconfigureWebcam");
+    ASSERT_TRUE(info);
+    EXPECT_EQ(info->informativeText(), ui::nameFormat("WriteIntervalInfo"));
+    info->buttons().first()->click();
+
+    // An interval the pop-ups do not offer shows as an item of its own, and choosing that item
+    // keeps it.
+    stop();
+    {
+        settings::DefaultsStore store(storePath());
+        store.setInteger(6, QStringLiteral("UpdateSlider"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    start();
+    const int extra = ui().mPopUpdateSlider->findData(6);
+    ASSERT_GE(extra, 0);
+    EXPECT_EQ(ui().mPopUpdateSlider->currentIndex(), extra);
+    emit ui().mPopUpdateSlider->activated(extra);
+    EXPECT_EQ(settings::DefaultsStore(storePath()).integerForKey(QStringLiteral("UpdateSlider")),
+              6);
+
+    // Hiding the icon disables the icon choice; closing the panel hides it and is remembered.
+    orvella->clickHideMenuBarIcon(true);
+    EXPECT_FALSE(ui().mBtnBWMenuIcon->isEnabled());
+    EXPECT_FALSE(orvella->statusBar().isInstalled());
+    orvella->clickHideMenuBarIcon(false);
+    EXPECT_TRUE(ui().mBtnBWMenuIcon->isEnabled());
+    orvella->panel().window()->close();
+    EXPECT_FALSE(orvella->panelOn());
+    EXPECT_FALSE(orvella->defaults().boolForKey(QStringLiteral("Show/Hide Control Panel")));
+    // A second start (through the bus) brings it back.
+    orvella->setPanelVisible(true);
+    EXPECT_TRUE(orvella->panel().window()->isVisible());
+}
+
+TEST_F(Controller, WithoutACameraThePanelOffersTheDemoCamera) {
+    start();
+    EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
+    // Without a camera the tray's camera-default item is off and does nothing.
+    QAction* cameraDefault = orvella->statusMenu().mItmSettingsDefault;
+    EXPECT_FALSE(cameraDefault->isEnabled());
+    EXPECT_FALSE(cameraDefault->isChecked());
+    int asked = 0;
+    orvella->setDemoCamera([&] {
+        ++asked;
+        plug(fixture("generic.json"));
+    });
+    auto* button = orvella->noCameraBanner()->findChild<QPushButton*>();
+    ASSERT_TRUE(button);
+    button->click();
+    EXPECT_EQ(asked, 1);
+    EXPECT_EQ(cameras.size(), 1);
+    EXPECT_TRUE(orvella->noCameraBanner()->isHidden());
+    EXPECT_EQ(ui().mPopCamera->currentIndex(), 0);
+    EXPECT_TRUE(cameraDefault->isEnabled());
+    cameraDefault->trigger();  // the reset: the camera default is in force
+    EXPECT_TRUE(cameraDefault->isChecked());
+    // Unplugged again: the panel says so once more and its controls are off, the tray's
+    // camera-default item included.
+    platform.removeCamera(platform.capture().devices().front());
+    EXPECT_FALSE(orvella->noCameraBanner()->isHidden());
+    EXPECT_EQ(orvella->qtCamera(), nullptr);
+    EXPECT_FALSE(ui().mPopProfile->isEnabled());
+    EXPECT_FALSE(cameraDefault->isEnabled());
+    EXPECT_FALSE(cameraDefault->isChecked());
+}
+
+// A format another program's stream sets on the current camera shows in the panel at once; one
+// set on a camera in the background does not.
+TEST_F(Controller, ThePanelShowsTheFormatTheCurrentCameraStreamsNow) {
+    auto camera = plug(fixture("generic.json"));
+    auto background = plug(genericAt("0x14200000"));
+    start();
+    EXPECT_EQ(ui().mTxtFormatType->text(), QStringLiteral("YUY2"));
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("YUY2, 640 x 480"));
+    const uint32_t mjpg = 0x4D4A5047;
+    std::string error;
+    ASSERT_TRUE(background->streamFormatByAnotherProgram(mjpg, 1280, 720, &error)) << error;
+    QTest::qWait(50);
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("YUY2, 640 x 480"));
+    ASSERT_TRUE(camera->streamFormatByAnotherProgram(mjpg, 1280, 720, &error)) << error;
+    QTRY_COMPARE_WITH_TIMEOUT(ui().mTxtFormatSummary->text(), QStringLiteral("MJPG, 1280 x 720"),
+                              1000);
+    EXPECT_EQ(ui().mTxtFormatType->text(), QStringLiteral("MJPG"));
+    // The camera in the background, once chosen, shows the format it streams.
+    orvella->statusMenu().cameraItems().at(1)->trigger();
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QStringLiteral("MJPG, 1280 x 720"));
+    // Unplugged, nothing is told any more and nothing breaks.
+    platform.removeCamera(platform.capture().devices().front());
+    platform.removeCamera(platform.capture().devices().front());
+    EXPECT_EQ(discovery->observingCount(), 0u);
+    EXPECT_FALSE(camera->streamFormatByAnotherProgram(mjpg, 1280, 720, &error));
+    QCoreApplication::processEvents();
+    EXPECT_EQ(ui().mTxtFormatSummary->text(), QString());
+}
+
+// The controller is the current camera's capture delegate: a session on it shows its frame rate
+// in the panel, which shows no rate (and no bare unit) while none runs.
+TEST_F(Controller, TheFrameRateOfASessionOnTheCurrentCameraShowsWhileItRuns) {
+    plug(fixture("generic.json"));
+    start();
+    ASSERT_TRUE(orvella->qtCameraCapture());
+    EXPECT_TRUE(ui().mTxtFPS->isHidden() && ui().mTxtFPSLabel->isHidden());
+    ASSERT_EQ(orvella->qtCameraCapture()->startPreview(nullptr), 0);
+    ASSERT_TRUE(QTest::qWaitFor([&] { return !ui().mTxtFPS->isHidden(); }, 5000));
+    EXPECT_FALSE(ui().mTxtFPSLabel->isHidden());
+    EXPECT_GT(ui().mTxtFPS->text().toInt(), 0);
+    orvella->qtCameraCapture()->stopPreview(nullptr);
+    EXPECT_TRUE(ui().mTxtFPS->isHidden() && ui().mTxtFPSLabel->isHidden());
+    // A camera that goes away takes its session with it.
+    ASSERT_EQ(orvella->qtCameraCapture()->startPreview(nullptr), 0);
+    platform.removeCamera(platform.capture().devices().front());
+    EXPECT_EQ(orvella->qtCameraCapture(), nullptr);
+    EXPECT_TRUE(ui().mTxtFPS->isHidden());
+}
+
+TEST_F(Controller, BadSurroundingsLoseNothing) {
+    // A preferences file that is no property list: set aside, the application starts afresh.
+    QDir().mkpath(QFileInfo(storePath()).path());
+    {
+        QFile garbage(storePath());
+        ASSERT_TRUE(garbage.open(QIODevice::WriteOnly));
+        garbage.write("<plist><dict><key>Settings</key><array>");
+    }
+    auto camera = plug(fixture("generic.json"));
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> second;
+    plug(genericAt("0x14200000", "0x0777"), &second);
+    start();
+    EXPECT_FALSE(orvella->defaults().setAsidePath().isEmpty());
+    ASSERT_TRUE(orvella->qtCamera());
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
+
+    // The current camera goes away while the name dialog is open: the dialog goes with it and
+    // the other camera becomes current.
+    orvella->clickSaveNewProfile();
+    ASSERT_TRUE(orvella->sheet());
+    platform.removeCamera(platform.capture().devices().front());
+    QCoreApplication::processEvents();
+    EXPECT_EQ(orvella->sheet(), nullptr);
+    ASSERT_TRUE(orvella->qtCamera());
+    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    expectListsInStep();
+    platform.removeCamera(second);
+    EXPECT_EQ(orvella->qtCamera(), nullptr);
+    orvella->clickSaveNewProfile();  // nothing to save without a camera
+    EXPECT_EQ(orvella->sheet(), nullptr);
+}
+
+TEST_F(Controller, WithoutATrayHostThePanelStaysOpenAsAWindow) {
+    {
+        settings::DefaultsStore store(storePath());
+        store.setBool(false, QStringLiteral("Show/Hide Control Panel"));
+        ASSERT_TRUE(store.synchronize());
+    }
+    defaults = std::make_unique<settings::DefaultsStore>(storePath());
+    OrvellaOptions options;
+    options.trayAvailable = [] { return false; };
+    orvella = std::make_unique<Orvella>(*defaults, cameras, nullptr, options);
+    orvella->applicationDidFinishLaunching();
+    EXPECT_TRUE(orvella->panelOn());
+    EXPECT_TRUE(orvella->panel().window()->isVisible());
+    // Closing hides it; a second start (the bus) shows it again.
+    orvella->panel().window()->close();
+    EXPECT_FALSE(orvella->panel().window()->isVisible());
+    EXPECT_FALSE(orvella->isPanelVisible());
+    orvella->setPanelVisible(true);
+    EXPECT_TRUE(orvella->isPanelVisible());
+}
+
+TEST_F(Controller, ALifeCamStudioGetsItsStoredZoomStepByStepASecondAfterPlugIn) {
+    QByteArray lifeCam = fixture("motor-ptz.json");
+    lifeCam.replace("\"0x046d\"", "\"0x045e\"");
+    lifeCam.replace("\"0x0837\"", "\"0x0772\"");
+    auto first = plug(lifeCam);
+    start();
+    orvella->panel().row(SettingsID::kZoomAbsolute)->plusAction();
+    orvella->panel().row(SettingsID::kZoomAbsolute)->plusAction();  // last state: zoom 102
+
+    QByteArray another = lifeCam;
+    another.replace("\"0x14400000\"", "\"0x14500000\"");
+    auto second = plug(another);
+    EXPECT_EQ(testing::valuesWritten(*second, kCT, kZoomSelector), std::vector<int64_t>{102});
+    EXPECT_TRUE(orvella->panel().hasPendingZoom());
+    QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
+    const std::vector<int64_t> steps = testing::valuesWritten(*second, kCT, kZoomSelector);
+    ASSERT_GT(steps.size(), 3u);
+    EXPECT_EQ(steps.back(), 102);
+    EXPECT_EQ(second->currentValue(kCT, kZoomSelector), 102);
+}
+
+// The application and orvellactl put one stored record on a camera with the same requests, the
+// stepped zoom of a stored zoom beyond the camera's range included.
+TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord) {
+    QByteArray lifeCam = fixture("motor-ptz.json");  // zoom 100..500
+    lifeCam.replace("\"0x046d\"", "\"0x045e\"");
+    lifeCam.replace("\"0x0837\"", "\"0x0772\"");
+    const auto storeRecord = [&] {
+        settings::DefaultsStore store(storePath());
+        store.setObject(QVariantMap{{"UVC Camera VendorID_1118 ProductID_1906",
+                                     QVariantList{QVariantMap{{"SettingsName", "AppDefault"},
+                                                              {"AppDefault", true},
+                                                              {"ZoomAbsoluteDisabled", false},
+                                                              {"ZoomAbsolute", 600},
+                                                              {"BrightnessDisabled", false},
+                                                              {"Brightness", 3}}}}},
+                        "Settings");
+        ASSERT_TRUE(store.synchronize());
+    };
+    storeRecord();
+    start();
+    auto camera = plug(lifeCam);
+    QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
+    const QStringList fromApp =
+        testing::requestLogLines(*camera).filter(QRegularExpression("^1 21 "));
+    ASSERT_GT(fromApp.size(), 500);
+    // The camera became current, so the application refreshed the last state with what the
+    // camera holds; the zoom follows the stepped zoom, which never goes past the camera's maximum.
+    const QString model = QStringLiteral("UVC Camera VendorID_1118 ProductID_1906");
+    EXPECT_EQ(orvella->profileStore().appDefaultRecord(model)->value("ZoomAbsolute").toLongLong(),
+              camera->currentValue(kCT, kZoomSelector));
+    stop();
+    storeRecord();  // orvellactl gets the same record
+
+    const QString definition = home.filePath("lifecam.json"), log = home.filePath("requests.log");
+    QFile file(definition);
+    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
+    file.write(lifeCam);
+    file.close();
+    QProcess ctl;
+    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+    ctl.setProcessEnvironment(environment);
+    ctl.start(QStringLiteral(ORVELLA_ORVELLACTL),
+              {"--virtual", definition, "--request-log", log, "apply-last", "1"});
+    ASSERT_TRUE(ctl.waitForFinished(60000));
+    EXPECT_EQ(ctl.exitCode(), 0) << ctl.readAllStandardError().toStdString();
+    QFile written(log);
+    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
+    const QStringList fromTool = QString::fromUtf8(written.readAll())
+                                     .split('\n', Qt::SkipEmptyParts)
+                                     .filter(QRegularExpression("^1 21 "));
+    EXPECT_EQ(fromTool, fromApp);
+}
+
+TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
+    {
+        settings::DefaultsStore store(storePath());
+        store.setInteger(2, QStringLiteral("UpdateSlider"));  // every second
+        ASSERT_TRUE(store.synchronize());
+    }
+    auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time is automatic
+    start();
+    EXPECT_EQ(ui().mPopUpdateSlider->currentData().toInt(), 2);
+    constexpr uint8_t kCameraTerminal = 1, kExposureTimeSelector = 0x04;
+    ASSERT_TRUE(camera->setCurrentValue(kCameraTerminal, kExposureTimeSelector, 700));
+    QTRY_COMPARE_WITH_TIMEOUT(orvella->panel().row(SettingsID::kExposureTimeAbsolute)->cur(),
+                              int64_t{700}, 5000);
+    // Refreshing reads; it writes nothing.
+    EXPECT_EQ(allSetCurCount(*camera), 0);
+}
+
+}  // namespace
+}  // namespace orvella::app
