@@ -64,9 +64,9 @@ bool QTCamera::isAnswering() {
     uint16_t vendor = 0;
     if (!controlInterface || controlInterface->getDeviceVendor(vendor) == kIOReturnNoDevice)
         return false;
-    constexpr int32_t kRequestErrorCodeControl = 0x02;
     long code = 0;
-    const IOReturn status = getDataFor(uvc::GET_CUR, 1, kRequestErrorCodeControl, 0, &code);
+    const IOReturn status =
+        getDataFor(uvc::GET_CUR, 1, uvc::VC_REQUEST_ERROR_CODE_CONTROL, 0, &code);
     return status != kIOReturnNoDevice && !isNotResponding(status);
 }
 

@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "platform/Log.h"
+#include "platform/UvcProtocol.h"
 
 namespace orvella::libusbplatform {
 
@@ -88,7 +89,8 @@ class LibusbInterface final : public platform::UsbInterface {
         for (int at = 0; extra && at + 2 <= length;) {
             const int size = extra[at];
             if (size < 2 || at + size > length) break;
-            if (extra[at + 1] == 0x24) descriptors_.emplace_back(extra + at, extra + at + size);
+            if (extra[at + 1] == uvc::kDescriptorTypeClassInterface)
+                descriptors_.emplace_back(extra + at, extra + at + size);
             at += size;
         }
     }

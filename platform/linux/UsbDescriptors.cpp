@@ -2,13 +2,14 @@
 
 #include <sstream>
 
+#include "platform/UvcProtocol.h"
+
 namespace orvella::linuxplatform {
 
 namespace {
 constexpr uint8_t kTypeDevice = 1;
 constexpr uint8_t kTypeConfiguration = 2;
 constexpr uint8_t kTypeInterface = 4;
-constexpr uint8_t kTypeClassInterface = 0x24;
 constexpr size_t kDeviceDescriptorLength = 18;
 }  // namespace
 
@@ -59,7 +60,7 @@ UsbDeviceInfo parseUsbDescriptors(const std::vector<uint8_t>& blob) {
                 info.interfaces.push_back(std::move(interface));
                 current = &info.interfaces.back();
             }
-        } else if (type == kTypeClassInterface && current) {
+        } else if (type == uvc::kDescriptorTypeClassInterface && current) {
             current->classSpecific.emplace_back(
                 blob.begin() + static_cast<std::ptrdiff_t>(at),
                 blob.begin() + static_cast<std::ptrdiff_t>(at + length));

@@ -221,8 +221,8 @@ IOReturn VirtualCamera::controlRequest(uint8_t interfaceNumber, platform::Contro
 IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<uint8_t>& answered) {
     const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
-    if (unit == 0 && selector == kRequestErrorCodeControl && (request.wValue & 0xFF) == 0 &&
-        request.bmRequestType == 0xA1 &&
+    if (unit == 0 && selector == uvc::VC_REQUEST_ERROR_CODE_CONTROL &&
+        (request.wValue & 0xFF) == 0 && request.bmRequestType == 0xA1 &&
         (request.bRequest == uvc::GET_CUR || request.bRequest == uvc::GET_INFO)) {
         const uint8_t byte = request.bRequest == uvc::GET_CUR ? requestErrorCode_ : 0x01;
         if (request.wLength == 0) return kIOReturnSuccess;
@@ -484,8 +484,8 @@ std::vector<uint8_t> VirtualCamera::streamingControl(uint8_t interfaceNumber,
     std::lock_guard<std::mutex> lock(mutex_);
     const auto it = streaming_.find(interfaceNumber);
     if (it == streaming_.end()) return {};
-    if (selector == StreamingNegotiation::kProbeControl) return it->second.probe();
-    if (selector == StreamingNegotiation::kCommitControl) return it->second.commit();
+    if (selector == uvc::VS_PROBE_CONTROL) return it->second.probe();
+    if (selector == uvc::VS_COMMIT_CONTROL) return it->second.commit();
     return {};
 }
 

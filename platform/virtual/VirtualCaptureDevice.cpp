@@ -2,45 +2,46 @@
 
 #include "platform/CaptureIdentity.h"
 #include "platform/FourCC.h"
+#include "platform/UvcDescriptors.h"
 #include "platform/virtual/VirtualMediaDevice.h"
 
 namespace orvella::virtualcam {
 
 namespace {
 
-constexpr uint8_t kSubClassVideoStreaming = 2;
-constexpr uint8_t kFormatUncompressed = 0x04;
-constexpr uint8_t kFrameUncompressed = 0x05;
-constexpr uint8_t kFormatMjpeg = 0x06;
-constexpr uint8_t kFrameMjpeg = 0x07;
-
 // The first format of the streaming descriptors with its first frame size. Descriptors are
 // checked for length before any field is read.
 std::vector<platform::CaptureFormatDescription> firstFormat(const VirtualCamera& camera) {
     for (const InterfaceDefinition& interface : camera.interfaces()) {
-        if (interface.subClass != kSubClassVideoStreaming) continue;
+        if (interface.subClass != uvc::kSubClassVideoStreaming) continue;
         std::optional<uint32_t> type;
-        for (const platform::Descriptor& d : interface.descriptors) {
-            if (d.size() < 4 || d[1] != 0x24) continue;
-            if (!type && d[2] == kFormatUncompressed && d.size() >= 9) {
-                type =
-                    (uint32_t{d[5]} << 24) | (uint32_t{d[6]} << 16) | (uint32_t{d[7]} << 8) | d[8];
-            } else if (!type && d[2] == kFormatMjpeg) {
-                type = platform::fourCC("MJPG");
-            } else if (type && (d[2] == kFrameUncompressed || d[2] == kFrameMjpeg) &&
-                       d.size() >= 9) {
-                platform::CaptureFormatDescription format;
-                format.formatType = *type;
-                format.width = d[5] | (d[6] << 8);
-                format.height = d[7] | (d[8] << 8);
-                format.localizedFormatSummary =
-                    QStringLiteral("%1, %2 x %3")
-                        .arg(QString::fromStdString(platform::fourCCString(*type)))
-                        .arg(format.width)
-                        .arg(format.height);
-                return {format};
-            }
-        }
+        std::optional<platform::CaptureFormatDescription> first;
+        uvc::walkClassDescriptors(
+            interface.descriptors, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+                const platform::Descriptor& d = w.bytes();
+                if (!type && d[2] == uvc::VS_FORMAT_UNCOMPRESSED && d.size() >= 9) {
+                    type = (uint32_t{d[5]} << 24) | (uint32_t{d[6]} << 16) | (uint32_t{d[7]} << 8) |
+                           d[8];
+                } else if (!type && d[2] == uvc::VS_FORMAT_MJPEG) {
+                    type = platform::fourCC("MJPG");
+                } else if (type &&
+                           (d[2] == uvc::VS_FRAME_UNCOMPRESSED || d[2] == uvc::VS_FRAME_MJPEG) &&
+                           d.size() >= 9) {
+                    platform::CaptureFormatDescription format;
+                    format.formatType = *type;
+                    format.width = d[5] | (d[6] << 8);
+                    format.height = d[7] | (d[8] << 8);
+                    format.localizedFormatSummary =
+                        QStringLiteral("%1, %2 x %3")
+                            .arg(QString::fromStdString(platform::fourCCString(*type)))
+                            .arg(format.width)
+                            .arg(format.height);
+                    first = format;
+                    return false;
+                }
+                return true;
+            });
+        if (first) return {*first};
     }
     return {};
 }

@@ -1,0 +1,73 @@
+// The one walk over class-specific descriptors: what it yields, what it refuses and where it
+// stops, for both extents.
+
+#include <gtest/gtest.h>
+
+#include "platform/UvcDescriptors.h"
+
+namespace orvella::uvc {
+namespace {
+
+using List = std::vector<platform::Descriptor>;
+
+struct Walked {
+    std::vector<uint8_t> subtypes;
+    std::vector<size_t> sizes;
+    std::vector<size_t> refused;  // sizes of the refused descriptors
+};
+
+Walked walk(const List& list, Extent extent, size_t minimum) {
+    Walked w;
+    walkClassDescriptors(
+        list, extent, minimum,
+        [&](const DescriptorBytes& d) {
+            w.subtypes.push_back(d.subtype());
+            w.sizes.push_back(d.size());
+        },
+        [&](const DescriptorBytes& d) { w.refused.push_back(d.size()); });
+    return w;
+}
+
+TEST(UvcDescriptorWalk, YieldsClassSpecificDescriptorsAndRefusesShortOnesOfAnyType) {
+    const List list = {
+        {},                                      // empty
+        {0x02, 0x24},                            // no subtype
+        {0x09, 0x04, 0x00, 0x00, 0x00},          // standard interface descriptor: passed over
+        {0x05, 0x24, VS_INPUT_HEADER, 1, 0x81},  // yielded
+        {0x02, 0x05, 0x01},                      // bLength 2: short under the declared extent
+        {0x04, 0x24, VS_FORMAT_MJPEG, 1, 0xEE},  // bLength 4 of 5 bytes
+    };
+    const Walked declared = walk(list, Extent::Declared, kShortestDescriptor);
+    EXPECT_EQ(declared.subtypes, (std::vector<uint8_t>{VS_INPUT_HEADER, VS_FORMAT_MJPEG}));
+    EXPECT_EQ(declared.sizes, (std::vector<size_t>{5, 4}));
+    EXPECT_EQ(declared.refused, (std::vector<size_t>{0, 2, 2}));
+
+    // The device models count every byte they were given.
+    const Walked received = walk(list, Extent::Received, 4);
+    EXPECT_EQ(received.subtypes, (std::vector<uint8_t>{VS_INPUT_HEADER, VS_FORMAT_MJPEG}));
+    EXPECT_EQ(received.sizes, (std::vector<size_t>{5, 5}));
+    EXPECT_EQ(received.refused, (std::vector<size_t>{0, 2, 3}));
+}
+
+TEST(UvcDescriptorWalk, ReadsStayInsideTheDescriptorAndAFalseVisitorEndsTheWalk) {
+    const platform::Descriptor cut = {0x06, 0x24, VS_FRAME_MJPEG, 0x01, 0x80, 0x02, 0x33, 0x44};
+    const DescriptorBytes d(cut);
+    EXPECT_EQ(d.size(), 6u);
+    EXPECT_EQ(d.u16(4), 0x0280);
+    EXPECT_EQ(d.u16(5), 0x0002);  // the byte after bLength reads as 0
+    EXPECT_EQ(d.u32(100), 0u);
+    EXPECT_EQ(DescriptorBytes(cut, Extent::Received).u16(6), 0x4433);
+
+    const List list = {{0x04, 0x24, VS_INPUT_HEADER, 1},
+                       {0x04, 0x24, VS_FORMAT_MJPEG, 1},
+                       {0x04, 0x24, VS_FORMAT_MJPEG, 2}};
+    std::vector<uint8_t> seen;
+    walkClassDescriptors(list, Extent::Declared, 4, [&](const DescriptorBytes& x) {
+        seen.push_back(x.u8(3));
+        return x.subtype() != VS_FORMAT_MJPEG;
+    });
+    EXPECT_EQ(seen, (std::vector<uint8_t>{1, 1}));
+}
+
+}  // namespace
+}  // namespace orvella::uvc
