@@ -7,7 +7,6 @@
 #include <limits>
 
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
 #include "platform/Log.h"
 #include "platform/UvcDescriptors.h"
 

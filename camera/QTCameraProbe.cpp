@@ -12,7 +12,6 @@
 #include "camera/ModelTables.h"
 #include "camera/PanTilt.h"
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
 #include "platform/Log.h"
 #include "platform/UvcDescriptors.h"
 

@@ -471,8 +471,8 @@ IOReturn UvcV4l2Bridge::controlRequest(platform::ControlRequest& request) {
     request.wLenDone = 0;
     const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
-    const bool isGet = request.bmRequestType == 0xA1;
-    if ((!isGet && request.bmRequestType != 0x21) || (request.wValue & 0xFF) != 0)
+    const bool isGet = request.bmRequestType == uvc::kRequestTypeGet;
+    if ((!isGet && request.bmRequestType != uvc::kRequestTypeSet) || (request.wValue & 0xFF) != 0)
         return kIOUSBPipeStalled;
 
     std::optional<Unit> kind;

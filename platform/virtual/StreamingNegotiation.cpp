@@ -149,7 +149,7 @@ IOReturn StreamingNegotiation::request(platform::ControlRequest& request,
         return kIOUSBPipeStalled;
     std::vector<uint8_t>& control = selector == uvc::VS_PROBE_CONTROL ? probe_ : commit_;
 
-    if (request.bmRequestType == 0x21) {
+    if (request.bmRequestType == uvc::kRequestTypeSet) {
         if (request.bRequest != uvc::SET_CUR || request.wLength < kShortestControl ||
             !request.pData)
             return kIOUSBPipeStalled;
@@ -159,7 +159,7 @@ IOReturn StreamingNegotiation::request(platform::ControlRequest& request,
         request.wLenDone = request.wLength;
         return kIOReturnSuccess;
     }
-    if (request.bmRequestType != 0xA1) return kIOUSBPipeStalled;
+    if (request.bmRequestType != uvc::kRequestTypeGet) return kIOUSBPipeStalled;
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
         case uvc::GET_CUR:

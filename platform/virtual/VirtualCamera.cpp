@@ -222,7 +222,7 @@ IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<ui
     const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
     if (unit == 0 && selector == uvc::VC_REQUEST_ERROR_CODE_CONTROL &&
-        (request.wValue & 0xFF) == 0 && request.bmRequestType == 0xA1 &&
+        (request.wValue & 0xFF) == 0 && request.bmRequestType == uvc::kRequestTypeGet &&
         (request.bRequest == uvc::GET_CUR || request.bRequest == uvc::GET_INFO)) {
         const uint8_t byte = request.bRequest == uvc::GET_CUR ? requestErrorCode_ : 0x01;
         if (request.wLength == 0) return kIOReturnSuccess;
@@ -259,7 +259,7 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
         return stall(knownUnit ? kInvalidControl : kInvalidUnit);
     }
 
-    if (request.bmRequestType == 0x21) {
+    if (request.bmRequestType == uvc::kRequestTypeSet) {
         if (request.bRequest != uvc::SET_CUR) return stall(kInvalidRequest);
         if (request.wLength < control->length || !request.pData) return stall(kInvalidRequest);
         std::vector<uint8_t> value(static_cast<const uint8_t*>(request.pData),
@@ -270,7 +270,7 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
         return kIOReturnSuccess;
     }
 
-    if (request.bmRequestType != 0xA1) return stall(kInvalidRequest);
+    if (request.bmRequestType != uvc::kRequestTypeGet) return stall(kInvalidRequest);
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
         case uvc::GET_CUR:

@@ -1,9 +1,10 @@
-// The one walk over class-specific descriptors: what it yields, what it refuses and where it
-// stops, for both extents.
+// The one walk over class-specific descriptors (what it yields, what it refuses and where it
+// stops, for both extents) and the one builder of class control requests.
 
 #include <gtest/gtest.h>
 
 #include "platform/UvcDescriptors.h"
+#include "platform/UvcRequest.h"
 
 namespace orvella::uvc {
 namespace {
@@ -67,6 +68,26 @@ TEST(UvcDescriptorWalk, ReadsStayInsideTheDescriptorAndAFalseVisitorEndsTheWalk)
         return x.subtype() != VS_FORMAT_MJPEG;
     });
     EXPECT_EQ(seen, (std::vector<uint8_t>{1, 1}));
+}
+
+TEST(UvcRequestBuilder, SetupFieldsOfSetAndGet) {
+    uint8_t data[4] = {};
+    const ControlAddress at{.unit = 0x0A, .selector = 0x02, .interfaceNumber = 3};
+    const platform::ControlRequest set = setCurRequest(at, 2, data);
+    EXPECT_EQ(set.bmRequestType, 0x21);
+    EXPECT_EQ(set.bRequest, 0x01);
+    EXPECT_EQ(set.wValue, 0x0200);
+    EXPECT_EQ(set.wIndex, 0x0A03);
+    EXPECT_EQ(set.wLength, 2);
+    EXPECT_EQ(set.pData, data);
+    EXPECT_EQ(set.wLenDone, 0u);
+
+    const platform::ControlRequest get = getRequest(GET_DEF, at, 4, data);
+    EXPECT_EQ(get.bmRequestType, 0xA1);
+    EXPECT_EQ(get.bRequest, 0x87);
+    EXPECT_EQ(get.wValue, 0x0200);
+    EXPECT_EQ(get.wIndex, 0x0A03);
+    EXPECT_EQ(get.wLength, 4);
 }
 
 }  // namespace
