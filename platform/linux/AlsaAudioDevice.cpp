@@ -14,6 +14,8 @@ extern "C" {
 #include <libavutil/time.h>
 }
 
+#include "platform/Clock.h"
+
 namespace orvella::linuxplatform {
 
 namespace {

@@ -10,6 +10,7 @@
 #include <condition_variable>
 #include <thread>
 
+#include "platform/Clock.h"
 #include "platform/UvcDescriptors.h"
 #include "platform/virtual/DefinitionNumber.h"
 
@@ -206,7 +207,7 @@ class VirtualCaptureStream final : public platform::CaptureStream {
 
   private:
     void run(platform::CaptureStreamClient* client, int start) {
-        using Clock = std::chrono::steady_clock;
+        using Clock = platform::MonotonicClock;
         const FramePlan plan = player_->plan();
         const bool silent = start <= plan.silentStarts;
         int64_t delivered = 0;

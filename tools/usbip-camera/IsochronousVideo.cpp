@@ -65,7 +65,7 @@ void IsochronousVideo::nextFrame() {
 
 std::vector<uint8_t> IsochronousVideo::fill(std::vector<IsoPacket>& packets) {
     // A pause in the URBs is the host stopping the stream: what was being sent is dropped.
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = platform::MonotonicClock::now();
     if (now - lastFill_ > std::chrono::milliseconds(200)) {
         sending_ = false;
         frameStart_ = microframe_;
