@@ -1,16 +1,20 @@
 #pragma once
-// The one walk over a UVC interface's class-specific descriptors, shared by the camera core
-// (control probing, format discovery), the Linux backend (the units a V4L2 node maps), the virtual
-// cameras (units, formats, frame sizes, streaming negotiation, endpoints) and the USB/IP camera.
-//
-// The walk goes once through a list the USB backend has already split (no recursion, no offsets
-// of its own), reads each descriptor through bounded little-endian reads and yields only
-// class-specific interface descriptors (bDescriptorType 0x24) that have at least the bytes the
-// caller asks for; shorter ones are refused before their type is looked at.
+// The walks over USB descriptors. Two levels:
+//  - walkDescriptorBytes splits descriptors laid back to back (a sysfs `descriptors` blob, the
+//    bytes libusb keeps after an interface descriptor) and stops at the first broken one;
+//  - walkClassDescriptors goes through a UVC interface's class-specific descriptors once split,
+//    for the camera core (control probing, format discovery), the Linux backend (the units a V4L2
+//    node maps), the virtual cameras (units, formats, frame sizes, streaming negotiation,
+//    endpoints) and the USB/IP camera. It reads each descriptor through bounded little-endian
+//    reads and yields only class-specific interface descriptors (bDescriptorType 0x24) that have
+//    at least the bytes the caller asks for; shorter ones are refused before their type is read.
+// Both are single loops over their input: no recursion, no read outside it.
 
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
+#include <span>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -25,6 +29,30 @@ enum class Extent : uint8_t {
     Received,  // every byte the device sent (the device models, which keep what they were given)
     Declared,  // the shorter of the bytes received and the descriptor's own bLength
 };
+
+// A descriptor that ended a walk over back-to-back bytes: its bLength is under 2, or it claims more
+// bytes than are left.
+struct BrokenDescriptor {
+    size_t at = 0;      // offset of its bLength
+    size_t length = 0;  // its bLength
+    size_t left = 0;    // bytes from `at` to the end
+};
+
+// Calls visit(type, descriptor) for each whole descriptor of `bytes` from offset `from` on, in
+// order (`descriptor` spans bLength bytes). A last single byte is passed over. A broken
+// descriptor ends the walk and is returned; a visitor that returns false ends it without one.
+template <typename Visit>
+std::optional<BrokenDescriptor> walkDescriptorBytes(std::span<const uint8_t> bytes, size_t from,
+                                                    Visit&& visit) {
+    for (size_t at = from; at + 2 <= bytes.size();) {
+        const size_t length = bytes[at];
+        if (length < 2 || at + length > bytes.size())
+            return BrokenDescriptor{at, length, bytes.size() - at};
+        if (!visit(bytes[at + 1], bytes.subspan(at, length))) break;
+        at += length;
+    }
+    return std::nullopt;
+}
 
 // Bounded little-endian reads from one class-specific descriptor. With Extent::Declared a
 // descriptor that claims less than it carries is not read beyond its claim either. Callers check

@@ -1,5 +1,5 @@
-// The one walk over class-specific descriptors (what it yields, what it refuses and where it
-// stops, for both extents) and the one builder of class control requests.
+// The walks over descriptors (what they yield, what they refuse and where they stop) and the one
+// builder of class control requests.
 
 #include <gtest/gtest.h>
 
@@ -68,6 +68,42 @@ TEST(UvcDescriptorWalk, ReadsStayInsideTheDescriptorAndAFalseVisitorEndsTheWalk)
         return x.subtype() != VS_FORMAT_MJPEG;
     });
     EXPECT_EQ(seen, (std::vector<uint8_t>{1, 1}));
+}
+
+TEST(UsbDescriptorBytesWalk, SplitsWholeDescriptorsAndStopsAtTheFirstBrokenOne) {
+    auto walk = [](std::vector<uint8_t> bytes, size_t from, size_t stopAfter = 99) {
+        std::vector<std::pair<uint8_t, size_t>> seen;  // type, size
+        const auto broken =
+            walkDescriptorBytes(bytes, from, [&](uint8_t type, std::span<const uint8_t> d) {
+                seen.emplace_back(type, d.size());
+                return seen.size() < stopAfter;
+            });
+        return std::pair{seen, broken};
+    };
+    using Seen = std::vector<std::pair<uint8_t, size_t>>;
+
+    // Two whole descriptors and a last lone byte, which is passed over.
+    auto [seen, broken] = walk({3, 0x24, 1, 2, 0x05, 9}, 0);
+    EXPECT_EQ(seen, (Seen{{0x24, 3}, {0x05, 2}}));
+    EXPECT_FALSE(broken);
+
+    std::tie(seen, broken) = walk({0xFF, 0xFF, 3, 0x24, 1, 1, 0x24, 4, 0x04, 0}, 2);
+    EXPECT_EQ(seen, (Seen{{0x24, 3}}));
+    ASSERT_TRUE(broken);
+    EXPECT_EQ(broken->at, 5u);  // bLength 1
+    EXPECT_EQ(broken->length, 1u);
+
+    std::tie(seen, broken) = walk({2, 0x04, 9, 0x24, 0, 0}, 0);
+    EXPECT_EQ(seen, (Seen{{0x04, 2}}));
+    ASSERT_TRUE(broken);
+    EXPECT_EQ(broken->at, 2u);  // claims 9 bytes, 4 left
+    EXPECT_EQ(broken->length, 9u);
+    EXPECT_EQ(broken->left, 4u);
+
+    // A visitor that has seen enough ends the walk before a broken descriptor is met.
+    std::tie(seen, broken) = walk({2, 0x02, 2, 0x02, 0}, 0, 1);
+    EXPECT_EQ(seen.size(), 1u);
+    EXPECT_FALSE(broken);
 }
 
 TEST(UvcRequestBuilder, SetupFieldsOfSetAndGet) {
