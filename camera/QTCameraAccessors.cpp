@@ -11,7 +11,7 @@
 #include "camera/ModelTables.h"
 #include "camera/PanTilt.h"
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
+#include "platform/UvcRequest.h"
 
 namespace orvella {
 
@@ -197,15 +197,9 @@ IOReturn sendLedRequest(QTCamera& camera, const models::LedType2Unit& unit, long
     const UvcControl& control = controls::LedType2;
     uint8_t data[5] = {0x01, static_cast<uint8_t>(mode), 0x01, 0x00, unit.rate};
     static_assert(sizeof data == controls::LedType2.length);
-    platform::ControlRequest request;
-    request.bmRequestType = uvc::kRequestTypeSet;
-    request.bRequest = uvc::SET_CUR;
-    request.wValue = static_cast<uint16_t>(control.selector << 8);
-    request.wIndex =
-        static_cast<uint16_t>((static_cast<uint32_t>(unit.unit) << 8) | camera.interfaceNumber);
-    request.wLength = control.length;
-    request.pData = data;
-    request.wLenDone = 0;
+    platform::ControlRequest request = uvc::setCurRequest(
+        {static_cast<uint8_t>(unit.unit), control.selector, camera.interfaceNumber}, control.length,
+        data);
     return camera.sendControlRequest(request);
 }
 

@@ -6,19 +6,15 @@
 #include <cstdio>
 #include <limits>
 
-#include "camera/DescriptorBytes.h"
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
 #include "platform/Log.h"
+#include "platform/UvcDescriptors.h"
 
 namespace orvella {
 
 namespace {
 
-constexpr uint8_t kSubtypeFormatUncompressed = 0x04;
-constexpr uint8_t kSubtypeFrameUncompressed = 0x05;
-constexpr uint8_t kSubtypeFormatMJPEG = 0x06;
-constexpr uint8_t kSubtypeFrameMJPEG = 0x07;
+using uvc::DescriptorBytes;
 
 constexpr int64_t kFormatCodeMJPEG = 0x47504A4D;  // 'M', 'J', 'P', 'G' as a little-endian number
 
@@ -68,16 +64,9 @@ std::vector<FormatEntry> QTCamera::querySupportedImageFormat(
     int64_t formatCode = 0;
     bool formatReadable = true;  // false after a malformed format: its frames are skipped too
 
-    for (const platform::Descriptor& bytes : videoStreaming->classSpecificDescriptors()) {
-        const DescriptorBytes d(bytes);
-        if (!d.has(3)) {
-            logTooShort(d);
-            continue;
-        }
-        if (d.type() != uvc::kDescriptorTypeClassInterface) continue;
-
+    auto visit = [&](const DescriptorBytes& d) {
         switch (d.subtype()) {
-            case kSubtypeFormatUncompressed:
+            case uvc::VS_FORMAT_UNCOMPRESSED:
                 formatReadable = d.has(kDefaultFrameIndexOffset + 1);
                 if (!formatReadable) {
                     logTooShort(d);
@@ -88,7 +77,7 @@ std::vector<FormatEntry> QTCamera::querySupportedImageFormat(
                 formatCode = d.u32(kGuidOffset);
                 logGuid(d, formatCode);
                 break;
-            case kSubtypeFormatMJPEG:
+            case uvc::VS_FORMAT_MJPEG:
                 formatReadable = d.has(kFormatIndexOffset + 1);
                 if (!formatReadable) {
                     logTooShort(d);
@@ -97,8 +86,8 @@ std::vector<FormatEntry> QTCamera::querySupportedImageFormat(
                 formatIndex = d.u8(kFormatIndexOffset);
                 formatCode = kFormatCodeMJPEG;
                 break;
-            case kSubtypeFrameUncompressed:
-            case kSubtypeFrameMJPEG: {
+            case uvc::VS_FRAME_UNCOMPRESSED:
+            case uvc::VS_FRAME_MJPEG: {
                 if (!formatReadable) break;
                 const size_t intervals = d.u8(kFrameIntervalTypeOffset);
                 if (!d.has(kFrameIntervalsOffset + 4 * intervals)) {
@@ -121,7 +110,9 @@ std::vector<FormatEntry> QTCamera::querySupportedImageFormat(
             default:
                 break;
         }
-    }
+    };
+    uvc::walkClassDescriptors(videoStreaming->classSpecificDescriptors(), uvc::Extent::Declared,
+                              uvc::kShortestDescriptor, visit, logTooShort);
 
     std::stable_sort(
         formats.begin(), formats.end(),

@@ -5,8 +5,8 @@
 #include <functional>
 
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
 #include "platform/Log.h"
+#include "platform/UvcProtocol.h"
 
 namespace orvella {
 

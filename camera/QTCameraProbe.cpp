@@ -9,12 +9,11 @@
 
 #include "camera/ControlTable.h"
 #include "camera/ControlValues.h"
-#include "camera/DescriptorBytes.h"
 #include "camera/ModelTables.h"
 #include "camera/PanTilt.h"
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
 #include "platform/Log.h"
+#include "platform/UvcDescriptors.h"
 
 namespace orvella {
 
@@ -22,9 +21,7 @@ namespace {
 
 using SC = SupportedControl;
 
-constexpr uint8_t kSubtypeInputTerminal = 0x02;
-constexpr uint8_t kSubtypeProcessingUnit = 0x05;
-constexpr uint16_t kTerminalTypeCameraSensor = 0x0201;
+using uvc::DescriptorBytes;
 
 // Field offsets of the two entities probed.
 constexpr size_t kTerminalTypeOffset = 4;
@@ -498,46 +495,40 @@ class ControlProbe {
 
 void QTCamera::querySupportedCameraControl(platform::UsbInterface* videoControl) {
     if (!videoControl) return;
-    const std::vector<platform::Descriptor> descriptors = videoControl->classSpecificDescriptors();
     ControlProbe probe(*this);
-    for (const platform::Descriptor& bytes : descriptors) {
-        const DescriptorBytes descriptor(bytes);
-        if (!descriptor.has(3)) {
-            logTooShort(descriptor);
-            continue;
-        }
-        if (descriptor.type() != uvc::kDescriptorTypeClassInterface) continue;
-
-        if (descriptor.subtype() == kSubtypeInputTerminal) {
+    auto visit = [&](const DescriptorBytes& descriptor) {
+        if (descriptor.subtype() == uvc::VC_INPUT_TERMINAL) {
             if (!descriptor.has(kTerminalTypeOffset + 2)) {
                 logTooShort(descriptor);
-                continue;
+                return;
             }
             // Only the camera sensor terminal has camera controls.
-            if (descriptor.u16(kTerminalTypeOffset) != kTerminalTypeCameraSensor) continue;
+            if (descriptor.u16(kTerminalTypeOffset) != uvc::ITT_CAMERA) return;
             const size_t controls = kCameraTerminalControlSizeOffset + 1;
             if (!descriptor.has(controls) ||
                 !descriptor.has(controls + descriptor.u8(kCameraTerminalControlSizeOffset))) {
                 logTooShort(descriptor);
-                continue;
+                return;
             }
             NSLog(" ");
             NSLog("VC_INPUT_TERMINAL");
             inputTerminalID = descriptor.u8(3);
             probe.entity(descriptor, kCameraTerminalControlSizeOffset, kCameraTerminal);
-        } else if (descriptor.subtype() == kSubtypeProcessingUnit) {
+        } else if (descriptor.subtype() == uvc::VC_PROCESSING_UNIT) {
             const size_t controls = kProcessingUnitControlSizeOffset + 1;
             if (!descriptor.has(controls) ||
                 !descriptor.has(controls + descriptor.u8(kProcessingUnitControlSizeOffset))) {
                 logTooShort(descriptor);
-                continue;
+                return;
             }
             NSLog(" ");
             NSLog("VC_PROCESSING_UNIT");
             processingUnitID = descriptor.u8(3);
             probe.entity(descriptor, kProcessingUnitControlSizeOffset, kProcessingUnit);
         }
-    }
+    };
+    uvc::walkClassDescriptors(videoControl->classSpecificDescriptors(), uvc::Extent::Declared,
+                              uvc::kShortestDescriptor, visit, logTooShort);
 }
 
 }  // namespace orvella

@@ -5,8 +5,8 @@
 
 #include "camera/ControlValues.h"
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
 #include "platform/Log.h"
+#include "platform/UvcRequest.h"
 
 namespace orvella {
 
@@ -20,12 +20,9 @@ bool isNotResponding(IOReturn status) {
            static_cast<uint32_t>(kIOReturnNotResponding);
 }
 
-uint16_t unitIndex(int32_t unit, uint8_t interfaceNumber) {
-    return static_cast<uint16_t>((static_cast<uint32_t>(unit) << 8) | interfaceNumber);
-}
-
-uint16_t selectorValue(int32_t selector) {
-    return static_cast<uint16_t>(static_cast<uint32_t>(selector) << 8);
+// Selector and unit keep their low byte, the only one wValue and wIndex have room for.
+uvc::ControlAddress address(int32_t selector, int32_t unit, uint8_t interfaceNumber) {
+    return {static_cast<uint8_t>(unit), static_cast<uint8_t>(selector), interfaceNumber};
 }
 
 // Every control is at most 8 bytes wide; a longer request would move bytes past the value.
@@ -64,9 +61,9 @@ bool QTCamera::isAnswering() {
     uint16_t vendor = 0;
     if (!controlInterface || controlInterface->getDeviceVendor(vendor) == kIOReturnNoDevice)
         return false;
-    constexpr int32_t kRequestErrorCodeControl = 0x02;
     long code = 0;
-    const IOReturn status = getDataFor(uvc::GET_CUR, 1, kRequestErrorCodeControl, 0, &code);
+    const IOReturn status =
+        getDataFor(uvc::GET_CUR, 1, uvc::VC_REQUEST_ERROR_CODE_CONTROL, 0, &code);
     return status != kIOReturnNoDevice && !isNotResponding(status);
 }
 
@@ -93,14 +90,8 @@ IOReturn QTCamera::setData(long value, int32_t length, int32_t selector, int32_t
     }
     if (length < 0 || length > 8) return badLength(length);
     const uint16_t wLength = static_cast<uint16_t>(length);
-    platform::ControlRequest request;
-    request.bmRequestType = uvc::kRequestTypeSet;
-    request.bRequest = uvc::SET_CUR;
-    request.wValue = selectorValue(selector);
-    request.wIndex = unitIndex(unit, interfaceNumber);
-    request.wLength = wLength;
-    request.pData = buffer;
-    request.wLenDone = 0;
+    platform::ControlRequest request =
+        uvc::setCurRequest(address(selector, unit, interfaceNumber), wLength, buffer);
     return sendControlRequest(request);
 }
 
@@ -112,14 +103,9 @@ IOReturn QTCamera::getDataFor(int32_t requestCode, int32_t length, int32_t selec
     uint8_t buffer[8] = {};
     if (value) std::memcpy(buffer, value, sizeof buffer);
     const uint16_t wLength = static_cast<uint16_t>(length);
-    platform::ControlRequest request;
-    request.bmRequestType = uvc::kRequestTypeGet;
-    request.bRequest = static_cast<uint8_t>(requestCode);
-    request.wValue = selectorValue(selector);
-    request.wIndex = unitIndex(unit, interfaceNumber);
-    request.wLength = wLength;
-    request.pData = buffer;
-    request.wLenDone = 0;
+    platform::ControlRequest request =
+        uvc::getRequest(static_cast<uint8_t>(requestCode), address(selector, unit, interfaceNumber),
+                        wLength, buffer);
     const IOReturn status = sendControlRequest(request);
     if (!value) return status;
     switch (length) {
@@ -151,28 +137,16 @@ IOReturn QTCamera::getDataFor(int32_t requestCode, int32_t length, int32_t selec
 IOReturn QTCamera::setUInt64(uint64_t value, int32_t selector, int32_t unit) {
     uint8_t buffer[8];
     std::memcpy(buffer, &value, 8);
-    platform::ControlRequest request;
-    request.bmRequestType = uvc::kRequestTypeSet;
-    request.bRequest = uvc::SET_CUR;
-    request.wValue = selectorValue(selector);
-    request.wIndex = unitIndex(unit, interfaceNumber);
-    request.wLength = 8;
-    request.pData = buffer;
-    request.wLenDone = 0;
+    platform::ControlRequest request =
+        uvc::setCurRequest(address(selector, unit, interfaceNumber), 8, buffer);
     return sendControlRequest(request);
 }
 
 IOReturn QTCamera::getUInt64(int32_t requestCode, int32_t selector, int32_t unit, uint64_t* value) {
     uint8_t buffer[8] = {};
     if (value) std::memcpy(buffer, value, 8);
-    platform::ControlRequest request;
-    request.bmRequestType = uvc::kRequestTypeGet;
-    request.bRequest = static_cast<uint8_t>(requestCode);
-    request.wValue = selectorValue(selector);
-    request.wIndex = unitIndex(unit, interfaceNumber);
-    request.wLength = 8;
-    request.pData = buffer;
-    request.wLenDone = 0;
+    platform::ControlRequest request = uvc::getRequest(
+        static_cast<uint8_t>(requestCode), address(selector, unit, interfaceNumber), 8, buffer);
     const IOReturn status = sendControlRequest(request);
     if (value) std::memcpy(value, buffer, 8);
     return status;

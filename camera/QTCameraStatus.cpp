@@ -10,8 +10,8 @@
 #include "camera/ModelTables.h"
 #include "camera/PanTilt.h"
 #include "camera/QTCamera.h"
-#include "camera/UvcRequests.h"
 #include "platform/Log.h"
+#include "platform/UvcProtocol.h"
 
 namespace orvella {
 

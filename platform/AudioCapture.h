@@ -5,12 +5,12 @@
 // FFmpeg's libavdevice (media/AlsaAudioSource; the camera's own microphone on Linux).
 
 #include <QString>
-#include <chrono>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 #include "platform/CaptureStream.h"
+#include "platform/Clock.h"  // buffers are stamped with monotonicMicroseconds()
 #include "platform/IOReturn.h"
 
 namespace orvella::platform {
@@ -57,12 +57,5 @@ class AudioCaptureSource {
     // Closes the device (stop() first if running).
     virtual void close() = 0;
 };
-
-// The monotonic clock the capture timestamps use (V4L2's buffer clock), in microseconds.
-inline int64_t monotonicMicroseconds() {
-    return std::chrono::duration_cast<std::chrono::microseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
 
 }  // namespace orvella::platform

@@ -1,6 +1,7 @@
 #pragma once
-// USB Video Class protocol constants shared by the camera core and the device models: request
-// types and codes, GET_INFO bits and interface class codes.
+// USB Video Class protocol constants shared by the camera core, the Linux backend and the device
+// models: request types and codes, GET_INFO bits, interface class codes and the subtypes of the
+// class-specific descriptors.
 
 #include <cstdint>
 
@@ -29,5 +30,33 @@ constexpr uint8_t kClassVendorSpecific = 0xFF;
 constexpr uint8_t kSubClassVideoControl = 1;
 constexpr uint8_t kSubClassVideoStreaming = 2;
 constexpr uint8_t kDescriptorTypeClassInterface = 0x24;
+
+// VideoControl interface descriptor subtypes.
+constexpr uint8_t VC_HEADER = 0x01;
+constexpr uint8_t VC_INPUT_TERMINAL = 0x02;
+constexpr uint8_t VC_OUTPUT_TERMINAL = 0x03;
+constexpr uint8_t VC_SELECTOR_UNIT = 0x04;
+constexpr uint8_t VC_PROCESSING_UNIT = 0x05;
+constexpr uint8_t VC_EXTENSION_UNIT = 0x06;
+constexpr uint8_t VC_ENCODING_UNIT = 0x07;
+
+// wTerminalType of the camera sensor input terminal, the one with camera controls.
+constexpr uint16_t ITT_CAMERA = 0x0201;
+
+// VideoStreaming interface descriptor subtypes.
+constexpr uint8_t VS_INPUT_HEADER = 0x01;
+constexpr uint8_t VS_FORMAT_UNCOMPRESSED = 0x04;
+constexpr uint8_t VS_FRAME_UNCOMPRESSED = 0x05;
+constexpr uint8_t VS_FORMAT_MJPEG = 0x06;
+constexpr uint8_t VS_FRAME_MJPEG = 0x07;
+constexpr uint8_t VS_FORMAT_FRAME_BASED = 0x10;
+constexpr uint8_t VS_FRAME_FRAME_BASED = 0x11;
+
+// The VideoControl interface's own control: the code of the last request's error.
+constexpr uint8_t VC_REQUEST_ERROR_CODE_CONTROL = 0x02;
+
+// VideoStreaming interface control selectors.
+constexpr uint8_t VS_PROBE_CONTROL = 0x01;
+constexpr uint8_t VS_COMMIT_CONTROL = 0x02;
 
 }  // namespace orvella::uvc

@@ -1,7 +1,6 @@
 #include "tools/CtlCapture.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QFileInfo>
 #include <QImage>
 #include <QStringList>
@@ -13,6 +12,7 @@
 #include "camera/QTCamera.h"
 #include "capture/QTCameraCapture.h"
 #include "platform/CaptureDevice.h"
+#include "platform/Clock.h"
 #include "platform/linux/AlsaAudioDevice.h"
 
 namespace orvella::tools {
@@ -93,8 +93,7 @@ std::optional<CaptureFailure> startStreaming(QTCamera& camera, capture::QTCamera
 
 // Waits (letting the watchdog work) for a still image of the current size.
 std::optional<CaptureFailure> waitForImage(capture::QTCameraCapture& capture, QImage* image) {
-    QElapsedTimer elapsed;
-    elapsed.start();
+    const auto start = platform::MonotonicClock::now();
     while (true) {
         const int status = capture.captureImage(image, 50ms);
         if (status == capture::kCaptureDone) return std::nullopt;
@@ -104,7 +103,8 @@ std::optional<CaptureFailure> waitForImage(capture::QTCameraCapture& capture, QI
                 error ? QStringLiteral("the stream stopped: %1").arg(error->localizedDescription)
                       : QStringLiteral("the frame could not be decoded")};
         }
-        if (std::chrono::milliseconds(elapsed.elapsed()) > kFirstFrameLimit)
+        if (std::chrono::duration_cast<std::chrono::milliseconds>(platform::MonotonicClock::now() -
+                                                                  start) > kFirstFrameLimit)
             return CaptureFailure{QStringLiteral("no frame came from the camera in %1 s")
                                       .arg(std::chrono::seconds(kFirstFrameLimit).count())};
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
@@ -210,14 +210,18 @@ std::optional<CaptureFailure> recordCommand(QTCamera& camera, const QString& fil
                         sound.get(), options.audioCodec);
     if (sound && !capture.recordsSound())
         err << capture.soundInputProblem().toStdString() << "; recording video only" << std::endl;
-    QElapsedTimer elapsed;
-    elapsed.start();
+    const auto start = platform::MonotonicClock::now();
+    const auto elapsedMs = [&start] {
+        return static_cast<qint64>(std::chrono::duration_cast<std::chrono::milliseconds>(
+                                       platform::MonotonicClock::now() - start)
+                                       .count());
+    };
     qint64 nextReport = 1000;
     const auto total = static_cast<qint64>(*options.seconds * 1000);
-    while (elapsed.elapsed() < total && !delegate.finished) {
+    while (elapsedMs() < total && !delegate.finished) {
         QCoreApplication::processEvents(QEventLoop::AllEvents, 20);
         QThread::msleep(10);
-        if (elapsed.elapsed() >= nextReport) {
+        if (elapsedMs() >= nextReport) {
             err << "recording: " << nextReport / 1000 << " of " << *options.seconds << " s, "
                 << capture.framesRecorded() << " frames, " << capture.fps() << " fps" << std::endl;
             nextReport += 1000;

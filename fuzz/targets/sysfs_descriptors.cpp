@@ -7,6 +7,7 @@
 #include <cstdlib>
 
 #include "fuzz/FuzzTarget.h"
+#include "platform/UvcProtocol.h"
 #include "platform/linux/UsbDescriptors.h"
 #include "platform/virtual/UsbDeviceDescriptors.h"
 
@@ -18,7 +19,8 @@ ORVELLA_FUZZ_TARGET(sysfs_descriptors) {
     size_t bytes = 0;
     for (const linuxplatform::UsbInterfaceInfo& interface : info.interfaces) {
         for (const platform::Descriptor& d : interface.classSpecific) {
-            if (d.size() < 2 || d[0] != d.size() || d[1] != 0x24) std::abort();
+            if (d.size() < 2 || d[0] != d.size() || d[1] != uvc::kDescriptorTypeClassInterface)
+                std::abort();
             bytes += d.size();
         }
     }

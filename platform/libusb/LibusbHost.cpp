@@ -6,6 +6,7 @@
 #include <mutex>
 
 #include "platform/Log.h"
+#include "platform/UvcDescriptors.h"
 
 namespace orvella::libusbplatform {
 
@@ -83,14 +84,13 @@ class LibusbInterface final : public platform::UsbInterface {
           subClass_(alt.bInterfaceSubClass),
           number_(alt.bInterfaceNumber) {
         // The bytes after the interface descriptor hold its class-specific descriptors.
-        const unsigned char* extra = alt.extra;
-        const int length = alt.extra_length;
-        for (int at = 0; extra && at + 2 <= length;) {
-            const int size = extra[at];
-            if (size < 2 || at + size > length) break;
-            if (extra[at + 1] == 0x24) descriptors_.emplace_back(extra + at, extra + at + size);
-            at += size;
-        }
+        if (!alt.extra || alt.extra_length <= 0) return;
+        const std::span<const uint8_t> extra(alt.extra, static_cast<size_t>(alt.extra_length));
+        uvc::walkDescriptorBytes(extra, 0, [this](uint8_t type, std::span<const uint8_t> d) {
+            if (type == uvc::kDescriptorTypeClassInterface)
+                descriptors_.emplace_back(d.begin(), d.end());
+            return true;
+        });
     }
 
     IOReturn getDeviceVendor(uint16_t& v) override {

@@ -5,6 +5,8 @@
 
 #include "media/AlsaAudioSource.h"
 
+#include "platform/Clock.h"
+
 namespace orvella::linuxplatform {
 
 namespace {

@@ -2,13 +2,14 @@
 
 #include <sstream>
 
+#include "platform/UvcDescriptors.h"
+
 namespace orvella::linuxplatform {
 
 namespace {
 constexpr uint8_t kTypeDevice = 1;
 constexpr uint8_t kTypeConfiguration = 2;
 constexpr uint8_t kTypeInterface = 4;
-constexpr uint8_t kTypeClassInterface = 0x24;
 constexpr size_t kDeviceDescriptorLength = 18;
 }  // namespace
 
@@ -24,47 +25,41 @@ UsbDeviceInfo parseUsbDescriptors(const std::vector<uint8_t>& blob) {
     info.iProduct = blob[15];
     info.iSerialNumber = blob[16];
 
-    size_t at = blob[0] >= 2 ? blob[0] : kDeviceDescriptorLength;
+    const size_t first = blob[0] >= 2 ? blob[0] : kDeviceDescriptorLength;
     int configurations = 0;
     UsbInterfaceInfo* current = nullptr;  // alternate setting 0 whose descriptors we collect
-    while (at + 2 <= blob.size()) {
-        const size_t length = blob[at];
-        const uint8_t type = blob[at + 1];
-        if (length < 2) {
-            std::ostringstream text;
-            text << "descriptor of length " << length << " at byte " << at;
-            info.warnings.push_back(text.str());
-            break;
-        }
-        if (at + length > blob.size()) {
-            std::ostringstream text;
-            text << "descriptor at byte " << at << " claims " << length << " bytes, "
-                 << blob.size() - at << " left";
-            info.warnings.push_back(text.str());
-            break;
-        }
-        if (type == kTypeConfiguration) {
-            // Only the first configuration is described; it is the active one on every camera.
-            if (++configurations > 1) break;
-            current = nullptr;
-        } else if (type == kTypeInterface) {
-            current = nullptr;
-            if (length >= 9 && blob[at + 3] == 0) {
-                UsbInterfaceInfo interface;
-                interface.number = blob[at + 2];
-                interface.alternateSetting = blob[at + 3];
-                interface.interfaceClass = blob[at + 5];
-                interface.subClass = blob[at + 6];
-                interface.protocol = blob[at + 7];
-                info.interfaces.push_back(std::move(interface));
-                current = &info.interfaces.back();
+    const auto broken =
+        uvc::walkDescriptorBytes(blob, first, [&](uint8_t type, std::span<const uint8_t> d) {
+            if (type == kTypeConfiguration) {
+                // Only the first configuration is described; it is the active one on every
+                // camera.
+                if (++configurations > 1) return false;
+                current = nullptr;
+            } else if (type == kTypeInterface) {
+                current = nullptr;
+                if (d.size() >= 9 && d[3] == 0) {
+                    UsbInterfaceInfo interface;
+                    interface.number = d[2];
+                    interface.alternateSetting = d[3];
+                    interface.interfaceClass = d[5];
+                    interface.subClass = d[6];
+                    interface.protocol = d[7];
+                    info.interfaces.push_back(std::move(interface));
+                    current = &info.interfaces.back();
+                }
+            } else if (type == uvc::kDescriptorTypeClassInterface && current) {
+                current->classSpecific.emplace_back(d.begin(), d.end());
             }
-        } else if (type == kTypeClassInterface && current) {
-            current->classSpecific.emplace_back(
-                blob.begin() + static_cast<std::ptrdiff_t>(at),
-                blob.begin() + static_cast<std::ptrdiff_t>(at + length));
-        }
-        at += length;
+            return true;
+        });
+    if (broken) {
+        std::ostringstream text;
+        if (broken->length < 2)
+            text << "descriptor of length " << broken->length << " at byte " << broken->at;
+        else
+            text << "descriptor at byte " << broken->at << " claims " << broken->length
+                 << " bytes, " << broken->left << " left";
+        info.warnings.push_back(text.str());
     }
     return info;
 }

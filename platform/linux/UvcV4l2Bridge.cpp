@@ -10,7 +10,7 @@
 #include <optional>
 
 #include "platform/Log.h"
-#include "platform/UvcProtocol.h"
+#include "platform/UvcDescriptors.h"
 
 namespace orvella::linuxplatform {
 
@@ -441,28 +441,29 @@ UvcUnits UvcUnits::fromDescriptors(const std::vector<platform::Descriptor>& desc
             bits |= static_cast<uint32_t>(d[sizeAt + 1 + i]) << (8 * i);
         return bits;
     };
-    for (const platform::Descriptor& d : descriptors) {
-        if (d.size() < 4 || d[1] != 0x24) continue;
-        switch (d[2]) {
-            case 0x02:  // input terminal; only the camera sensor type has controls
-                if (d.size() >= 15 && d[4] == 0x01 && d[5] == 0x02) {
-                    units.cameraTerminal = d[3];
-                    units.cameraTerminalControls = bitmap(d, 14);
-                }
-                break;
-            case 0x05:
-                if (d.size() >= 8) {
-                    units.processingUnit = d[3];
-                    units.processingUnitControls = bitmap(d, 7);
-                }
-                break;
-            case 0x06:
-                units.extensionUnits.push_back(d[3]);
-                break;
-            default:
-                break;
-        }
-    }
+    uvc::walkClassDescriptors(
+        descriptors, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+            const platform::Descriptor& d = w.bytes();
+            switch (w.subtype()) {
+                case uvc::VC_INPUT_TERMINAL:  // only the camera sensor type has controls
+                    if (d.size() >= 15 && w.u16(4) == uvc::ITT_CAMERA) {
+                        units.cameraTerminal = d[3];
+                        units.cameraTerminalControls = bitmap(d, 14);
+                    }
+                    break;
+                case uvc::VC_PROCESSING_UNIT:
+                    if (d.size() >= 8) {
+                        units.processingUnit = d[3];
+                        units.processingUnitControls = bitmap(d, 7);
+                    }
+                    break;
+                case uvc::VC_EXTENSION_UNIT:
+                    units.extensionUnits.push_back(d[3]);
+                    break;
+                default:
+                    break;
+            }
+        });
     return units;
 }
 
@@ -470,8 +471,8 @@ IOReturn UvcV4l2Bridge::controlRequest(platform::ControlRequest& request) {
     request.wLenDone = 0;
     const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
-    const bool isGet = request.bmRequestType == 0xA1;
-    if ((!isGet && request.bmRequestType != 0x21) || (request.wValue & 0xFF) != 0)
+    const bool isGet = request.bmRequestType == uvc::kRequestTypeGet;
+    if ((!isGet && request.bmRequestType != uvc::kRequestTypeSet) || (request.wValue & 0xFF) != 0)
         return kIOUSBPipeStalled;
 
     std::optional<Unit> kind;

@@ -2,8 +2,9 @@
 
 #include <linux/videodev2.h>
 
-#include <chrono>
 #include <cstring>
+
+#include "platform/Clock.h"
 
 namespace orvella::linuxplatform {
 
@@ -241,10 +242,7 @@ void V4l2CaptureStream::run(platform::CaptureStreamClient* client) {
             f->data = QByteArray(static_cast<const char*>(mapped.address),
                                  static_cast<qsizetype>(buffer.bytesused));
             f->timestampUs = buffer.timestamp.tv_sec * int64_t{1000000} + buffer.timestamp.tv_usec;
-            if (f->timestampUs == 0)
-                f->timestampUs = std::chrono::duration_cast<std::chrono::microseconds>(
-                                     std::chrono::steady_clock::now().time_since_epoch())
-                                     .count();
+            if (f->timestampUs == 0) f->timestampUs = platform::monotonicMicroseconds();
             frame = std::move(f);
         }
         if (const int queued = io_->ioctl(VIDIOC_QBUF, &buffer); queued < 0) return fail(-queued);

@@ -11,8 +11,7 @@
 
 namespace orvella::virtualcam::controlbytes {
 
-// The request error code control of the VideoControl interface (unit 0) and its codes.
-inline constexpr uint8_t kRequestErrorCodeControl = 0x02;
+// The codes of the request error code control (uvc::VC_REQUEST_ERROR_CODE_CONTROL).
 inline constexpr uint8_t kNoError = 0;
 inline constexpr uint8_t kWrongState = 2;
 inline constexpr uint8_t kOutOfRange = 4;

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-#include "platform/UvcProtocol.h"
+#include "platform/UvcDescriptors.h"
 
 namespace orvella::virtualcam {
 
@@ -45,21 +45,23 @@ StreamingNegotiation::StreamingNegotiation(const std::vector<platform::Descripto
               : bcdUVC >= 0x0110 ? 34
                                  : 26),
       clockFrequency_(clockFrequency) {
-    for (const platform::Descriptor& d : vs) {
-        if (d.size() < 4 || d[1] != 0x24) continue;
-        const uint8_t subtype = d[2];
-        if (subtype == 0x04 || subtype == 0x10 || subtype == 0x06) {
-            // Uncompressed, frame-based and MJPEG formats; the default frame index sits at 22
-            // in the first two and at 6 in the MJPEG one.
-            const size_t defaultAt = subtype == 0x06 ? 6 : 22;
-            if (d.size() <= defaultAt) continue;
+    uvc::walkClassDescriptors(vs, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+        const platform::Descriptor& d = w.bytes();
+        const uint8_t subtype = w.subtype();
+        if (subtype == uvc::VS_FORMAT_UNCOMPRESSED || subtype == uvc::VS_FORMAT_FRAME_BASED ||
+            subtype == uvc::VS_FORMAT_MJPEG) {
+            // The default frame index sits at 22 in the uncompressed and frame-based formats and
+            // at 6 in the MJPEG one.
+            const size_t defaultAt = subtype == uvc::VS_FORMAT_MJPEG ? 6 : 22;
+            if (d.size() <= defaultAt) return;
             formats_.push_back({d[3], d[defaultAt], {}});
-            continue;
+            return;
         }
-        const bool frameBased = subtype == 0x11;
-        if ((subtype != 0x05 && subtype != 0x07 && !frameBased) || formats_.empty() ||
-            d.size() < 26)
-            continue;
+        const bool frameBased = subtype == uvc::VS_FRAME_FRAME_BASED;
+        if ((subtype != uvc::VS_FRAME_UNCOMPRESSED && subtype != uvc::VS_FRAME_MJPEG &&
+             !frameBased) ||
+            formats_.empty() || d.size() < 26)
+            return;
         Frame frame;
         frame.index = d[3];
         const uint32_t width = get16(d, 5);
@@ -76,7 +78,7 @@ StreamingNegotiation::StreamingNegotiation(const std::vector<platform::Descripto
                 frame.intervals.push_back(get32(d, 26 + 4 * i));
         }
         formats_.back().frames.push_back(std::move(frame));
-    }
+    });
 
     std::vector<uint8_t> proposal(length_, 0);
     if (!formats_.empty()) {
@@ -142,11 +144,12 @@ std::vector<uint8_t> StreamingNegotiation::settle(const std::vector<uint8_t>& pr
 IOReturn StreamingNegotiation::request(platform::ControlRequest& request,
                                        std::vector<uint8_t>& answered) {
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
-    if ((selector != kProbeControl && selector != kCommitControl) || (request.wValue & 0xFF) != 0)
+    if ((selector != uvc::VS_PROBE_CONTROL && selector != uvc::VS_COMMIT_CONTROL) ||
+        (request.wValue & 0xFF) != 0)
         return kIOUSBPipeStalled;
-    std::vector<uint8_t>& control = selector == kProbeControl ? probe_ : commit_;
+    std::vector<uint8_t>& control = selector == uvc::VS_PROBE_CONTROL ? probe_ : commit_;
 
-    if (request.bmRequestType == 0x21) {
+    if (request.bmRequestType == uvc::kRequestTypeSet) {
         if (request.bRequest != uvc::SET_CUR || request.wLength < kShortestControl ||
             !request.pData)
             return kIOUSBPipeStalled;
@@ -156,7 +159,7 @@ IOReturn StreamingNegotiation::request(platform::ControlRequest& request,
         request.wLenDone = request.wLength;
         return kIOReturnSuccess;
     }
-    if (request.bmRequestType != 0xA1) return kIOUSBPipeStalled;
+    if (request.bmRequestType != uvc::kRequestTypeGet) return kIOUSBPipeStalled;
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
         case uvc::GET_CUR:
@@ -166,7 +169,7 @@ IOReturn StreamingNegotiation::request(platform::ControlRequest& request,
         case uvc::GET_MAX:
         case uvc::GET_DEF:
             // Only the probe control has a range; the camera offers one set of defaults.
-            if (selector != kProbeControl) return kIOUSBPipeStalled;
+            if (selector != uvc::VS_PROBE_CONTROL) return kIOUSBPipeStalled;
             bytes = default_;
             break;
         case uvc::GET_LEN:

@@ -16,9 +16,7 @@ namespace orvella::virtualcam {
 
 class StreamingNegotiation {
   public:
-    static constexpr uint8_t kProbeControl = 0x01;
-    static constexpr uint8_t kCommitControl = 0x02;
-
+    // The probe and commit selectors are uvc::VS_PROBE_CONTROL and uvc::VS_COMMIT_CONTROL.
     // `vs`: the interface's class-specific descriptors; `bcdUVC` decides the control's length
     // (26 bytes before UVC 1.1, 34 before 1.5, 48 from 1.5 on); `clockFrequency` goes into the
     // longer layouts. Malformed format and frame descriptors are skipped.

@@ -2,13 +2,11 @@
 
 #include <algorithm>
 
+#include "platform/UvcDescriptors.h"
+
 namespace orvella::virtualcam {
 
 namespace {
-
-constexpr uint8_t kVideoClass = 0x0E;
-constexpr uint8_t kVideoControl = 1;
-constexpr uint8_t kVideoStreaming = 2;
 
 void put16(std::vector<uint8_t>& bytes, uint16_t value) {
     bytes.push_back(static_cast<uint8_t>(value & 0xFF));
@@ -18,13 +16,18 @@ void put16(std::vector<uint8_t>& bytes, uint16_t value) {
 // The endpoint a streaming interface's input header names (bEndpointAddress at byte 6), if it
 // has a header long enough to say.
 uint8_t headerEndpoint(const InterfaceDefinition& interface) {
-    for (const platform::Descriptor& d : interface.descriptors)
-        if (d.size() >= 7 && d[1] == 0x24 && d[2] == 0x01) return d[6];
-    return 0;
+    uint8_t endpoint = 0;
+    uvc::walkClassDescriptors(interface.descriptors, uvc::Extent::Received, 7,
+                              [&](const uvc::DescriptorBytes& d) {
+                                  if (d.subtype() != uvc::VS_INPUT_HEADER) return true;
+                                  endpoint = d.u8(6);
+                                  return false;
+                              });
+    return endpoint;
 }
 
 bool isStreaming(const InterfaceDefinition& i) {
-    return i.interfaceClass == kVideoClass && i.subClass == kVideoStreaming;
+    return i.interfaceClass == uvc::kClassVideo && i.subClass == uvc::kSubClassVideoStreaming;
 }
 
 }  // namespace
@@ -55,13 +58,15 @@ UsbDeviceDescriptors::UsbDeviceDescriptors(const VirtualCamera& camera) {
     // The interface association spans the video interfaces from the VideoControl one on.
     uint8_t videoInterfaces = 0;
     for (const InterfaceDefinition& i : interfaces)
-        if (i.interfaceClass == kVideoClass) ++videoInterfaces;
+        if (i.interfaceClass == uvc::kClassVideo) ++videoInterfaces;
 
     std::vector<uint8_t>& c = configuration_;
     c = {9, 2, 0, 0, static_cast<uint8_t>(interfaces.size()), 1, 0, 0x80, 250};
-    c.insert(c.end(), {8, 0x0B, camera.vcInterfaceNumber(), videoInterfaces, kVideoClass, 3, 0, 0});
+    c.insert(c.end(),
+             {8, 0x0B, camera.vcInterfaceNumber(), videoInterfaces, uvc::kClassVideo, 3, 0, 0});
     for (const InterfaceDefinition& i : interfaces) {
-        const bool control = i.interfaceClass == kVideoClass && i.subClass == kVideoControl;
+        const bool control =
+            i.interfaceClass == uvc::kClassVideo && i.subClass == uvc::kSubClassVideoControl;
         c.insert(c.end(), {9, 4, i.number, 0, static_cast<uint8_t>(control ? 1 : 0),
                            i.interfaceClass, i.subClass, 0, 0});
         for (const platform::Descriptor& d : i.descriptors)

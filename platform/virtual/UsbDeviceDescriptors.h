@@ -25,8 +25,6 @@ class UsbDeviceDescriptors {
 
     // Number of alternate settings of an interface; 0 when the device has no such interface.
     uint8_t alternateSettings(uint8_t interfaceNumber) const;
-    // Address of the VideoControl interface's interrupt IN endpoint (status events).
-    uint8_t statusEndpoint() const { return statusEndpoint_; }
     // Address of the isochronous IN endpoint that carries a VideoStreaming interface's video.
     uint8_t streamingEndpoint(uint8_t interfaceNumber) const;
     // Bytes an isochronous endpoint moves per microframe (three transactions of 1024 bytes).

@@ -9,6 +9,7 @@
 #include <numbers>
 #include <thread>
 
+#include "platform/Clock.h"
 #include "platform/virtual/DefinitionNumber.h"
 
 namespace orvella::virtualcam {
@@ -64,7 +65,7 @@ class ToneSource final : public platform::AudioCaptureSource {
 
   private:
     void run(platform::AudioCaptureClient* client) {
-        using Clock = std::chrono::steady_clock;
+        using Clock = platform::MonotonicClock;
         // Samples up to the end of chunk n, so that rates not divisible by 50 do not drift.
         const auto samplesBefore = [&](int64_t n) {
             return n * kChunkMs * plan_.sampleRate / 1000;

@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "platform/FourCC.h"
+#include "platform/UvcDescriptors.h"
 #include "platform/UvcProtocol.h"
 #include "platform/virtual/ControlBytes.h"
 
@@ -221,8 +223,8 @@ IOReturn VirtualCamera::controlRequest(uint8_t interfaceNumber, platform::Contro
 IOReturn VirtualCamera::answer(platform::ControlRequest& request, std::vector<uint8_t>& answered) {
     const uint8_t unit = static_cast<uint8_t>(request.wIndex >> 8);
     const uint8_t selector = static_cast<uint8_t>(request.wValue >> 8);
-    if (unit == 0 && selector == kRequestErrorCodeControl && (request.wValue & 0xFF) == 0 &&
-        request.bmRequestType == 0xA1 &&
+    if (unit == 0 && selector == uvc::VC_REQUEST_ERROR_CODE_CONTROL &&
+        (request.wValue & 0xFF) == 0 && request.bmRequestType == uvc::kRequestTypeGet &&
         (request.bRequest == uvc::GET_CUR || request.bRequest == uvc::GET_INFO)) {
         const uint8_t byte = request.bRequest == uvc::GET_CUR ? requestErrorCode_ : 0x01;
         if (request.wLength == 0) return kIOReturnSuccess;
@@ -259,7 +261,7 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
         return stall(knownUnit ? kInvalidControl : kInvalidUnit);
     }
 
-    if (request.bmRequestType == 0x21) {
+    if (request.bmRequestType == uvc::kRequestTypeSet) {
         if (request.bRequest != uvc::SET_CUR) return stall(kInvalidRequest);
         if (request.wLength < control->length || !request.pData) return stall(kInvalidRequest);
         std::vector<uint8_t> value(static_cast<const uint8_t*>(request.pData),
@@ -270,7 +272,7 @@ IOReturn VirtualCamera::answerControl(platform::ControlRequest& request,
         return kIOReturnSuccess;
     }
 
-    if (request.bmRequestType != 0xA1) return stall(kInvalidRequest);
+    if (request.bmRequestType != uvc::kRequestTypeGet) return stall(kInvalidRequest);
     std::vector<uint8_t> bytes;
     switch (request.bRequest) {
         case uvc::GET_CUR:
@@ -470,25 +472,26 @@ void VirtualCamera::removeCaptureUseListener(int id) {
 }
 
 std::vector<VirtualCamera::StreamingFormat> VirtualCamera::streamingFormats() const {
-    constexpr uint8_t kSubClassVideoStreaming = 2, kFormatUncompressed = 0x04,
-                      kFrameUncompressed = 0x05, kFormatMjpeg = 0x06, kFrameMjpeg = 0x07;
     std::vector<StreamingFormat> formats;
     // Descriptors are checked for length before any field is read.
     for (const InterfaceDefinition& interface : interfaces_) {
-        if (interface.subClass != kSubClassVideoStreaming) continue;
+        if (interface.subClass != uvc::kSubClassVideoStreaming) continue;
         std::optional<uint32_t> type;
-        for (const platform::Descriptor& d : interface.descriptors) {
-            if (d.size() < 4 || d[1] != 0x24) continue;
-            if (d[2] == kFormatUncompressed && d.size() >= 9) {
-                type =
-                    (uint32_t{d[5]} << 24) | (uint32_t{d[6]} << 16) | (uint32_t{d[7]} << 8) | d[8];
-            } else if (d[2] == kFormatMjpeg) {
-                type = (uint32_t{'M'} << 24) | (uint32_t{'J'} << 16) | (uint32_t{'P'} << 8) | 'G';
-            } else if (type && (d[2] == kFrameUncompressed || d[2] == kFrameMjpeg) &&
-                       d.size() >= 9) {
-                formats.push_back({*type, d[5] | (d[6] << 8), d[7] | (d[8] << 8)});
-            }
-        }
+        uvc::walkClassDescriptors(
+            interface.descriptors, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+                const platform::Descriptor& d = w.bytes();
+                if (d[2] == uvc::VS_FORMAT_UNCOMPRESSED && d.size() >= 9) {
+                    type = (uint32_t{d[5]} << 24) | (uint32_t{d[6]} << 16) | (uint32_t{d[7]} << 8) |
+                           d[8];
+                } else if (d[2] == uvc::VS_FORMAT_MJPEG) {
+                    type = platform::fourCC("MJPG");
+                } else if (type &&
+                           (d[2] == uvc::VS_FRAME_UNCOMPRESSED || d[2] == uvc::VS_FRAME_MJPEG) &&
+                           d.size() >= 9) {
+                    formats.push_back({*type, d[5] | (d[6] << 8), d[7] | (d[8] << 8)});
+                }
+                return true;
+            });
     }
     return formats;
 }
@@ -548,8 +551,8 @@ std::vector<uint8_t> VirtualCamera::streamingControl(uint8_t interfaceNumber,
     std::lock_guard<std::mutex> lock(mutex_);
     const auto it = streaming_.find(interfaceNumber);
     if (it == streaming_.end()) return {};
-    if (selector == StreamingNegotiation::kProbeControl) return it->second.probe();
-    if (selector == StreamingNegotiation::kCommitControl) return it->second.commit();
+    if (selector == uvc::VS_PROBE_CONTROL) return it->second.probe();
+    if (selector == uvc::VS_COMMIT_CONTROL) return it->second.commit();
     return {};
 }
 

@@ -10,6 +10,7 @@
 #include <cmath>
 #include <limits>
 
+#include "platform/UvcDescriptors.h"
 #include "platform/virtual/ControlBytes.h"
 #include "platform/virtual/UvcDeviceTable.h"
 #include "platform/virtual/VirtualCamera.h"
@@ -132,10 +133,16 @@ std::vector<uint8_t> valueBytes(const QJsonValue& value, const DeviceControl& co
 // must fit VirtualCamera::kMaxFramePixels: the frame player renders each size it offers.
 void checkFrameSizes(const std::vector<platform::Descriptor>& vs) {
     uint8_t format = 0;
-    for (const platform::Descriptor& d : vs) {
-        if (d.size() < 4 || d[1] != 0x24) continue;
-        if (d[2] == 0x04 || d[2] == 0x06 || d[2] == 0x10) format = d[3];
-        if ((d[2] != 0x05 && d[2] != 0x07 && d[2] != 0x11) || d.size() < 9) continue;
+    uvc::walkClassDescriptors(vs, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+        const platform::Descriptor& d = w.bytes();
+        const uint8_t subtype = w.subtype();
+        if (subtype == uvc::VS_FORMAT_UNCOMPRESSED || subtype == uvc::VS_FORMAT_MJPEG ||
+            subtype == uvc::VS_FORMAT_FRAME_BASED)
+            format = d[3];
+        if ((subtype != uvc::VS_FRAME_UNCOMPRESSED && subtype != uvc::VS_FRAME_MJPEG &&
+             subtype != uvc::VS_FRAME_FRAME_BASED) ||
+            d.size() < 9)
+            return;
         const int64_t width = d[5] | d[6] << 8, height = d[7] | d[8] << 8;
         if (width * height > VirtualCamera::kMaxFramePixels)
             fail(QStringLiteral("vs: format %1 frame %2 is %3x%4, more than the %5 pixels a frame "
@@ -145,7 +152,7 @@ void checkFrameSizes(const std::vector<platform::Descriptor>& vs) {
                      .arg(width)
                      .arg(height)
                      .arg(VirtualCamera::kMaxFramePixels));
-    }
+    });
 }
 
 DeviceControl plausible(const UvcDeviceControlInfo& info, uint8_t unit) {
@@ -226,23 +233,25 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
             c.interfaces_.push_back(std::move(def));
         }
     } else {
-        c.interfaces_.push_back({0x0E, 1, c.vcInterfaceNumber_, vc});
-        c.interfaces_.push_back({0x0E, 2, vsNumber, vs});
+        c.interfaces_.push_back(
+            {uvc::kClassVideo, uvc::kSubClassVideoControl, c.vcInterfaceNumber_, vc});
+        c.interfaces_.push_back({uvc::kClassVideo, uvc::kSubClassVideoStreaming, vsNumber, vs});
     }
 
     // The VideoControl header gives the UVC version and clock that the streaming controls use.
     uint16_t bcdUVC = 0x0100;
     uint32_t clock = 0;
-    for (const platform::Descriptor& d : vc) {
-        if (d.size() >= 11 && d[1] == 0x24 && d[2] == 0x01) {
+    uvc::walkClassDescriptors(vc, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+        const platform::Descriptor& d = w.bytes();
+        if (d.size() >= 11 && w.subtype() == uvc::VC_HEADER) {
             bcdUVC = static_cast<uint16_t>(d[3] | d[4] << 8);
             clock = static_cast<uint32_t>(unpackUnsigned(d, 7, 4));
         }
-        if (d.size() >= 4 && d[1] == 0x24 && d[2] >= 0x02 && d[2] <= 0x07)
+        if (w.subtype() >= uvc::VC_INPUT_TERMINAL && w.subtype() <= uvc::VC_ENCODING_UNIT)
             c.unitIDs_.push_back(d[3]);
-    }
+    });
     for (const InterfaceDefinition& i : c.interfaces_)
-        if (i.interfaceClass == 0x0E && i.subClass == 2) {
+        if (i.interfaceClass == uvc::kClassVideo && i.subClass == uvc::kSubClassVideoStreaming) {
             checkFrameSizes(i.descriptors);
             c.streaming_.try_emplace(i.number, i.descriptors, bcdUVC, clock);
         }
@@ -262,31 +271,32 @@ void VirtualCamera::Private::parseUnits(VirtualCamera& c) {
     for (const auto& i : c.interfaces_)
         if (i.number == c.vcInterfaceNumber_) vc = &i;
     if (!vc) return;
-    for (const platform::Descriptor& d : vc->descriptors) {
-        if (d.size() < 4 || d[1] != 0x24) continue;
-        UnitType type;
-        size_t sizeAt;
-        if (d[2] == 0x02 && d.size() >= 15 && d[4] == 0x01 && d[5] == 0x02) {
-            type = UnitType::CameraTerminal;
-            sizeAt = 14;
-            if (!c.cameraTerminalID_) c.cameraTerminalID_ = d[3];
-        } else if (d[2] == 0x05 && d.size() >= 8) {
-            type = UnitType::ProcessingUnit;
-            sizeAt = 7;
-            if (!c.processingUnitID_) c.processingUnitID_ = d[3];
-        } else {
-            continue;
-        }
-        const size_t controlSize = d[sizeAt];
-        for (size_t byte = 0; byte < controlSize && sizeAt + 1 + byte < d.size(); ++byte) {
-            for (uint8_t bit = 0; bit < 8; ++bit) {
-                if (!(d[sizeAt + 1 + byte] & (1u << bit))) continue;
-                const auto info = controlForBit(type, static_cast<uint8_t>(byte * 8 + bit));
-                if (info && !c.find(d[3], info->selector))
-                    c.controls_.push_back(plausible(*info, d[3]));
+    uvc::walkClassDescriptors(
+        vc->descriptors, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+            const platform::Descriptor& d = w.bytes();
+            UnitType type;
+            size_t sizeAt;
+            if (d[2] == uvc::VC_INPUT_TERMINAL && d.size() >= 15 && w.u16(4) == uvc::ITT_CAMERA) {
+                type = UnitType::CameraTerminal;
+                sizeAt = 14;
+                if (!c.cameraTerminalID_) c.cameraTerminalID_ = d[3];
+            } else if (d[2] == uvc::VC_PROCESSING_UNIT && d.size() >= 8) {
+                type = UnitType::ProcessingUnit;
+                sizeAt = 7;
+                if (!c.processingUnitID_) c.processingUnitID_ = d[3];
+            } else {
+                return;
             }
-        }
-    }
+            const size_t controlSize = d[sizeAt];
+            for (size_t byte = 0; byte < controlSize && sizeAt + 1 + byte < d.size(); ++byte) {
+                for (uint8_t bit = 0; bit < 8; ++bit) {
+                    if (!(d[sizeAt + 1 + byte] & (1u << bit))) continue;
+                    const auto info = controlForBit(type, static_cast<uint8_t>(byte * 8 + bit));
+                    if (info && !c.find(d[3], info->selector))
+                        c.controls_.push_back(plausible(*info, d[3]));
+                }
+            }
+        });
 }
 
 void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& o) {

@@ -2,6 +2,7 @@
 
 #include "platform/CaptureIdentity.h"
 #include "platform/FourCC.h"
+#include "platform/UvcDescriptors.h"
 #include "platform/virtual/VirtualMediaDevice.h"
 
 namespace orvella::virtualcam {

@@ -10,17 +10,14 @@
 #include <condition_variable>
 #include <thread>
 
+#include "platform/Clock.h"
+#include "platform/UvcDescriptors.h"
 #include "platform/virtual/DefinitionNumber.h"
 
 namespace orvella::virtualcam {
 
 namespace {
 
-constexpr uint8_t kSubClassVideoStreaming = 2;
-constexpr uint8_t kFormatUncompressed = 0x04;
-constexpr uint8_t kFrameUncompressed = 0x05;
-constexpr uint8_t kFormatMjpeg = 0x06;
-constexpr uint8_t kFrameMjpeg = 0x07;
 constexpr uint64_t kPatternLoop = 16;  // distinct frames before the pattern repeats
 
 // The seam's pixel format for an uncompressed format GUID's four characters, 0 if unknown.
@@ -43,25 +40,26 @@ uint32_t pixelFormatForGuid(const platform::Descriptor& d) {
 std::vector<OfferedFormat> offeredFormatsOf(const VirtualCamera& camera) {
     std::vector<OfferedFormat> offered;
     for (const InterfaceDefinition& interface : camera.interfaces()) {
-        if (interface.subClass != kSubClassVideoStreaming) continue;
+        if (interface.subClass != uvc::kSubClassVideoStreaming) continue;
         uint32_t format = 0;
         uint8_t formatIndex = 0;
-        for (const platform::Descriptor& d : interface.descriptors) {
-            if (d.size() < 4 || d[1] != 0x24) continue;
-            if (d[2] == kFormatUncompressed) {
-                format = d.size() >= 9 ? pixelFormatForGuid(d) : 0;
-                formatIndex = d[3];
-            } else if (d[2] == kFormatMjpeg) {
-                format = platform::kPixelFormatMJPG;
-                formatIndex = d[3];
-            } else if ((d[2] == kFrameUncompressed || d[2] == kFrameMjpeg) && format &&
-                       d.size() >= 9) {
-                const int32_t width = d[5] | (d[6] << 8), height = d[7] | (d[8] << 8);
-                // Sizes a test pattern cannot be laid out in are left out.
-                if (width >= 2 && height >= 2 && width % 2 == 0 && height % 2 == 0)
-                    offered.push_back({format, width, height, formatIndex, d[3]});
-            }
-        }
+        uvc::walkClassDescriptors(
+            interface.descriptors, uvc::Extent::Received, 4, [&](const uvc::DescriptorBytes& w) {
+                const platform::Descriptor& d = w.bytes();
+                if (d[2] == uvc::VS_FORMAT_UNCOMPRESSED) {
+                    format = d.size() >= 9 ? pixelFormatForGuid(d) : 0;
+                    formatIndex = d[3];
+                } else if (d[2] == uvc::VS_FORMAT_MJPEG) {
+                    format = platform::kPixelFormatMJPG;
+                    formatIndex = d[3];
+                } else if ((d[2] == uvc::VS_FRAME_UNCOMPRESSED || d[2] == uvc::VS_FRAME_MJPEG) &&
+                           format && d.size() >= 9) {
+                    const int32_t width = d[5] | (d[6] << 8), height = d[7] | (d[8] << 8);
+                    // Sizes a test pattern cannot be laid out in are left out.
+                    if (width >= 2 && height >= 2 && width % 2 == 0 && height % 2 == 0)
+                        offered.push_back({format, width, height, formatIndex, d[3]});
+                }
+            });
     }
     return offered;
 }
@@ -209,7 +207,7 @@ class VirtualCaptureStream final : public platform::CaptureStream {
 
   private:
     void run(platform::CaptureStreamClient* client, int start) {
-        using Clock = std::chrono::steady_clock;
+        using Clock = platform::MonotonicClock;
         const FramePlan plan = player_->plan();
         const bool silent = start <= plan.silentStarts;
         int64_t delivered = 0;

@@ -60,6 +60,11 @@ TEST_F(Requests, SetupFieldsAndDataBytes) {
 
     EXPECT_EQ(camera->setUInt64(0x8877665544332211ull, 0x01, 5), kIOReturnSuccess);
     EXPECT_EQ(last().data, (std::vector<uint8_t>{0x11, 0x22, 0x33, 0x44, 0x55, 0x66, 0x77, 0x88}));
+
+    // Selector and unit keep the low byte that wValue and wIndex have room for.
+    camera->setData(1, 1, 0x102, 0x103);
+    EXPECT_EQ(last().wValue, 0x0200);
+    EXPECT_EQ(last().wIndex, 0x0300);
 }
 
 TEST_F(Requests, ReadsAreZeroExtended) {

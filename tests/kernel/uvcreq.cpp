@@ -33,6 +33,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/UvcRequest.h"
 #include "platform/linux/LinuxUsbHost.h"
 #include "platform/linux/V4l2CaptureDevices.h"
 #include "platform/linux/VideoIo.h"
@@ -333,16 +334,16 @@ int main(int argc, char** argv) {
             if (!data) return usage();
             std::copy_n(data->begin(), std::min(data->size(), buffer.size()), buffer.begin());
         }
-        platform::ControlRequest request;
-        request.bmRequestType = code == 0x01 ? 0x21 : 0xA1;
-        request.bRequest = code;
-        request.wValue = static_cast<uint16_t>(std::atoi(words[1].c_str()) << 8);
-        request.wIndex = static_cast<uint16_t>(std::atoi(words[0].c_str()) << 8 | number);
-        request.wLength = static_cast<uint16_t>(buffer.size());
-        request.pData = buffer.empty() ? nullptr : buffer.data();
+        const uvc::ControlAddress at{static_cast<uint8_t>(std::atoi(words[0].c_str())),
+                                     static_cast<uint8_t>(std::atoi(words[1].c_str())), number};
+        const auto length = static_cast<uint16_t>(buffer.size());
+        void* data = buffer.empty() ? nullptr : buffer.data();
+        platform::ControlRequest request = code == uvc::SET_CUR
+                                               ? uvc::setCurRequest(at, length, data)
+                                               : uvc::getRequest(code, at, length, data);
         const IOReturn status = interface->controlRequest(0, request);
         std::printf("%08x ", static_cast<uint32_t>(status));
-        if (code == 0x01 || status != kIOReturnSuccess || request.wLenDone == 0)
+        if (code == uvc::SET_CUR || status != kIOReturnSuccess || request.wLenDone == 0)
             std::printf("-");
         else
             for (uint32_t i = 0; i < request.wLenDone && i < buffer.size(); ++i)

@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <chrono>
 
+#include "platform/UvcDescriptors.h"
+
 namespace orvella::usbip {
 
 namespace {
 
-constexpr uint8_t kSubClassVideoStreaming = 2;
-constexpr uint8_t kInputHeader = 0x01;
-constexpr uint8_t kCommitControl = 0x02;
 constexpr uint32_t kMicroframesPerSecond = 8000;
 constexpr uint8_t kHeaderLength = 2;
 constexpr uint8_t kEndOfHeader = 0x80;
@@ -30,19 +29,26 @@ IsochronousVideo::IsochronousVideo(std::shared_ptr<virtualcam::VirtualCamera> ca
     player_ = std::make_shared<virtualcam::VirtualFramePlayer>(
         camera_, plan.value_or(virtualcam::FramePlan{}));
     for (const virtualcam::InterfaceDefinition& interface : camera_->interfaces()) {
-        if (interface.subClass != kSubClassVideoStreaming) continue;
-        for (const platform::Descriptor& d : interface.descriptors)
-            if (d.size() > 6 && d[1] == 0x24 && d[2] == kInputHeader && (d[6] & 0x80)) {
-                interfaceNumber_ = interface.number;
-                endpoint_ = d[6] & 0x0F;
-                return;
-            }
+        if (interface.subClass != uvc::kSubClassVideoStreaming) continue;
+        bool found = false;
+        // The first input header with an IN endpoint names the streaming endpoint.
+        uvc::walkClassDescriptors(interface.descriptors, uvc::Extent::Received, 7,
+                                  [&](const uvc::DescriptorBytes& d) {
+                                      if (d.subtype() != uvc::VS_INPUT_HEADER || !(d.u8(6) & 0x80))
+                                          return true;
+                                      interfaceNumber_ = interface.number;
+                                      endpoint_ = d.u8(6) & 0x0F;
+                                      found = true;
+                                      return false;
+                                  });
+        if (found) return;
     }
 }
 
 void IsochronousVideo::nextFrame() {
     // The format and interval the host committed.
-    const std::vector<uint8_t> commit = camera_->streamingControl(interfaceNumber_, kCommitControl);
+    const std::vector<uint8_t> commit =
+        camera_->streamingControl(interfaceNumber_, uvc::VS_COMMIT_CONTROL);
     std::optional<virtualcam::OfferedFormat> format;
     if (commit.size() >= 8) format = player_->formatAt(commit[2], commit[3]);
     if (!format) format = player_->choose({});
@@ -59,7 +65,7 @@ void IsochronousVideo::nextFrame() {
 
 std::vector<uint8_t> IsochronousVideo::fill(std::vector<IsoPacket>& packets) {
     // A pause in the URBs is the host stopping the stream: what was being sent is dropped.
-    const auto now = std::chrono::steady_clock::now();
+    const auto now = platform::MonotonicClock::now();
     if (now - lastFill_ > std::chrono::milliseconds(200)) {
         sending_ = false;
         frameStart_ = microframe_;

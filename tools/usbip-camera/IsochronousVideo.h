@@ -11,6 +11,7 @@
 #include <memory>
 #include <vector>
 
+#include "platform/Clock.h"
 #include "platform/virtual/VirtualCamera.h"
 #include "platform/virtual/VirtualFramePlayer.h"
 
@@ -46,7 +47,7 @@ class IsochronousVideo {
     size_t sent_ = 0;   // its bytes sent so far
     bool sending_ = false;
     uint8_t frameId_ = 0;
-    std::chrono::steady_clock::time_point lastFill_;
+    platform::MonotonicClock::time_point lastFill_;
 };
 
 }  // namespace orvella::usbip

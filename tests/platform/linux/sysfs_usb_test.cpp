@@ -43,10 +43,15 @@ TEST(UsbDescriptorBlob, MalformedBlobsEndTheWalkWithAWarning) {
         const std::vector<uint8_t> truncated(blob.begin(),
                                              blob.begin() + static_cast<std::ptrdiff_t>(cut));
         const UsbDeviceInfo info = parseUsbDescriptors(truncated);
-        EXPECT_FALSE(info.warnings.empty()) << cut;
+        ASSERT_EQ(info.warnings.size(), 1u) << cut;
+        EXPECT_TRUE(cut < 18 ? info.warnings[0] == "no device descriptor"
+                             : info.warnings[0].starts_with("descriptor at byte ") &&
+                                   info.warnings[0].ends_with(" left"))
+            << info.warnings[0];
     }
     blob[44] = 0;  // a zero bLength in the middle (the first class-specific descriptor)
-    EXPECT_FALSE(parseUsbDescriptors(blob).warnings.empty());
+    EXPECT_EQ(parseUsbDescriptors(blob).warnings,
+              std::vector<std::string>{"descriptor of length 0 at byte 44"});
 }
 
 class SysfsCamera : public ::testing::Test {
