@@ -2,7 +2,6 @@
 
 #include "platform/CaptureIdentity.h"
 #include "platform/FourCC.h"
-#include "platform/UvcDescriptors.h"
 #include "platform/virtual/VirtualMediaDevice.h"
 
 namespace orvella::virtualcam {
