@@ -6,6 +6,7 @@
 //   orvella-ui-shots --fixtures DIR --out DIR [--camera NAME=FILE]... [--lang L]... [--theme T]...
 //   orvella-ui-shots --icons DIR      (DIR/<n>x<n>/apps/org.orvella.Orvella.png)
 //   orvella-ui-shots --icon-sheet FILE (every image at 16 and 32 px, light and dark)
+//   orvella-ui-shots --tray DIR       (DIR/tray-menu.png and DIR/popover.png)
 //   orvella-ui-shots --fixtures DIR --preferences DIR [--lang L]...
 //                      (the Preferences tab with the settings guard on:
 //                      preferences-guard-<lang>.png)
@@ -31,6 +32,7 @@
 #include "ui/Images.h"
 #include "ui/Localization.h"
 #include "ui/ProfileItemRoles.h"
+#include "ui/screenshots/TrayScreenshots.h"
 #include "ui_ControlPanel.h"
 
 using namespace orvella;
@@ -193,7 +195,9 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const QStringList args = app.arguments();
-    QString fixtures, out, icons, sheet, preferences;
+    // The menus and the popover name the application as it runs.
+    QApplication::setApplicationName(QStringLiteral("Orvella"));
+    QString fixtures, out, icons, sheet, preferences, tray;
     QStringList cameras, languages, themes;
     for (int i = 1; i + 1 < args.size(); i += 2) {
         if (args[i] == "--fixtures")
@@ -212,12 +216,15 @@ int main(int argc, char** argv) {
             sheet = args[i + 1];
         else if (args[i] == "--preferences")
             preferences = args[i + 1];
+        else if (args[i] == "--tray")
+            tray = args[i + 1];
         else {
             std::fprintf(stderr, "orvella-ui-shots: unknown option %s\n", qPrintable(args[i]));
             return 2;
         }
     }
     if (!icons.isEmpty()) return renderIcons(icons);
+    if (!tray.isEmpty()) return ui::shots::renderTray(tray) ? 0 : 1;
     if (!sheet.isEmpty()) {
         QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
         return renderIconSheet(sheet);
@@ -229,7 +236,8 @@ int main(int argc, char** argv) {
         std::fprintf(stderr,
                      "usage: orvella-ui-shots --fixtures DIR --out DIR [--camera NAME=FILE]... "
                      "[--lang L]... [--theme light|dark]...\n"
-                     "       orvella-ui-shots --icons DIR\n");
+                     "       orvella-ui-shots --icons DIR\n"
+                     "       orvella-ui-shots --tray DIR\n");
         return 2;
     }
     if (cameras.isEmpty())

@@ -1,21 +1,24 @@
-// Pictures of the tray menu and the popover for the documentation. Taken only when
-// ORVELLA_SCREENSHOT_DIR names a folder (run under Xvfb with QT_QPA_PLATFORM=xcb).
-#include <gtest/gtest.h>
+#include "ui/screenshots/TrayScreenshots.h"
 
+#include <QCoreApplication>
+#include <QDeadlineTimer>
 #include <QDir>
 #include <QGuiApplication>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QScreen>
 #include <QStandardItemModel>
+#include <QThread>
 #include <QTranslator>
+#include <cstdio>
+#include <functional>
 
-#include "support/EventLoop.h"
 #include "ui/PopViewController.h"
 #include "ui/PopWindow.h"
 #include "ui/StatusMenu.h"
 
-namespace orvella::ui {
+namespace orvella::ui::shots {
+
 namespace {
 
 // English texts for the keys these pictures show, standing in for the string table.
@@ -40,14 +43,15 @@ class EnglishTexts final : public QTranslator {
     }
 };
 
-struct Texts {
-    EnglishTexts texts;
-    Texts() { QCoreApplication::installTranslator(&texts); }
-    ~Texts() { QCoreApplication::removeTranslator(&texts); }
-};
-
-QString screenshotDir() {
-    return qEnvironmentVariable("ORVELLA_SCREENSHOT_DIR");
+// Runs the event loop until `done` holds or `timeoutMs` passed.
+bool waitFor(const std::function<bool()>& done, int timeoutMs) {
+    QDeadlineTimer deadline(timeoutMs);
+    while (!done()) {
+        if (deadline.hasExpired()) return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(2);
+    }
+    return true;
 }
 
 QStandardItem* row(const QString& title, bool checked) {
@@ -56,8 +60,12 @@ QStandardItem* row(const QString& title, bool checked) {
     return item;
 }
 
-TEST(Screenshot, TrayMenu) {
-    if (screenshotDir().isEmpty()) GTEST_SKIP() << "ORVELLA_SCREENSHOT_DIR is not set";
+bool saved(bool ok, const QString& path) {
+    if (!ok) std::fprintf(stderr, "orvella-ui-shots: cannot write %s\n", qPrintable(path));
+    return ok;
+}
+
+bool renderMenu(const QString& dir) {
     QStandardItemModel cameras, profiles;
     cameras.appendRow(row("HD Webcam C270", true));
     cameras.appendRow(row("Orvella Virtual Camera", false));
@@ -65,29 +73,30 @@ TEST(Screenshot, TrayMenu) {
     profiles.appendRow(new QStandardItem);
     profiles.appendRow(row("Evening", true));
     profiles.appendRow(row("Video calls", false));
-    Texts texts;
     StatusMenu menu;
     menu.setCameraModel(&cameras);
     menu.setProfileModel(&profiles);
     menu.popup(QPoint(40, 30));
-    testing::spin(500);
+    waitFor([] { return false; }, 500);
     const QRect area = menu.geometry();
     const QPixmap shot = QGuiApplication::primaryScreen()->grabWindow(0, area.x(), area.y(),
                                                                       area.width(), area.height());
-    ASSERT_TRUE(shot.save(QDir(screenshotDir()).filePath("tray-menu.png")));
+    const QString path = QDir(dir).filePath("tray-menu.png");
+    return saved(shot.save(path), path);
 }
 
-TEST(Screenshot, Popover) {
-    if (screenshotDir().isEmpty()) GTEST_SKIP() << "ORVELLA_SCREENSHOT_DIR is not set";
+bool renderPopover(const QString& dir) {
     // Without a compositor the window's transparent parts cannot be seen through, so the
     // popover is drawn over a desktop-like backdrop as a compositor would show it.
-    Texts texts;
     const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
     const QRect target = PopWindow::targetFor(QRect(), screen, QSize(300, 100));
     PopWindow window(target, new PopViewController);
     window.showAnimated();
-    ASSERT_TRUE(testing::waitFor([&] { return window.geometry() == window.getTargetFrame(); }));
-    testing::spin(200);
+    if (!waitFor([&] { return window.geometry() == window.getTargetFrame(); }, 5000)) {
+        std::fprintf(stderr, "orvella-ui-shots: the popover did not open\n");
+        return false;
+    }
+    waitFor([] { return false; }, 200);
 
     const QRect frame = window.geometry();
     const QRect area(frame.x() - 60, 0, frame.width() + 60 + (screen.right() - frame.right()),
@@ -100,8 +109,19 @@ TEST(Screenshot, Popover) {
     painter.fillRect(image.rect(), backdrop);
     window.render(&painter, frame.topLeft() - area.topLeft(), QRegion(), QWidget::DrawChildren);
     painter.end();
-    ASSERT_TRUE(image.save(QDir(screenshotDir()).filePath("popover.png")));
+    const QString path = QDir(dir).filePath("popover.png");
+    return saved(image.save(path), path);
 }
 
 }  // namespace
-}  // namespace orvella::ui
+
+bool renderTray(const QString& dir) {
+    EnglishTexts texts;
+    QCoreApplication::installTranslator(&texts);
+    QDir().mkpath(dir);
+    const bool ok = renderMenu(dir) && renderPopover(dir);
+    QCoreApplication::removeTranslator(&texts);
+    return ok;
+}
+
+}  // namespace orvella::ui::shots
