@@ -52,10 +52,8 @@ UsbDeviceInfo parseUsbDescriptors(const std::vector<uint8_t>& blob) {
             if (length >= 9 && blob[at + 3] == 0) {
                 UsbInterfaceInfo interface;
                 interface.number = blob[at + 2];
-                interface.alternateSetting = blob[at + 3];
                 interface.interfaceClass = blob[at + 5];
                 interface.subClass = blob[at + 6];
-                interface.protocol = blob[at + 7];
                 info.interfaces.push_back(std::move(interface));
                 current = &info.interfaces.back();
             }
