@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QBoxLayout>
-#include <QCloseEvent>
 #include <QComboBox>
 #include <QIdentityProxyModel>
 #include <QLabel>

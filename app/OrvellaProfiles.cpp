@@ -13,13 +13,10 @@
 
 #include "app/Orvella.h"
 #include "camera/QTCamera.h"
-#include "platform/Log.h"
 #include "settings/ProfileListModel.h"
 #include "settings/SettingsRecord.h"
 #include "ui/ControlPanel.h"
 #include "ui/Localization.h"
-#include "ui/ProfileItemRoles.h"
-#include "ui/StatusBar.h"
 #include "ui/StatusMenu.h"
 #include "ui_ControlPanel.h"
 

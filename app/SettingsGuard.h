@@ -64,7 +64,6 @@ class SettingsGuard final : public QObject {
     void systemDidWake();
 
     // For tests and diagnostics.
-    bool isPaused() const { return paused_; }
     bool isPending(const QTCamera* camera) const;
     int restoreCount(const QTCamera* camera) const;
 

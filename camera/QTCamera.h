@@ -75,13 +75,11 @@ class QTCamera {
     const QString& displayName() const { return _displayName; }
     void setDisplayName(const QString& value) { _displayName = value; }
     uint32_t locationID() const { return _locationID; }
-    void setLocationID(uint32_t value) { _locationID = value; }
     uint16_t vendorID() const { return _vendorID; }
     void setVendorID(uint16_t value) { _vendorID = value; }
     uint16_t productID() const { return _productID; }
     void setProductID(uint16_t value) { _productID = value; }
     uint32_t cameraType() const { return _cameraType; }
-    void setCameraType(uint32_t value) { _cameraType = value; }
     uint32_t cmioDeviceID() const { return _cmioDeviceID; }
     const std::vector<FormatEntry>& formatArray() const { return _formatArray; }
     void setFormatArray(std::vector<FormatEntry> formats) { _formatArray = std::move(formats); }
@@ -97,7 +95,6 @@ class QTCamera {
     int32_t cameraMode() const { return _cameraMode; }
     void setCameraMode(int32_t value) { _cameraMode = value; }
     const std::optional<std::chrono::system_clock::time_point>& date() const { return _date; }
-    void setDate(std::chrono::system_clock::time_point value) { _date = value; }
 
     // ---- UVC control requests ----
     IOReturn sendControlRequest(platform::ControlRequest& request);
@@ -144,7 +141,6 @@ class QTCamera {
     // Unregisters; nothing arrives afterwards. The destructor does it too.
     void stopFollowingChanges();
     bool followsControlChanges() const;
-    bool followsCaptureUse() const;
     // Takes one change into the record: a new value into the control's current value, decoded
     // as its query accessor decodes it, a new automatic-mode state into its disabled flag (with
     // the status walk's overrides). A control the camera does not know or does not have, and a

@@ -161,10 +161,6 @@ bool QTCamera::followsControlChanges() const {
     return _follower && _follower->interface;
 }
 
-bool QTCamera::followsCaptureUse() const {
-    return _follower && _follower->device;
-}
-
 std::optional<FollowedChange> QTCamera::takeControlChange(const platform::ControlChange& change) {
     if (!controlInterface) return std::nullopt;  // gone, or reached another way
     const FollowEntry* entry = entryFor(*this, change.unit, change.selector);

@@ -94,7 +94,6 @@ void MovieFileOutput::recordToOutputFileURL(const QUrl& url) {
     std::lock_guard lock(mutex_);
     url_ = url;
     frames_ = dropped_ = samples_ = 0;
-    copies_ = false;
     if (!url.isLocalFile())
         error_ =
             recordingError(EINVAL, QStringLiteral("%1 is not a local file").arg(url.toString()));
@@ -171,7 +170,6 @@ void MovieFileOutput::run() {
         if (error) error_ = captureError(error);
         if (written) ++frames_;
         samples_ += samples;
-        copies_ = writer_ && !writer_->movie.encodesFrames();
     }
 }
 
@@ -218,11 +216,6 @@ int64_t MovieFileOutput::framesDropped() const {
 int64_t MovieFileOutput::audioSamplesWritten() const {
     std::lock_guard lock(mutex_);
     return samples_;
-}
-
-bool MovieFileOutput::copiesFrames() const {
-    std::lock_guard lock(mutex_);
-    return copies_;
 }
 
 }  // namespace orvella::capture

@@ -69,8 +69,6 @@ class MovieFileOutput {
     int64_t framesDropped() const;
     // Sample frames (one sample of every channel) in the sound track so far.
     int64_t audioSamplesWritten() const;
-    // Whether MJPEG frames go into the file unchanged.
-    bool copiesFrames() const;
 
   private:
     struct Writer;
@@ -96,7 +94,6 @@ class MovieFileOutput {
     int64_t frames_ = 0;
     int64_t dropped_ = 0;
     int64_t samples_ = 0;
-    bool copies_ = false;
     std::unique_ptr<Writer> writer_;  // the output's thread only, while it runs
     std::thread thread_;
 };

@@ -16,7 +16,7 @@
 
 namespace orvella::platform {
 
-enum class MediaType { Video, Sound, Muxed };
+enum class MediaType { Video, Sound };
 
 // One format a capture device currently offers.
 struct CaptureFormatDescription {

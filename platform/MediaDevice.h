@@ -33,7 +33,6 @@ constexpr IOReturn kUnknownPropertyError = static_cast<IOReturn>(fourCC("who?"))
 constexpr IOReturn kBadPropertySizeError = static_cast<IOReturn>(fourCC("!siz"));
 constexpr IOReturn kIllegalOperationError = static_cast<IOReturn>(fourCC("nope"));
 constexpr IOReturn kBadObjectError = static_cast<IOReturn>(fourCC("!obj"));
-constexpr IOReturn kUnsupportedOperationError = static_cast<IOReturn>(fourCC("unop"));
 
 // Scopes.
 constexpr uint32_t kScopeGlobal = fourCC("glob");

@@ -6,7 +6,6 @@
 #include "settings/PlistShape.h"
 
 #include <QDateTime>
-#include <cmath>
 #include <limits>
 #include <memory>
 

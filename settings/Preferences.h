@@ -17,19 +17,6 @@ namespace orvella::settings {
 
 class ProfileStore;
 
-// The choices of the two interval pop-ups: tags are 0.5-second timer ticks, 0 is off.
-struct IntervalChoice {
-    int tag;
-    int seconds;
-};
-inline constexpr std::array<IntervalChoice, 5> kIntervalChoices{{
-    {0, 0},
-    {2, 1},
-    {4, 2},
-    {10, 5},
-    {20, 10},
-}};
-
 // The longest interval kept, in ticks (an hour). A stored interval the pop-ups do not offer (a
 // script or an older version may store one) is kept and shown as an item of its own; anything
 // not between 1 and this reads as off.

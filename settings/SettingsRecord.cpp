@@ -3,7 +3,6 @@
 #include <QStringList>
 #include <algorithm>
 #include <optional>
-#include <span>
 
 #include "platform/Log.h"
 

@@ -1,10 +1,8 @@
 #include "tools/OrvellaCtl.h"
 
-#include <QJsonArray>
 #include <QJsonDocument>
 #include <QStringList>
 #include <algorithm>
-#include <functional>
 #include <limits>
 #include <memory>
 #include <optional>
@@ -507,10 +505,6 @@ int fail(std::ostream& err, const Failure& failure) {
 }
 
 }  // namespace
-
-const char* orvellaCtlHelp() {
-    return kHelp;
-}
 
 int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
     Options options;

@@ -16,7 +16,4 @@ constexpr int kExitUsage = 2;    // the command line is wrong
 // (and the core's trace with --verbose) to `err`. Returns the exit status.
 int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err);
 
-// The text of --help.
-const char* orvellaCtlHelp();
-
 }  // namespace orvella::tools

@@ -6,7 +6,6 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
-#include <QStandardItemModel>
 #include <QTabWidget>
 #include <QToolButton>
 #include <algorithm>

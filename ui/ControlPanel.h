@@ -8,7 +8,6 @@
 // profile and preference widgets only emit signals; their flows belong to the controller.
 
 #include <QObject>
-#include <QPointer>
 #include <QTimer>
 #include <array>
 #include <cstdint>

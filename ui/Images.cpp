@@ -2,7 +2,6 @@
 
 #include <QFile>
 #include <QGuiApplication>
-#include <QHash>
 #include <QIconEngine>
 #include <QPainter>
 #include <QPalette>
@@ -96,12 +95,6 @@ QIcon imageNamed(const QString& name) {
     QByteArray source = readSource(name);
     if (source.isEmpty()) return {};
     return QIcon(new PaletteIconEngine(name, std::move(source)));
-}
-
-QByteArray imageSource(const QString& name, const QColor& color) {
-    QByteArray source = readSource(name);
-    source.replace("currentColor", color.name(QColor::HexRgb).toLatin1());
-    return source;
 }
 
 }  // namespace orvella::ui

@@ -16,7 +16,4 @@ bool hasImage(const QString& name);
 // The image as an icon; a null icon when there is none.
 QIcon imageNamed(const QString& name);
 
-// The SVG source of an image with its "currentColor" replaced by `color`; empty when absent.
-QByteArray imageSource(const QString& name, const QColor& color);
-
 }  // namespace orvella::ui

@@ -1,7 +1,6 @@
 #include "ui/Localization.h"
 
 #include <QCoreApplication>
-#include <QFile>
 #include <QPointer>
 #include <QRegularExpression>
 #include <QTranslator>

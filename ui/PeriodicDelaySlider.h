@@ -31,7 +31,6 @@ class PeriodicDelaySlider : public QSlider {
 
     // Replaces the clock (tests).
     void setNow(std::function<Clock::time_point()> now) { now_ = std::move(now); }
-    const std::optional<Clock::time_point>& nextSendTime() const { return nextSendTime_; }
 
   signals:
     // The user moved the slider to `value` and the throttle let it through.

@@ -10,8 +10,6 @@ namespace orvella::ui {
 
 // int: 1 for the load-at-start profile (shown with the "Star" image), 0 for every other.
 constexpr int kProfileTagRole = Qt::UserRole + 1;
-// The profile's settings record (a QVariantMap), compared by identity through its item.
-constexpr int kProfileRecordRole = Qt::UserRole + 2;
 constexpr int kProfileStateRole = Qt::CheckStateRole;
 
 }  // namespace orvella::ui

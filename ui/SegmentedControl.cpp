@@ -1,6 +1,5 @@
 #include "ui/SegmentedControl.h"
 
-#include <QApplication>
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QToolButton>

@@ -39,7 +39,6 @@ class StatusBar final : public QObject {
     void setMenuIcon(bool blackAndWhite);
     bool bwMenuIcon() const { return bwMenuIcon_; }
 
-    bool isTrayAvailable() const { return trayAvailable_; }
     // Whether nothing shows the status item, so the panel must stand alone: the item is wanted
     // (installed) but no tray host is there.
     bool panelMustStandAlone() const { return isInstalled() && !trayAvailable_; }

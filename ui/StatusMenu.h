@@ -43,7 +43,6 @@ class StatusMenu final : public QMenu {
     // The camera-default item's action (the reset to the camera's defaults) is there only while
     // a camera is: without one the item is off and greyed. On by default.
     void setCameraDefaultActive(bool active);
-    bool cameraDefaultActive() const { return cameraDefaultActive_; }
 
     // While a dialog is attached to the panel, the items that would change what it works on are
     // disabled: show/hide, quit, the default profile, every camera and profile item.

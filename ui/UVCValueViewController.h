@@ -79,7 +79,6 @@ class UVCValueViewController : public QObject {
     void setDelegate(UVCValueDelegate* delegate) { delegate_ = delegate; }
 
     Kind kind() const;
-    int32_t controlID() const { return _controlID; }
     QTCamera* qtCamera() const { return _qtCamera; }
     int64_t min() const { return _min; }
     int64_t max() const { return _max; }

@@ -2,7 +2,6 @@
 
 #include <libusb.h>
 
-#include <cstring>
 #include <mutex>
 
 #include "platform/Log.h"

@@ -61,7 +61,6 @@ std::vector<VideoNode> videoNodesOf(const fs::path& interfaceDirectory,
         const std::string name = entry.path().filename().string();
         if (name.rfind("video", 0) != 0) continue;
         VideoNode node;
-        node.sysfsDirectory = entry.path();
         node.devicePath = devRoot + "/" + name;
         node.name = sysfs::readLine(entry.path() / "name").value_or(name);
         node.index = static_cast<int>(sysfs::readNumber(entry.path() / "index", 10).value_or(0));

@@ -24,12 +24,11 @@ std::string driverName(const std::filesystem::path& directory);
 
 }  // namespace sysfs
 
-// A V4L2 node of a USB interface: its /dev path and sysfs directory.
+// A V4L2 node of a USB interface: its /dev path, card name and index.
 struct VideoNode {
-    std::filesystem::path sysfsDirectory;  // .../video4linux/videoN
-    std::string devicePath;                // <dev root>/videoN
-    std::string name;                      // the card name
-    int index = 0;                         // 0 = the first node of the device (capture)
+    std::string devicePath;  // <dev root>/videoN
+    std::string name;        // the card name
+    int index = 0;           // 0 = the first node of the device (capture)
 };
 
 // The uvcvideo capture node of interface `interfaceDirectory`, if any. Nodes are told apart by

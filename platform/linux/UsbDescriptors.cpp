@@ -40,10 +40,8 @@ UsbDeviceInfo parseUsbDescriptors(const std::vector<uint8_t>& blob) {
                 if (d.size() >= 9 && d[3] == 0) {
                     UsbInterfaceInfo interface;
                     interface.number = d[2];
-                    interface.alternateSetting = d[3];
                     interface.interfaceClass = d[5];
                     interface.subClass = d[6];
-                    interface.protocol = d[7];
                     info.interfaces.push_back(std::move(interface));
                     current = &info.interfaces.back();
                 }

@@ -13,10 +13,8 @@ namespace orvella::linuxplatform {
 
 struct UsbInterfaceInfo {
     uint8_t number = 0;
-    uint8_t alternateSetting = 0;
     uint8_t interfaceClass = 0;
     uint8_t subClass = 0;
-    uint8_t protocol = 0;
     // Class-specific interface descriptors (type 0x24) that follow the interface descriptor.
     std::vector<platform::Descriptor> classSpecific;
 };

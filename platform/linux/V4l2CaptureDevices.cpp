@@ -11,7 +11,6 @@
 #include <system_error>
 
 #include "platform/CaptureIdentity.h"
-#include "platform/Log.h"
 #include "platform/linux/AlsaAudioDevice.h"
 #include "platform/linux/Sysfs.h"
 #include "platform/linux/UsbDescriptors.h"

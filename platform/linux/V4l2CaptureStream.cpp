@@ -267,9 +267,4 @@ void V4l2CaptureStream::close() {
     io_.reset();
 }
 
-platform::StreamFormat V4l2CaptureStream::currentFormat() const {
-    std::lock_guard lock(mutex_);
-    return current_;
-}
-
 }  // namespace orvella::linuxplatform

@@ -34,9 +34,6 @@ class V4l2CaptureStream final : public platform::CaptureStream {
     // capture thread when a format change restarts it); it must only post.
     void setStartedHook(std::function<void()> started) { started_ = std::move(started); }
 
-    // The format the driver settled on (seam codes), for tests and diagnostics.
-    platform::StreamFormat currentFormat() const;
-
     static constexpr unsigned kBufferCount = 4;
     static constexpr int kPollMilliseconds = 100;  // how soon stop() is noticed
 

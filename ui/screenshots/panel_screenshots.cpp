@@ -17,7 +17,6 @@
 #include <QComboBox>
 #include <QDir>
 #include <QImage>
-#include <QLabel>
 #include <QPainter>
 #include <QStyleFactory>
 #include <QSvgRenderer>
