@@ -543,58 +543,6 @@ void Orvella::stopFollowingFormats(QTCamera* camera) {
                   [camera](const auto& follower) { return follower->camera() == camera; });
 }
 
-// ---- Scripting ----
-
-std::vector<ScriptingTarget::Camera> Orvella::cameras() const {
-    std::vector<Camera> list;
-    for (int row = 0; row < cameras_.size(); ++row)
-        list.push_back({cameras_.at(row)->uniqueID(), cameras_.at(row)->displayName(),
-                        row == cameras_.currentRow()});
-    return list;
-}
-
-QString Orvella::applyProfile(const QString& uniqueID, const QString& profile) {
-    QTCamera* camera = nullptr;
-    for (int row = 0; row < cameras_.size() && !camera; ++row)
-        if (cameras_.at(row)->uniqueID() == uniqueID) camera = cameras_.at(row);
-    if (!camera) return QStringLiteral("no camera %1").arg(uniqueID);
-    // The profiles as the file holds them now, so that a name is not looked up in lists another
-    // process has changed since.
-    if (profiles_.defaults().changedOnDisk()) profiles_.reload();
-    const int index = profiles_.listIndexOf(camera->modelUniqueID(), profile);
-    if (index < settings::kFirstProfileIndex)
-        return QStringLiteral("no profile named \"%1\" for this camera").arg(profile);
-    if (camera == qtCamera()) {
-        selectProfile(index);  // the lists show it in force
-    } else {
-        profiles_.applyProfile(camera->modelUniqueID(), index, *camera);
-        profiles_.updateSettings(0, camera);
-    }
-    return {};
-}
-
-void Orvella::setPanelVisible(bool visible) {
-    _panelOn = visible;
-    showHidePanelAndUpdateMenu();
-}
-
-bool Orvella::isPanelVisible() const {
-    return panel_->window()->isVisible();
-}
-
-std::optional<QVariantMap> Orvella::controlValues(const QString& uniqueID) {
-    for (int row = 0; row < cameras_.size(); ++row)
-        if (QTCamera* camera = cameras_.at(row); camera->uniqueID() == uniqueID) {
-            // Read from the camera: a camera whose backend cannot tell of changes may hold other
-            // values than the record.
-            camera->readCurrentValues();
-            settings::SettingsRecord record;
-            settings::allSettingsDict(record, *camera, qtCamera());
-            return record;
-        }
-    return std::nullopt;
-}
-
 // ---- Sleep and wake ----
 
 void Orvella::systemWillSleep() {

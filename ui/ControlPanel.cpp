@@ -110,9 +110,6 @@ constexpr int64_t kApertureMax = 65536;
 constexpr int kManualMode = 1;
 constexpr int kAperturePriorityMode = 8;
 
-// Key of an interval item's title, kept so that a second localize still finds it.
-constexpr int kItemKeyRole = Qt::UserRole + 10;
-
 const RowEntry* entryFor(int32_t id) {
     for (const RowEntry& entry : kRows)
         if (entry.id == id) return &entry;
@@ -242,77 +239,6 @@ bool ControlPanel::selectIntervalTag(QComboBox* pop, int tag) {
     if (index < 0) return false;
     pop->setCurrentIndex(index);
     return true;
-}
-
-void ControlPanel::localize() {
-    Ui::ControlPanel& ui = *ui_;
-    window_->setWindowTitle(nameFormat("Control_Panel_Title"));
-    ui.mBoxExposure->setTitle(localized("Exposure"));
-    ui.mTxtAutoExposureMode->setText(localized("Auto_Exposure_Mode"));
-    ui.mSegAutoExposureMode->setLabel(0, withoutMnemonic(localized("Manual")));
-    ui.mSegAutoExposureMode->setLabel(1, withoutMnemonic(localized("Auto")));
-    ui.mSegAutoExposureMode->setLabel(2, withoutMnemonic(localized("Shutter_Priority")));
-    ui.mSegAutoExposureMode->setLabel(3, withoutMnemonic(localized("Aperture_Priority")));
-    ui.mBoxWhiteBalanceTemperature->setTitle(localized("White_Balance_Temperature"));
-    ui.mBtnWhiteBalanceTemperatureAuto->setText(localized("Auto"));
-    ui.mBoxPowerLineFrequency->setTitle(localized("Power_Line_Frequency"));
-    ui.mSegPowerLineFrequency->setLabel(0, withoutMnemonic(localized("Disabled")));
-    ui.mSegPowerLineFrequency->setLabel(1, withoutMnemonic(localized("50_Hz")));
-    ui.mSegPowerLineFrequency->setLabel(2, withoutMnemonic(localized("60_Hz")));
-    ui.mSegPowerLineFrequency->setLabel(3, withoutMnemonic(localized("Auto")));
-    ui.mBoxBacklightCompensation->setTitle(localized("Backlight_Compensation"));
-    ui.mBoxStartup->setTitle(localized("Startup"));
-    ui.mBtnLaunchAtLogin->setText(nameFormat("Launch_App_at_Login"));
-    ui.mBtnResetToDefault->setText(localized("Reset_to_Default"));
-    ui.mTabView->setTabText(ui.mTabView->indexOf(ui.mTabBasic), localized("Basic"));
-    ui.mTabView->setTabText(ui.mTabView->indexOf(ui.mTabAdvanced), localized("Advanced"));
-    ui.mBoxFocus->setTitle(localized("Focus"));
-    ui.mBtnFocusAuto->setText(localized("Auto"));
-    ui.mBoxPanTilt->setTitle(localized("PanTilt"));
-    ui.mBoxLED->setTitle(localized("LED"));
-    ui.mSegLED->setLabel(0, withoutMnemonic(localized("Auto")));
-    ui.mSegLED->setLabel(1, withoutMnemonic(localized("On")));
-    ui.mSegLED->setLabel(2, withoutMnemonic(localized("Off")));
-    ui.mBoxManageProfile->setTitle(localized("ManageProfile"));
-    ui.mPopProfile->setItemText(0, localized("CameraDefault"));
-    ui.mBtnSaveNewProfile->setText(localized("SaveNewProfile"));
-    ui.mBtnUpdateProfile->setText(localized("UpdateProfile"));
-    ui.mBtnDeleteProfile->setText(localized("DeleteProfile"));
-    ui.mBtnLoadAtStart->setText(localized("LoadAtStart"));
-    ui.mTabView->setTabText(ui.mTabView->indexOf(ui.mTabPreferences), localized("Preferences"));
-    ui.mBtnBWMenuIcon->setText(localized("UseBWMenuIcon"));
-    ui.mBoxUpdateSlider->setTitle(localized("UpdateSlider"));
-    ui.mBoxReconfigureWebcam->setTitle(localized("ReconfigureWebcam"));
-    for (QComboBox* pop : {ui.mPopUpdateSlider, ui.mPopReconfigureWebcam, ui.mPopGuardSettleTime})
-        for (int i = 0; i < pop->count(); ++i)
-            if (const QString key = pop->itemData(i, kItemKeyRole).toString(); !key.isEmpty())
-                pop->setItemText(i, localized(key));
-    ui.mBtnHideMenuBarIcon->setText(localized("HideMenuBarIcon"));
-    ui.mBoxGuardSettings->setTitle(localized("OtherPrograms"));
-    ui.mBtnGuardSettings->setText(localized("KeepMySettings"));
-    ui.mTxtGuardSettleTime->setText(localized("GuardSettleTime"));
-    ui.mTxtReconfigureWebcamNote->setText(nameFormat("ReconfigureWebcamGuardNote"));
-
-    // The panel's own captions and tool tips.
-    ui.mTxtCameraLabel->setText(localized("Webcam"));
-    ui.mTxtFormatLabel->setText(localized("Format"));
-    ui.mTxtFPSLabel->setText(localized("FPS"));
-    // Icon buttons: the text is the tool tip, and what shows if the image is missing.
-    const std::pair<QToolButton*, const char*> iconButtons[] = {
-        {ui.mBtnUp, "Move_Up"},
-        {ui.mBtnDown, "Move_Down"},
-        {ui.mBtnLeft, "Move_Left"},
-        {ui.mBtnRight, "Move_Right"},
-        {ui.mBtnCenter, "Move_Center"},
-        {ui.mBtnReadIntervalInfo, "Interval_Info"},
-        {ui.mBtnWriteIntervalInfo, "Interval_Info"}};
-    for (const auto& [button, key] : iconButtons) {
-        button->setToolTip(localized(key));
-        button->setText(localized(key));
-    }
-    ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
-
-    alignRows();
 }
 
 void ControlPanel::alignRows() {
@@ -628,81 +554,6 @@ void ControlPanel::swictLED() {
     _qtCamera->setLEDIndex(ui_->mSegLED->selectedSegment());
     // Stored, but the LED does not make the profile count as modified.
     if (delegate_ && delegate_->updateSettings) delegate_->updateSettings(SettingsID::kLED);
-}
-
-// ---------------------------------------------------------------------------------------------
-// Format, frame rate, stepped zoom
-
-void ControlPanel::showQTFormat(const platform::CaptureDevice* device) {
-    if (!device) return;
-    const std::vector<platform::CaptureFormatDescription> formats = device->formatDescriptions();
-    if (formats.empty()) {
-        ui_->mTxtFormatType->setText(QString());
-        ui_->mTxtFormatSummary->setText(QString());
-        return;
-    }
-    const uint32_t code = formats.front().formatType;
-    QString type;
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        const char c = static_cast<char>((code >> shift) & 0xFF);
-        type += QChar::fromLatin1(c);
-    }
-    ui_->mTxtFormatType->setText(type);
-    ui_->mTxtFormatSummary->setText(formats.front().localizedFormatSummary);
-}
-
-void ControlPanel::qtCameraFormatChanged(const platform::CaptureDevice* device) {
-    if (!device || !_qtCamera || !device->hasMediaType(platform::MediaType::Video)) return;
-    if (_qtCamera->qtCaptureDevice().get() != device) return;
-    showQTFormat(device);
-}
-
-void ControlPanel::updateFPS(double framesPerSecond) {
-    // The integer part; a rate that is no number at all shows as 0.
-    const double rate =
-        std::isfinite(framesPerSecond) ? std::clamp(framesPerSecond, -1e15, 1e15) : 0.0;
-    ui_->mTxtFPS->setText(QString::number(static_cast<long>(rate)));
-    ui_->mTxtFPS->show();
-    ui_->mTxtFPSLabel->show();
-}
-
-void ControlPanel::clearFPS() {
-    ui_->mTxtFPS->hide();
-    ui_->mTxtFPSLabel->hide();
-    ui_->mTxtFPS->clear();
-}
-
-void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera) {
-    auto timer = new QTimer();
-    timer->setSingleShot(true);
-    pendingZooms_.push_back({target, camera, timer});
-    connect(timer, &QTimer::timeout, this, [this, timer] {
-        const auto it = std::find_if(pendingZooms_.begin(), pendingZooms_.end(),
-                                     [timer](const PendingZoom& z) { return z.timer == timer; });
-        if (it == pendingZooms_.end()) return;
-        const PendingZoom zoom = *it;
-        pendingZooms_.erase(it);
-        timer->deleteLater();
-        if (!zoom.camera) return;
-        orvella::zoomMSLifeCamStudio(*zoom.camera, zoom.target);
-        // The last state was refreshed when the camera became current, before these steps: it
-        // takes the zoom the steps reached, or the next plug-in would step to the old one.
-        if (zoom.camera == _qtCamera && delegate_ && delegate_->updateSettings)
-            delegate_->updateSettings(SettingsID::kZoomAbsolute);
-    });
-    timer->start(kSteppedZoomDelayMs);
-}
-
-void ControlPanel::forgetCamera(QTCamera* camera) {
-    for (auto it = pendingZooms_.begin(); it != pendingZooms_.end();) {
-        if (it->camera == camera) {
-            delete it->timer;
-            it = pendingZooms_.erase(it);
-        } else {
-            ++it;
-        }
-    }
-    if (_qtCamera == camera) _qtCamera = nullptr;
 }
 
 }  // namespace orvella::ui

@@ -39,6 +39,8 @@ class ControlPanel : public QObject {
     static constexpr int kRowCount = 16;
     // Delay between applying a stored zoom and the stepped zoom of the camera that needs it.
     static constexpr int kSteppedZoomDelayMs = 1000;
+    // Key of an interval item's title, kept so that a second localize still finds it.
+    static constexpr int kItemKeyRole = Qt::UserRole + 10;
 
     // Loads the panel's interface file, builds the sixteen rows on their placeholders, localizes
     // every text and leaves the panel empty (no camera). Install the string table first: the
