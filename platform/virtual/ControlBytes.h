@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "platform/virtual/VirtualCamera.h"
+#include "platform/virtual/DeviceModel.h"
 
 namespace orvella::virtualcam::controlbytes {
 

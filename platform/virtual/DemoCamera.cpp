@@ -1,4 +1,4 @@
-// The camera behind --demo: the generic definition shipped with the tests, compiled in.
+// The camera behind --demo: platform/virtual/demo-camera.json, compiled in.
 #include "platform/virtual/VirtualCamera.h"
 
 namespace orvella::virtualcam {

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string_view>
 
-#include "platform/virtual/VirtualCamera.h"
+#include "platform/virtual/DeviceModel.h"
 
 namespace orvella::virtualcam {
 

@@ -4,7 +4,10 @@
 // control requests as a camera would (ranges, clamping or stalling, GET_INFO bit 2 while an
 // automatic mode governs a manual control, the request error code after a stall, the streaming
 // interfaces' probe and commit controls, suspend), records every request with its exact bytes,
-// and injects faults on demand. Thread-safe: one mutex guards the whole state.
+// and injects faults on demand. This class is the face the USB seam, the tools and the tests
+// use; behind it the device model (DeviceModel.h) answers, the fault plan (FaultPlan.h) decides
+// which requests fail before they reach it, and the request recorder (RequestRecorder.h) keeps
+// what crossed the wire. Thread-safe: one mutex guards all three and the listeners.
 
 #include <QJsonObject>
 #include <QString>
@@ -20,47 +23,11 @@
 #include "platform/ControlEvents.h"
 #include "platform/IOReturn.h"
 #include "platform/Usb.h"
-#include "platform/virtual/StreamingNegotiation.h"
+#include "platform/virtual/DeviceModel.h"
+#include "platform/virtual/FaultPlan.h"
+#include "platform/virtual/RequestRecorder.h"
 
 namespace orvella::virtualcam {
-
-// One request as it crossed the wire: the SETUP fields, the data bytes (sent by the host for
-// writes, answered by the device for reads) and the status the host saw.
-struct RecordedRequest {
-    enum class Kind { Control, Device };
-    Kind kind = Kind::Control;
-    uint8_t bmRequestType = 0;
-    uint8_t bRequest = 0;
-    uint16_t wValue = 0;
-    uint16_t wIndex = 0;
-    uint16_t wLength = 0;
-    std::vector<uint8_t> data;
-    IOReturn status = kIOReturnSuccess;
-
-    uint8_t unit() const { return static_cast<uint8_t>(wIndex >> 8); }
-    uint8_t selector() const { return static_cast<uint8_t>(wValue >> 8); }
-};
-
-// How a control's bytes are read for clamping and for the automatic-mode rules.
-enum class ValueKind { Unsigned, Signed, Bitmap, PanTilt, Raw };
-
-struct DeviceControl {
-    std::string name;  // UVC name ("Brightness", ...) or "xu" for extension-unit controls
-    uint8_t unit = 0;
-    uint8_t selector = 0;
-    uint8_t length = 0;
-    ValueKind kind = ValueKind::Unsigned;
-    std::vector<uint8_t> min, max, res, def, cur;
-    uint8_t info = 0x03;  // GET_INFO without the automatic-mode bit, which is computed
-    std::optional<uint16_t> answerLength;  // fault: answer at most this many bytes
-};
-
-struct InterfaceDefinition {
-    uint8_t interfaceClass = 0x0E;
-    uint8_t subClass = 1;
-    uint8_t number = 0;
-    std::vector<platform::Descriptor> descriptors;
-};
 
 class VirtualCamera {
   public:
@@ -88,7 +55,7 @@ class VirtualCamera {
     const QString& displayName() const { return displayName_; }
     uint8_t productStringIndex() const { return productStringIndex_; }
     uint8_t vcInterfaceNumber() const { return vcInterfaceNumber_; }
-    const std::vector<InterfaceDefinition>& interfaces() const { return interfaces_; }
+    const std::vector<InterfaceDefinition>& interfaces() const { return model_.interfaces; }
     // The whole definition, for the parts of the system that read keys of their own.
     const QJsonObject& json() const { return json_; }
     const QString& origin() const { return origin_; }
@@ -110,8 +77,8 @@ class VirtualCamera {
     // to the control-change listeners.
     bool setCurrentValue(uint8_t unit, uint8_t selector, int64_t value);
     // The unit ID of the first camera terminal / processing unit in the descriptors, 0 if none.
-    uint8_t cameraTerminalID() const { return cameraTerminalID_; }
-    uint8_t processingUnitID() const { return processingUnitID_; }
+    uint8_t cameraTerminalID() const { return model_.cameraTerminalID; }
+    uint8_t processingUnitID() const { return model_.processingUnitID; }
 
     // The request error code the device holds for its last class request on the VideoControl
     // interface (0 none, 2 wrong state, 4 out of range, 5 invalid unit, 6 invalid control, 7
@@ -150,11 +117,7 @@ class VirtualCamera {
 
     // The formats the VideoStreaming descriptors declare, one per frame size, in descriptor
     // order (four-character code with the first character on top).
-    struct StreamingFormat {
-        uint32_t fourCC = 0;
-        int width = 0;
-        int height = 0;
-    };
+    using StreamingFormat = virtualcam::StreamingFormat;
     std::vector<StreamingFormat> streamingFormats() const;
     // Another program's stream sets the capture node's format; false with *error when the
     // descriptors declare no such format and size, or the camera is gone. The format stays the
@@ -202,18 +165,8 @@ class VirtualCamera {
   private:
     VirtualCamera() = default;
 
-    IOReturn answer(platform::ControlRequest& request, std::vector<uint8_t>& data);
-    IOReturn answerControl(platform::ControlRequest& request, std::vector<uint8_t>& data);
-    DeviceControl* find(uint8_t unit, uint8_t selector);
-    const DeviceControl* find(uint8_t unit, uint8_t selector) const;
-    bool governedByAutoMode(const DeviceControl& control) const;
-    uint8_t judgeWrite(const DeviceControl& control, std::vector<uint8_t>& value) const;
-    std::vector<platform::ControlChange> replaceValue(DeviceControl& control,
-                                                      std::vector<uint8_t> value);
     void tellControlChanges(const std::vector<platform::ControlChange>& changes);
     void tellCaptureUse(int foreignOpens);
-    void record(RecordedRequest::Kind kind, const platform::ControlRequest& request,
-                std::vector<uint8_t> data, IOReturn status);
 
     mutable std::mutex mutex_;
     QJsonObject json_;
@@ -225,33 +178,12 @@ class VirtualCamera {
     QString displayName_;
     uint8_t productStringIndex_ = 2;
     uint8_t vcInterfaceNumber_ = 0;
-    uint8_t cameraTerminalID_ = 0;
-    uint8_t processingUnitID_ = 0;
-    std::vector<InterfaceDefinition> interfaces_;
-    std::vector<DeviceControl> controls_;
-    std::map<uint8_t, std::vector<uint8_t>> strings_;  // string descriptors, whole bytes
-    bool clampOutOfRange_ = true;
-    IOReturn plugInStatus_ = kIOReturnSuccess;
-
-    struct Stall {
-        uint8_t unit, selector, code;
-    };
-    std::vector<Stall> stalls_;
-    std::vector<uint8_t> unitIDs_;  // every terminal and unit the VideoControl descriptors declare
-    std::map<uint8_t, StreamingNegotiation> streaming_;  // by VideoStreaming interface number
-    uint8_t requestErrorCode_ = 0;
-    IOReturn failStatus_ = kIOReturnSuccess;
-    int failCount_ = 0;
-    int vanishCountdown_ = 0;
-    int failCountdown_ = 0;  // failOnRequest: requests until failStatusLater_ takes effect
-    IOReturn failStatusLater_ = kIOReturnSuccess;
-    int failCountLater_ = 0;
-    bool present_ = true;
+    DeviceModel model_;
+    FaultPlan faults_;
+    RequestRecorder recorder_;
     bool suspended_ = false;
     int openCount_ = 0;
     int resumeCount_ = 0;
-    std::vector<RecordedRequest> log_;
-    std::function<void(const RecordedRequest&)> requestObserver_;
     int foreignOpens_ = 0;
     int lastListenerID_ = 0;
     std::map<int, ControlChangeListener> controlListeners_;

@@ -230,12 +230,13 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
                 static_cast<uint8_t>(toRanged(io.value("number"), key + ".number", 0, 255));
             if (def.number == c.vcInterfaceNumber_) def.descriptors = vc;
             if (def.number == vsNumber) def.descriptors = vs;
-            c.interfaces_.push_back(std::move(def));
+            c.model_.interfaces.push_back(std::move(def));
         }
     } else {
-        c.interfaces_.push_back(
+        c.model_.interfaces.push_back(
             {uvc::kClassVideo, uvc::kSubClassVideoControl, c.vcInterfaceNumber_, vc});
-        c.interfaces_.push_back({uvc::kClassVideo, uvc::kSubClassVideoStreaming, vsNumber, vs});
+        c.model_.interfaces.push_back(
+            {uvc::kClassVideo, uvc::kSubClassVideoStreaming, vsNumber, vs});
     }
 
     // The VideoControl header gives the UVC version and clock that the streaming controls use.
@@ -248,15 +249,15 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
             clock = static_cast<uint32_t>(unpackUnsigned(d, 7, 4));
         }
         if (w.subtype() >= uvc::VC_INPUT_TERMINAL && w.subtype() <= uvc::VC_ENCODING_UNIT)
-            c.unitIDs_.push_back(d[3]);
+            c.model_.unitIDs.push_back(d[3]);
     });
-    for (const InterfaceDefinition& i : c.interfaces_)
+    for (const InterfaceDefinition& i : c.model_.interfaces)
         if (i.interfaceClass == uvc::kClassVideo && i.subClass == uvc::kSubClassVideoStreaming) {
             checkFrameSizes(i.descriptors);
-            c.streaming_.try_emplace(i.number, i.descriptors, bcdUVC, clock);
+            c.model_.streaming.try_emplace(i.number, i.descriptors, bcdUVC, clock);
         }
 
-    c.clampOutOfRange_ =
+    c.model_.clampOutOfRange =
         o.value("outOfRange").toString(QStringLiteral("clamp")) != QLatin1String("stall");
     c.suspended_ = o.value("suspended").toBool(false);
     parseUnits(c);
@@ -268,7 +269,7 @@ void VirtualCamera::Private::parse(VirtualCamera& c, const QJsonObject& o) {
 // Creates the controls that the camera terminals' and processing units' bmControls declare.
 void VirtualCamera::Private::parseUnits(VirtualCamera& c) {
     const InterfaceDefinition* vc = nullptr;
-    for (const auto& i : c.interfaces_)
+    for (const auto& i : c.model_.interfaces)
         if (i.number == c.vcInterfaceNumber_) vc = &i;
     if (!vc) return;
     uvc::walkClassDescriptors(
@@ -279,11 +280,11 @@ void VirtualCamera::Private::parseUnits(VirtualCamera& c) {
             if (d[2] == uvc::VC_INPUT_TERMINAL && d.size() >= 15 && w.u16(4) == uvc::ITT_CAMERA) {
                 type = UnitType::CameraTerminal;
                 sizeAt = 14;
-                if (!c.cameraTerminalID_) c.cameraTerminalID_ = d[3];
+                if (!c.model_.cameraTerminalID) c.model_.cameraTerminalID = d[3];
             } else if (d[2] == uvc::VC_PROCESSING_UNIT && d.size() >= 8) {
                 type = UnitType::ProcessingUnit;
                 sizeAt = 7;
-                if (!c.processingUnitID_) c.processingUnitID_ = d[3];
+                if (!c.model_.processingUnitID) c.model_.processingUnitID = d[3];
             } else {
                 return;
             }
@@ -292,8 +293,8 @@ void VirtualCamera::Private::parseUnits(VirtualCamera& c) {
                 for (uint8_t bit = 0; bit < 8; ++bit) {
                     if (!(d[sizeAt + 1 + byte] & (1u << bit))) continue;
                     const auto info = controlForBit(type, static_cast<uint8_t>(byte * 8 + bit));
-                    if (info && !c.find(d[3], info->selector))
-                        c.controls_.push_back(plausible(*info, d[3]));
+                    if (info && !c.model_.find(d[3], info->selector))
+                        c.model_.controls.push_back(plausible(*info, d[3]));
                 }
             }
         });
@@ -328,15 +329,15 @@ void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& 
         const auto named = controlNamed(it.key().toStdString());
         if (!named) fail(QStringLiteral("%1: unknown control").arg(key));
         const QJsonObject answers = it.value().toObject();
-        uint8_t unit =
-            named->first == UnitType::CameraTerminal ? c.cameraTerminalID_ : c.processingUnitID_;
+        uint8_t unit = named->first == UnitType::CameraTerminal ? c.model_.cameraTerminalID
+                                                                : c.model_.processingUnitID;
         if (answers.contains("unit"))
             unit = static_cast<uint8_t>(toRanged(answers.value("unit"), key + ".unit", 0, 255));
-        DeviceControl* control = c.find(unit, named->second.selector);
+        DeviceControl* control = c.model_.find(unit, named->second.selector);
         if (!control) {
             // Described but not declared: the device still answers it.
-            c.controls_.push_back(plausible(named->second, unit));
-            control = &c.controls_.back();
+            c.model_.controls.push_back(plausible(named->second, unit));
+            control = &c.model_.controls.back();
         }
         applyAnswers(*control, answers, key);
     }
@@ -359,12 +360,12 @@ void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& 
         for (auto* field : {&control.min, &control.max, &control.res, &control.def, &control.cur})
             field->assign(control.length, 0);
         applyAnswers(control, answers, key);
-        if (c.find(control.unit, control.selector))
+        if (c.model_.find(control.unit, control.selector))
             fail(QStringLiteral("%1: unit %2 selector %3 defined twice")
                      .arg(key)
                      .arg(control.unit)
                      .arg(control.selector));
-        c.controls_.push_back(std::move(control));
+        c.model_.controls.push_back(std::move(control));
     }
 }
 
@@ -379,26 +380,26 @@ void VirtualCamera::Private::parseStrings(VirtualCamera& c, const QJsonObject& o
         bytes[0] = static_cast<uint8_t>(bytes.size());
         return bytes;
     };
-    c.strings_[0] = {4, 3, 0x09, 0x04};  // supported languages: US English
+    c.model_.strings[0] = {4, 3, 0x09, 0x04};  // supported languages: US English
     if (o.contains("productStringIndex"))
         c.productStringIndex_ = static_cast<uint8_t>(
             toRanged(o.value("productStringIndex"), "productStringIndex", 0, 255));
     else if (c.productString_.isEmpty())
         c.productStringIndex_ = 0;
     if (c.productStringIndex_ && !c.productString_.isEmpty())
-        c.strings_[c.productStringIndex_] = utf16(c.productString_);
+        c.model_.strings[c.productStringIndex_] = utf16(c.productString_);
     const QJsonObject strings = o.value("strings").toObject();
     for (auto it = strings.begin(); it != strings.end(); ++it) {
         const auto index =
             static_cast<uint8_t>(toRanged(QJsonValue(it.key()), "strings." + it.key(), 1, 255));
-        c.strings_[index] = utf16(it.value().toString());
+        c.model_.strings[index] = utf16(it.value().toString());
     }
     // Raw string descriptors, for malformed ones: exactly these bytes are answered.
     const QJsonObject raw = o.value("rawStrings").toObject();
     for (auto it = raw.begin(); it != raw.end(); ++it) {
         const auto index =
             static_cast<uint8_t>(toRanged(QJsonValue(it.key()), "rawStrings." + it.key(), 0, 255));
-        c.strings_[index] = fromHex(it.value().toString(), "rawStrings." + it.key());
+        c.model_.strings[index] = fromHex(it.value().toString(), "rawStrings." + it.key());
     }
 }
 
@@ -414,28 +415,27 @@ void VirtualCamera::Private::parseFaults(VirtualCamera& c, const QJsonObject& o)
         if (s.contains("control")) {
             const auto named = controlNamed(s.value("control").toString().toStdString());
             if (!named) fail(key + ": unknown control");
-            c.stalls_.push_back({named->first == UnitType::CameraTerminal ? c.cameraTerminalID_
-                                                                          : c.processingUnitID_,
-                                 named->second.selector, code});
+            c.faults_.stallSelector(named->first == UnitType::CameraTerminal
+                                        ? c.model_.cameraTerminalID
+                                        : c.model_.processingUnitID,
+                                    named->second.selector, code);
         } else {
-            c.stalls_.push_back(
-                {static_cast<uint8_t>(toRanged(s.value("unit"), key + ".unit", 0, 255)),
-                 static_cast<uint8_t>(toRanged(s.value("selector"), key + ".selector", 0, 255)),
-                 code});
+            c.faults_.stallSelector(
+                static_cast<uint8_t>(toRanged(s.value("unit"), key + ".unit", 0, 255)),
+                static_cast<uint8_t>(toRanged(s.value("selector"), key + ".selector", 0, 255)),
+                code);
         }
     }
-    if (faults.value("notRespondingOnce").toBool(false)) {
-        c.failStatus_ = kIOReturnNotResponding;
-        c.failCount_ = 1;
-    }
+    if (faults.value("notRespondingOnce").toBool(false))
+        c.faults_.failNext(kIOReturnNotResponding, 1);
     if (faults.contains("vanishOnRequest"))
-        c.vanishCountdown_ = static_cast<int>(
-            toRanged(faults.value("vanishOnRequest"), "faults.vanishOnRequest", 1, 1 << 30));
+        c.faults_.vanishOnRequest(static_cast<int>(
+            toRanged(faults.value("vanishOnRequest"), "faults.vanishOnRequest", 1, 1 << 30)));
     if (faults.contains("failOnRequest")) {
         const QJsonObject f = faults.value("failOnRequest").toObject();
-        c.failCountdown_ = static_cast<int>(
+        const int request = static_cast<int>(
             toRanged(f.value("request"), "faults.failOnRequest.request", 1, 1 << 30));
-        c.failStatusLater_ =
+        const IOReturn status =
             f.contains("status")
                 ? static_cast<IOReturn>(
                       toRanged(f.value("status"), "faults.failOnRequest.status", 0, 0xFFFFFFFFll))
@@ -444,11 +444,11 @@ void VirtualCamera::Private::parseFaults(VirtualCamera& c, const QJsonObject& o)
                               ? static_cast<int>(toRanged(f.value("count"),
                                                           "faults.failOnRequest.count", 0, 1 << 30))
                               : 0;
-        c.failCountLater_ = count > 0 ? count : std::numeric_limits<int>::max();
+        c.faults_.failOnRequest(request, status, count);
     }
     if (faults.contains("plugIn"))
-        c.plugInStatus_ = static_cast<IOReturn>(
-            toRanged(faults.value("plugIn"), "faults.plugIn", 0, 0xFFFFFFFFll));
+        c.faults_.setPlugInStatus(static_cast<IOReturn>(
+            toRanged(faults.value("plugIn"), "faults.plugIn", 0, 0xFFFFFFFFll)));
 }
 
 std::shared_ptr<VirtualCamera> VirtualCamera::fromJson(const QByteArray& json, QString* error,

@@ -147,7 +147,7 @@ void VirtualUsbHost::addCamera(std::shared_ptr<VirtualCamera> camera) {
     cameras_.push_back(camera);
     if (observer_)
         observer_->usbDeviceAdded(
-            std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+            std::make_shared<VirtualDeviceService>(camera, camera->faults_.plugInStatus()));
 }
 
 void VirtualUsbHost::removeCamera(const std::shared_ptr<VirtualCamera>& camera) {
@@ -157,7 +157,7 @@ void VirtualUsbHost::removeCamera(const std::shared_ptr<VirtualCamera>& camera) 
     camera->vanish();
     if (observer_)
         observer_->usbDeviceRemoved(
-            std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+            std::make_shared<VirtualDeviceService>(camera, camera->faults_.plugInStatus()));
 }
 
 IOReturn VirtualUsbHost::getMatchingServices(
@@ -166,7 +166,7 @@ IOReturn VirtualUsbHost::getMatchingServices(
     for (const auto& camera : cameras_)
         if (camera->present())
             services.push_back(
-                std::make_shared<VirtualDeviceService>(camera, camera->plugInStatus_));
+                std::make_shared<VirtualDeviceService>(camera, camera->faults_.plugInStatus()));
     return kIOReturnSuccess;
 }
 
