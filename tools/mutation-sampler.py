@@ -15,8 +15,10 @@ run the same mutants: a mutant whose line moved is found by its text, in its fil
 of the sampled folders; one whose line is gone is reported as such and left out of the rate.
 
 The build is a plain Debug tree (no sanitizers: it is rebuilt once per mutant) in
-build-mutation/. A mutant that does not compile is "stillborn" and left out of the rate; a test
-program that fails, crashes or runs past the time limit kills the mutant.
+build-mutation/, so a mutant that only leaks or corrupts memory quietly survives. The test
+programs must pass on the tree as it is before any mutant is tried. A mutant that does not compile
+is "stillborn" and left out of the rate; a test program that fails, crashes or runs past the time
+limit kills the mutant.
 """
 
 import argparse
@@ -222,6 +224,13 @@ def main():
         return 0
 
     configure(args.build)
+    # A test program that fails without any mutant would count every mutant as killed.
+    environment = dict(os.environ, QT_QPA_PLATFORM="offscreen")
+    for program in sorted({p for programs in TESTS.values() for p in programs}):
+        if run([os.path.join(args.build, program), "--gtest_brief=1"], timeout=args.timeout,
+               env=environment, cwd=args.build) != 0:
+            print("mutation-sampler: %s fails on the tree as it is; fix that first" % program)
+            return 1
     counts = {"killed": 0, "survived": 0, "stillborn": 0, "gone": 0}
     started = time.time()
     for index, mutant in enumerate(mutants, 1):
