@@ -26,12 +26,13 @@ constexpr uint16_t controlIndex(const ControlAddress& at) {
     return static_cast<uint16_t>(at.unit << 8 | at.interfaceNumber);
 }
 
-// SET_CUR of `length` bytes from `data`.
-inline platform::ControlRequest setCurRequest(const ControlAddress& at, uint16_t length,
-                                              void* data) {
+// A class request on the VideoControl interface: `length` bytes to or from `data`.
+inline platform::ControlRequest classRequest(uint8_t bmRequestType, uint8_t bRequest,
+                                             const ControlAddress& at, uint16_t length,
+                                             void* data) {
     platform::ControlRequest request;
-    request.bmRequestType = kRequestTypeSet;
-    request.bRequest = SET_CUR;
+    request.bmRequestType = bmRequestType;
+    request.bRequest = bRequest;
     request.wValue = controlValue(at);
     request.wIndex = controlIndex(at);
     request.wLength = length;
@@ -39,17 +40,16 @@ inline platform::ControlRequest setCurRequest(const ControlAddress& at, uint16_t
     return request;
 }
 
+// SET_CUR of `length` bytes from `data`.
+inline platform::ControlRequest setCurRequest(const ControlAddress& at, uint16_t length,
+                                              void* data) {
+    return classRequest(kRequestTypeSet, SET_CUR, at, length, data);
+}
+
 // One of the GETs (GET_CUR, GET_MIN, ... GET_DEF) of `length` bytes into `data`.
 inline platform::ControlRequest getRequest(uint8_t bRequest, const ControlAddress& at,
                                            uint16_t length, void* data) {
-    platform::ControlRequest request;
-    request.bmRequestType = kRequestTypeGet;
-    request.bRequest = bRequest;
-    request.wValue = controlValue(at);
-    request.wIndex = controlIndex(at);
-    request.wLength = length;
-    request.pData = data;
-    return request;
+    return classRequest(kRequestTypeGet, bRequest, at, length, data);
 }
 
 }  // namespace orvella::uvc

@@ -291,17 +291,28 @@ TEST(ControlRowSlider, SteadyDragSendsAtMostThreeTimesASecondPlusTheRelease) {
     EXPECT_EQ(sent.back(), 777) << "the release always sends the final value";
 }
 
-TEST(ControlRowSlider, MouseDragThroughTheRowReachesTheCameraThrottled) {
-    UiCamera cam("full-pu.json");
-    auto row = makeRow(settings::kBrightness);
+// A brightness row bound to a camera, shown on screen, its slider on a clock the test moves.
+struct ShownRow {
+    UiCamera cam{"full-pu.json"};
+    std::unique_ptr<UVCValueViewController> row = makeRow(settings::kBrightness);
     ThrottleClock clock;
-    auto& slider = *row->outlets().sldControl;
-    slider.setNow([&] { return clock.now; });
-    row->setQTCamera(cam.camera.get(), -64, 64, 1, 0, 0);
-    row->setVisible(true);
-    row->setEnabled(true);
-    row->view()->resize(420, 30);
-    row->view()->show();
+    PeriodicDelaySlider& slider = *row->outlets().sldControl;
+    ShownRow() {
+        slider.setNow([this] { return clock.now; });
+        row->setQTCamera(cam.camera.get(), -64, 64, 1, 0, 0);
+        row->setVisible(true);
+        row->setEnabled(true);
+        row->view()->resize(420, 30);
+        row->view()->show();
+    }
+};
+
+TEST(ControlRowSlider, MouseDragThroughTheRowReachesTheCameraThrottled) {
+    ShownRow shown;
+    UiCamera& cam = shown.cam;
+    auto& row = shown.row;
+    ThrottleClock& clock = shown.clock;
+    PeriodicDelaySlider& slider = shown.slider;
     ASSERT_TRUE(QTest::qWaitForWindowExposed(row->view()));
 
     QStyleOptionSlider option;
@@ -333,16 +344,11 @@ TEST(ControlRowSlider, MouseDragThroughTheRowReachesTheCameraThrottled) {
 // Only the release of the left mouse button passes the throttle: a held arrow key, the wheel and
 // clicks on the groove send like a drag, at most once every 0.33 s.
 TEST(ControlRowSlider, KeysTheWheelAndGrooveClicksAreThrottledLikeADrag) {
-    UiCamera cam("full-pu.json");
-    auto row = makeRow(settings::kBrightness);
-    ThrottleClock clock;
-    auto& slider = *row->outlets().sldControl;
-    slider.setNow([&] { return clock.now; });
-    row->setQTCamera(cam.camera.get(), -64, 64, 1, 0, 0);
-    row->setVisible(true);
-    row->setEnabled(true);
-    row->view()->resize(420, 30);
-    row->view()->show();
+    ShownRow shown;
+    UiCamera& cam = shown.cam;
+    auto& row = shown.row;
+    ThrottleClock& clock = shown.clock;
+    PeriodicDelaySlider& slider = shown.slider;
     ASSERT_TRUE(QTest::qWaitForWindowExposed(row->view()));
     const auto writes = [&] { return cam.setCursOf(sel::kBrightness, cam.pu()); };
 
