@@ -41,6 +41,8 @@ struct FollowedChange {
     bool governed = false;
 };
 
+struct ControlDescription;
+
 class QTCamera {
   public:
     // A bare camera object bound to the given services, with nothing looked up yet.
@@ -148,6 +150,12 @@ class QTCamera {
     std::optional<FollowedChange> takeControlChange(const platform::ControlChange& change);
 
     // ---- Per-control accessors ----
+    // The generic accessors, for any row of the control catalog (camera/ControlCatalog.h): a
+    // query reads the control's current value the way its rules say; a set writes it, reads it
+    // back and keeps the read-back in the record. A row the camera cannot reach answers
+    // kIOReturnBadArgument. The named accessors below are the same operations for one control.
+    IOReturn queryControl(const ControlDescription& control, long* value);
+    IOReturn setControl(const ControlDescription& control, long value);
     IOReturn queryAutoExposureMode(long* value);
     IOReturn setAutoExposureMode(long value);
     IOReturn queryExposureTimeAbsolute(long* value);

@@ -6,6 +6,7 @@
 
 #include <iterator>
 
+#include "camera/ControlCatalog.h"
 #include "camera/ControlTable.h"
 #include "camera/ControlValues.h"
 #include "camera/ModelTables.h"
@@ -435,6 +436,56 @@ IOReturn QTCamera::setLEDIndex(long index) {
     }
     _supportedControl.ledIndex = index;
     return status;
+}
+
+namespace {
+
+struct NamedAccessors {
+    IOReturn (QTCamera::*query)(long*);
+    IOReturn (QTCamera::*set)(long);
+};
+
+// The named accessors by setting identifier.
+constexpr NamedAccessors kNamed[] = {
+    {},
+    {&QTCamera::queryAutoExposureMode, &QTCamera::setAutoExposureMode},
+    {},
+    {&QTCamera::queryExposureTimeAbsolute, &QTCamera::setExposureTimeAbsolute},
+    {&QTCamera::queryBrightness, &QTCamera::setBrightness},
+    {&QTCamera::queryContrast, &QTCamera::setContrast},
+    {&QTCamera::queryHue, &QTCamera::setHue},
+    {&QTCamera::querySaturation, &QTCamera::setSaturation},
+    {&QTCamera::querySharpness, &QTCamera::setSharpness},
+    {&QTCamera::queryGamma, &QTCamera::setGamma},
+    {&QTCamera::queryWhiteBalanceTemperatureAuto, &QTCamera::setWhiteBalanceTemperatureAuto},
+    {&QTCamera::queryWhiteBalanceTemperature, &QTCamera::setWhiteBalanceTemperature},
+    {&QTCamera::queryPowerLineFrequency, &QTCamera::setPowerLineFrequency},
+    {&QTCamera::queryBacklightCompensation, &QTCamera::setBacklightCompensation},
+    {&QTCamera::queryGain, &QTCamera::setGain},
+    {&QTCamera::queryFocusAuto, &QTCamera::setFocusAuto},
+    {&QTCamera::queryFocusAbsolute, &QTCamera::setFocusAbsolute},
+    {&QTCamera::queryZoomAbsolute, &QTCamera::setZoomAbsolute},
+    {&QTCamera::queryPanAbsolute, &QTCamera::setPanAbsolute},
+    {&QTCamera::queryTiltAbsolute, &QTCamera::setTiltAbsolute},
+    {&QTCamera::queryIrisRelative, &QTCamera::setIrisRelative},
+    {&QTCamera::queryNoiseReduction, &QTCamera::setNoiseReduction},
+    {nullptr, &QTCamera::setLEDIndex},
+};
+
+}  // namespace
+
+IOReturn QTCamera::queryControl(const ControlDescription& control, long* value) {
+    if (control.id < 0 || control.id >= static_cast<int32_t>(std::size(kNamed)) ||
+        !kNamed[control.id].query)
+        return kIOReturnBadArgument;
+    return (this->*kNamed[control.id].query)(value);
+}
+
+IOReturn QTCamera::setControl(const ControlDescription& control, long value) {
+    if (control.id < 0 || control.id >= static_cast<int32_t>(std::size(kNamed)) ||
+        !kNamed[control.id].set)
+        return kIOReturnBadArgument;
+    return (this->*kNamed[control.id].set)(value);
 }
 
 }  // namespace orvella

@@ -1,0 +1,459 @@
+#include "camera/ControlCatalog.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace orvella {
+
+namespace {
+
+using S = SupportedControl;
+using namespace settings;
+
+constexpr UnitKind CT = UnitKind::CameraTerminal;
+constexpr UnitKind PU = UnitKind::ProcessingUnit;
+
+// Exposure modes (bitmap values): 1 manual, 2 auto, 4 shutter priority, 8 aperture priority.
+// Exposure time and gain are the user's under a mode without 2, 4 and 8; the iris also under
+// aperture priority.
+constexpr long kExposureAutomaticModes = 2 | 4 | 8;
+constexpr long kIrisAutomaticModes = 2 | 4;
+// A plain on/off automatic mode frees its control while it is off.
+constexpr long kOn = ~0L;
+
+// The media-device quirk vendor's control objects mishandle the mid-scale value.
+constexpr long kMidScale = 128;
+constexpr float kMidScaleNudged = 127.9f;
+
+// The record fields of a control named N, in the order the description declares them.
+#define ORVELLA_VALUE(N) .present = &S::b##N, .cur = &S::cur##N, .def = &S::def##N
+#define ORVELLA_RANGE(N) \
+    .present = &S::b##N, .min = &S::min##N, .max = &S::max##N, .cur = &S::cur##N, .def = &S::def##N
+#define ORVELLA_RANGE_RES(N)                                                      \
+    .present = &S::b##N, .min = &S::min##N, .max = &S::max##N, .res = &S::res##N, \
+    .cur = &S::cur##N, .def = &S::def##N
+#define ORVELLA_DISABLED(N) .disabled = &S::b##N##Disabled
+
+constexpr ControlDescription kRows[] = {
+    {.id = kAutoExposureMode,
+     .key = "AutoExposureMode",
+     .title = "Auto-Exposure Mode",
+     .uvc = {"Auto-Exposure Mode", CT, 0, 0x02, 1, false},
+     .bit = 1,
+     .readLength = 1,
+     .probe = ProbeKind::AutoExposureMode,
+     ORVELLA_VALUE(AutoExposureMode),
+     .readsBack = kExposureTimeAbsolute,
+     .shape = RecordShape::Plain,
+     .apply = ApplyKind::SetThenQuery,
+     .resendOrder = 1},
+    {.id = kAutoExposurePriority,
+     .key = "AutoExposurePriority",
+     .title = "Auto-Exposure Priority",
+     .uvc = {"Auto-Exposure Priority", CT, 0, 0x03, 1, false},
+     .bit = 2,
+     .readLength = 1,
+     .probe = ProbeKind::CurInfo,
+     .present = &S::bAutoExposurePriority,
+     .cur = &S::curAutoExposurePriority,  // no default is probed: a reset turns it off
+     .shape = RecordShape::Plain,
+     .apply = ApplyKind::Never},
+    {.id = kExposureTimeAbsolute,
+     .key = "ExposureTimeAbsolute",
+     .title = "Exposure Time (Absolute)",
+     .uvc = {"Exposure Time (Absolute)", CT, 0, 0x04, 4, false},
+     .bit = 3,
+     .readLength = 4,
+     .probe = ProbeKind::Range,
+     .rule = ValueRule::ExposureTime,
+     ORVELLA_RANGE(ExposureTimeAbsolute),
+     ORVELLA_DISABLED(ExposureTimeAbsolute),
+     .master = kAutoExposureMode,
+     .masterAutoBits = kExposureAutomaticModes,
+     .masterOverridesInfo = true,
+     .object = &CMIOControls::exposure,
+     .nudgedValue = 0,
+     .nudgedTo = -0.1f,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 2,
+     .panelOrder = 1,
+     .panelTitle = "Exposure_Time",
+     .lowImage = "ExposureLow",
+     .highImage = "ExposureHigh"},
+    // Read as 4 bytes although the control is 2 bytes wide; only the low 16 bits count.
+    {.id = kBrightness,
+     .key = "Brightness",
+     .title = "Brightness",
+     .uvc = {"Brightness", PU, 0, 0x02, 2, true},
+     .bit = 0,
+     .readLength = 4,
+     .probe = ProbeKind::Range,
+     ORVELLA_RANGE(Brightness),
+     ORVELLA_DISABLED(Brightness),
+     .falseAutoModeDisable = true,
+     .object = &CMIOControls::brightness,
+     .nudgedValue = kMidScale,
+     .nudgedTo = kMidScaleNudged,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 4,
+     .panelOrder = 4,
+     .panelTitle = "Brightness",
+     .lowImage = "BrightnessLow",
+     .highImage = "BrightnessHigh"},
+    {.id = kContrast,
+     .key = "Contrast",
+     .title = "Contrast",
+     .uvc = {"Contrast", PU, 0, 0x03, 2, false},
+     .bit = 1,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     ORVELLA_RANGE(Contrast),
+     ORVELLA_DISABLED(Contrast),
+     .object = &CMIOControls::contrast,
+     .nudgedValue = kMidScale,
+     .nudgedTo = kMidScaleNudged,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 5,
+     .panelOrder = 5,
+     .panelTitle = "Contrast",
+     .lowImage = "ContrastLow",
+     .highImage = "ContrastHigh"},
+    {.id = kHue,
+     .key = "Hue",
+     .title = "Hue",
+     .uvc = {"Hue", PU, 0, 0x06, 2, true},
+     .bit = 2,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     .rule = ValueRule::Hue,
+     ORVELLA_RANGE_RES(Hue),
+     ORVELLA_DISABLED(Hue),
+     .object = &CMIOControls::hue,
+     .nudgedValue = kMidScale,
+     .nudgedTo = kMidScaleNudged,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 6,
+     .panelOrder = 6,
+     .panelTitle = "Hue",
+     .lowImage = "HueLow",
+     .highImage = "HueHigh"},
+    {.id = kSaturation,
+     .key = "Saturation",
+     .title = "Saturation",
+     .uvc = {"Saturation", PU, 0, 0x07, 2, false},
+     .bit = 3,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     ORVELLA_RANGE(Saturation),
+     ORVELLA_DISABLED(Saturation),
+     .object = &CMIOControls::saturation,
+     .nudgedValue = kMidScale,
+     .nudgedTo = kMidScaleNudged,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 7,
+     .panelOrder = 7,
+     .panelTitle = "Saturation",
+     .lowImage = "SaturationLow",
+     .highImage = "SaturationHigh"},
+    {.id = kSharpness,
+     .key = "Sharpness",
+     .title = "Sharpness",
+     .uvc = {"Sharpness", PU, 0, 0x08, 2, false},
+     .bit = 4,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     ORVELLA_RANGE(Sharpness),
+     ORVELLA_DISABLED(Sharpness),
+     .object = &CMIOControls::sharpness,
+     .nudgedValue = kMidScale,
+     .nudgedTo = kMidScaleNudged,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 8,
+     .panelOrder = 8,
+     .panelTitle = "Sharpness",
+     .lowImage = "SharpnessLow",
+     .highImage = "SharpnessHigh"},
+    {.id = kGamma,
+     .key = "Gamma",
+     .title = "Gamma",
+     .uvc = {"Gamma", PU, 0, 0x09, 2, false},
+     .bit = 5,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     .rule = ValueRule::Gamma,
+     ORVELLA_RANGE_RES(Gamma),
+     ORVELLA_DISABLED(Gamma),
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 9,
+     .panelOrder = 9,
+     .panelTitle = "Gamma",
+     .lowImage = "GammaLow",
+     .highImage = "GammaHigh"},
+    {.id = kWhiteBalanceTemperatureAuto,
+     .key = "WhiteBalanceTemperatureAuto",
+     .title = "White Balance Temperature, Auto",
+     .uvc = {"White Balance Temperature, Auto", PU, 0, 0x0B, 1, false},
+     .bit = 12,
+     .readLength = 1,
+     .probe = ProbeKind::Flag,
+     ORVELLA_VALUE(WhiteBalanceTemperatureAuto),
+     .readsBack = kWhiteBalanceTemperature,
+     .shape = RecordShape::Plain,
+     .apply = ApplyKind::SetThenQuery,
+     .resendOrder = 10},
+    {.id = kWhiteBalanceTemperature,
+     .key = "WhiteBalanceTemperature",
+     .title = "White Balance Temperature",
+     .uvc = {"White Balance Temperature", PU, 0, 0x0A, 2, false},
+     .bit = 6,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     ORVELLA_RANGE(WhiteBalanceTemperature),
+     ORVELLA_DISABLED(WhiteBalanceTemperature),
+     .master = kWhiteBalanceTemperatureAuto,
+     .masterAutoBits = kOn,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::SetUnlessAuto,
+     .resendOrder = 11,
+     .panelOrder = 10,
+     .lowImage = "WhiteBalanceLow",
+     .highImage = "WhiteBalanceHigh"},
+    {.id = kPowerLineFrequency,
+     .key = "PowerLineFrequency",
+     .title = "Power Line Frequency",
+     .uvc = {"Power Line Frequency", PU, 0, 0x05, 1, false},
+     .bit = 10,
+     .readLength = 1,
+     .probe = ProbeKind::Flag,
+     .rule = ValueRule::PowerLine,
+     ORVELLA_VALUE(PowerLineFrequency),
+     .shape = RecordShape::Plain,
+     .apply = ApplyKind::Set,
+     .resendOrder = 16},
+    {.id = kBacklightCompensation,
+     .key = "BacklightCompensation",
+     .title = "Backlight Compensation",
+     .uvc = {"Backlight Compensation", PU, 0, 0x01, 2, false},
+     .bit = 8,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     ORVELLA_RANGE(BacklightCompensation),
+     ORVELLA_DISABLED(BacklightCompensation),
+     .falseAutoModeDisable = true,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 17,
+     .panelOrder = 15,
+     .lowImage = "BacklightLow",
+     .highImage = "BacklightHigh"},
+    {.id = kGain,
+     .key = "Gain",
+     .title = "Gain",
+     .uvc = {"Gain", PU, 0, 0x04, 2, false},
+     .bit = 9,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     ORVELLA_RANGE(Gain),
+     ORVELLA_DISABLED(Gain),
+     .master = kAutoExposureMode,
+     .masterAutoBits = kExposureAutomaticModes,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 3,
+     .panelOrder = 2,
+     .panelTitle = "Gain",
+     .lowImage = "GainLow",
+     .highImage = "GainHigh"},
+    {.id = kFocusAuto,
+     .key = "FocusAuto",
+     .title = "Focus, Auto",
+     .uvc = {"Focus, Auto", CT, 0, 0x08, 1, false},
+     .bit = 17,
+     .readLength = 1,
+     .probe = ProbeKind::Flag,
+     ORVELLA_VALUE(FocusAuto),
+     .readsBack = kFocusAbsolute,
+     .shape = RecordShape::Plain,
+     .apply = ApplyKind::SetThenQuery,
+     .resendOrder = 12},
+    {.id = kFocusAbsolute,
+     .key = "FocusAbsolute",
+     .title = "Focus (Absolute)",
+     .uvc = {"Focus (Absolute)", CT, 0, 0x06, 2, false},
+     .bit = 5,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     .rule = ValueRule::Focus,
+     ORVELLA_RANGE(FocusAbsolute),
+     ORVELLA_DISABLED(FocusAbsolute),
+     .master = kFocusAuto,
+     .masterAutoBits = kOn,
+     .masterOverridesInfo = true,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::SetAfterWait,
+     .resendOrder = 13,
+     .panelOrder = 11,
+     .lowImage = "FocusLow",
+     .highImage = "FocusHigh"},
+    // The "cur" in the zoom's status log name is part of the trace as it has always read.
+    {.id = kZoomAbsolute,
+     .key = "ZoomAbsolute",
+     .title = "Zoom (Absolute)",
+     .statusName = "curZoomAbsolute",
+     .uvc = {"Zoom (Absolute)", CT, 0, 0x0B, 2, false},
+     .bit = 9,
+     .readLength = 2,
+     .probe = ProbeKind::Range,
+     .rule = ValueRule::ZoomFocal,
+     ORVELLA_RANGE(ZoomAbsolute),
+     ORVELLA_DISABLED(ZoomAbsolute),
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Set,
+     .resendOrder = 14,
+     .panelOrder = 12,
+     .panelTitle = "Zoom",
+     .lowImage = "ZoomLow",
+     .highImage = "ZoomHigh"},
+    // Pan and tilt share one 8-byte control; the pan row speaks for the pair where the pair is
+    // handled as one (probing, status, the settings record, the re-send).
+    {.id = kPanAbsolute,
+     .key = "PanAbsolute",
+     .title = "Pan/Tilt (Absolute)",
+     .recordName = "PanTiltAbsolute",
+     .uvc = {"Pan/Tilt (Absolute)", CT, 0, 0x0D, 8, true},
+     .bit = 11,
+     .readLength = 8,
+     .probe = ProbeKind::PanTilt,
+     .rule = ValueRule::PanTilt,
+     .present = &S::bPanTiltAbsolute,
+     .min = &S::minPanAbsolute,
+     .max = &S::maxPanAbsolute,
+     .res = &S::resPanAbsolute,
+     .cur = &S::curPanAbsolute,
+     .def = &S::defPanAbsolute,
+     .disabled = &S::bPanTiltAbsoluteDisabled,
+     .shape = RecordShape::PanTilt,
+     .apply = ApplyKind::PanTilt,
+     .resendOrder = 15,
+     .panelOrder = 13,
+     .panelTitle = "Pan",
+     .lowImage = "PanLow",
+     .highImage = "PanHigh",
+     .pairedWith = kTiltAbsolute},
+    {.id = kTiltAbsolute,
+     .key = "TiltAbsolute",
+     .title = "Pan/Tilt (Absolute)",
+     .recordName = "PanTiltAbsolute",
+     .uvc = {"Pan/Tilt (Absolute)", CT, 0, 0x0D, 8, true},
+     .readLength = 8,
+     .rule = ValueRule::PanTilt,
+     .present = &S::bPanTiltAbsolute,
+     .min = &S::minTiltAbsolute,
+     .max = &S::maxTiltAbsolute,
+     .res = &S::resTiltAbsolute,
+     .cur = &S::curTiltAbsolute,
+     .def = &S::defTiltAbsolute,
+     .disabled = &S::bPanTiltAbsoluteDisabled,
+     .panelOrder = 14,
+     .panelTitle = "Tilt",
+     .lowImage = "TiltLow",
+     .highImage = "TiltHigh",
+     .pairedWith = kPanAbsolute},
+    // The relative iris: probing only notes it; the record keeps a position reached by steps.
+    {.id = kAperture,
+     .key = "Aperture",
+     .title = "Iris (Relative)",
+     .uvc = {"Iris (Relative)", CT, 0, 0x0A, 1, false},
+     .bit = 8,
+     .readLength = 1,
+     .probe = ProbeKind::Name,
+     .rule = ValueRule::Relative,
+     .present = &S::bIrisRelative,
+     .master = kAutoExposureMode,
+     .masterAutoBits = kIrisAutomaticModes,
+     .shape = RecordShape::Aperture,
+     .apply = ApplyKind::StepTowards,
+     .panelOrder = 3,
+     .panelTitle = "Aperture",
+     .lowImage = "ApertureLow",
+     .highImage = "ApertureHigh"},
+    // Reached only through the media-device control objects; never sent from a record.
+    {.id = kNoiseReduction,
+     .key = "NoiseReduction",
+     .title = "Noise Reduction",
+     ORVELLA_RANGE(NoiseReduction),
+     ORVELLA_DISABLED(NoiseReduction),
+     .object = &CMIOControls::noiseReduction,
+     .nudgedValue = kMidScale,
+     .nudgedTo = kMidScaleNudged,
+     .shape = RecordShape::Guarded,
+     .apply = ApplyKind::Never,
+     .panelOrder = 16,
+     .panelTitle = "NoiseReduction",
+     .lowImage = "NoiseReductionLow",
+     .highImage = "NoiseReductionHigh"},
+    // The status LED of the models that have one; its unit and length depend on the model.
+    {.id = kLED,
+     .key = "LEDIndex",
+     .title = "LED",
+     .rule = ValueRule::Led,
+     .shape = RecordShape::Led,
+     .apply = ApplyKind::Led},
+};
+
+#undef ORVELLA_VALUE
+#undef ORVELLA_RANGE
+#undef ORVELLA_RANGE_RES
+#undef ORVELLA_DISABLED
+
+// The rows stand in identifier order, so an identifier finds its row by index.
+constexpr bool inIdentifierOrder() {
+    for (size_t i = 0; i < std::size(kRows); ++i)
+        if (kRows[i].id != static_cast<int32_t>(i) + kFirstSettingsID) return false;
+    return std::size(kRows) == kLastSettingsID - kFirstSettingsID + 1;
+}
+static_assert(inIdentifierOrder());
+
+}  // namespace
+
+namespace catalog {
+
+std::span<const ControlDescription> all() {
+    return kRows;
+}
+
+const ControlDescription* byID(int32_t id) {
+    if (id < kFirstSettingsID || id > kLastSettingsID) return nullptr;
+    return &kRows[id - kFirstSettingsID];
+}
+
+const ControlDescription* byUvc(UnitKind unit, uint8_t selector) {
+    const auto found = std::find_if(std::begin(kRows), std::end(kRows), [&](const auto& row) {
+        return row.probe != ProbeKind::None && row.uvc.unit == unit && row.uvc.selector == selector;
+    });
+    return found == std::end(kRows) ? nullptr : found;
+}
+
+const ControlDescription* byKey(std::string_view key) {
+    const auto found = std::find_if(std::begin(kRows), std::end(kRows),
+                                    [&](const auto& row) { return row.key == key; });
+    return found == std::end(kRows) ? nullptr : found;
+}
+
+const ControlDescription* byBit(UnitKind unit, uint8_t bit) {
+    const auto found = std::find_if(std::begin(kRows), std::end(kRows), [&](const auto& row) {
+        return row.probe != ProbeKind::None && row.bit == bit && row.uvc.unit == unit;
+    });
+    return found == std::end(kRows) ? nullptr : found;
+}
+
+}  // namespace catalog
+
+}  // namespace orvella
