@@ -20,7 +20,7 @@ using SettingsRecord = QVariantMap;
 
 // Writes the entries of one identifier (1 to 22; anything else writes nothing) from the camera's
 // record. A control whose disabled flag is set gets its disabled key set to true, a log line, and
-// keeps whatever value entry the record held. "Aperture" needs a relative iris query, which goes
+// keeps whatever value entry the record held. The aperture needs a relative iris query, which goes
 // to `currentCamera`, the application's current camera, or nowhere when there is none.
 void settingsDict(SettingsRecord& record, int32_t settingsID, QTCamera& camera,
                   QTCamera* currentCamera);
@@ -35,7 +35,7 @@ void loadSettings(const SettingsRecord& record, QTCamera& camera, platform::Cloc
 
 // A value that loadSettings sends and that the camera did not take.
 struct SettingMismatch {
-    QString key;  // "Brightness", "PanAbsolute", ...
+    QString key;  // the control's settings key (ControlDescription::key)
     qint64 wanted = 0;
     qint64 got = 0;
 };
@@ -47,7 +47,7 @@ struct SettingMismatch {
 QList<SettingMismatch> settingsThatDidNotStick(const SettingsRecord& applied,
                                                const SettingsRecord& now);
 
-// The value keys a setting identifier writes (pan/tilt: "PanAbsolute", "TiltAbsolute"), for views
+// The value keys a setting identifier writes (pan/tilt: both halves), for views
 // and tools that show a record; empty outside 1 to 22.
 QStringList valueKeys(int32_t settingsID);
 
