@@ -26,7 +26,7 @@ class FaultPlan;
 enum class ValueKind { Unsigned, Signed, Bitmap, PanTilt, Raw };
 
 struct DeviceControl {
-    std::string name;  // UVC name ("Brightness", ...) or "xu" for extension-unit controls
+    std::string name;  // UVC standard name or "xu" for extension-unit controls
     uint8_t unit = 0;
     uint8_t selector = 0;
     uint8_t length = 0;
