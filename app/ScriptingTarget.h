@@ -26,8 +26,8 @@ class ScriptingTarget {
     virtual QString applyProfile(const QString& uniqueID, const QString& profile) = 0;
     virtual void setPanelVisible(bool visible) = 0;
     virtual bool isPanelVisible() const = 0;
-    // The camera's current control values by settings key (the control catalog's keys); none when they
-    // cannot be read.
+    // The camera's current control values by settings key (the control catalog's keys); none
+    // when they cannot be read.
     virtual std::optional<QVariantMap> controlValues(const QString& uniqueID) {
         Q_UNUSED(uniqueID);
         return std::nullopt;
