@@ -478,7 +478,10 @@ void Orvella::restoreLastState(QTCamera& camera) {
     settings::allSettingsDict(now, camera, nullptr);
     for (const settings::SettingMismatch& miss : settings::settingsThatDidNotStick(*wanted, now)) {
         // The stepped zoom gets there a second later.
-        if (outcome.steppedZoomTarget && miss.key == QLatin1String("ZoomAbsolute")) continue;
+        const std::string_view zoomKey = catalog::byID(settings::kZoomAbsolute)->key;
+        if (outcome.steppedZoomTarget &&
+            miss.key == QLatin1String(zoomKey.data(), static_cast<qsizetype>(zoomKey.size())))
+            continue;
         NSLog("Settings guard: %s of %s did not stick: wanted %lld, got %lld",
               qUtf8Printable(miss.key), qUtf8Printable(camera.displayName()),
               static_cast<long long>(miss.wanted), static_cast<long long>(miss.got));
