@@ -143,6 +143,7 @@ void ControlPanel::buildRows() {
     for (size_t i = 0; i < controls.size(); ++i) {
         const ControlDescription& control = *controls[i];
         QWidget* Ui::ControlPanel::*placeholder = placeholderFor(control.id);
+        Q_ASSERT(placeholder);  // every panel row of the catalog has its place in the layout
         // The catalog's titles and image names are string literals, so they end in a null.
         rows_[i] = UVCValueViewController::initWithView(
             placeholder ? (*ui_).*placeholder : nullptr, control.id,
