@@ -10,6 +10,7 @@
 #include <QTimer>
 
 #include "app/PeriodicReapply.h"
+#include "camera/ControlCatalog.h"
 #include "camera/QTCamera.h"
 #include "platform/CaptureDevice.h"
 #include "platform/Log.h"
@@ -423,23 +424,11 @@ void Orvella::windowWillClose() {
 void Orvella::refreshAutoSliders() {
     QTCamera* camera = qtCamera();
     if (!camera) return;
-    const AutoSliders due = autoSlidersToRefresh(*camera->supportedControl());
-    const auto show = [this](int32_t id, auto query) {
+    for (const ControlDescription* control : autoSlidersToRefresh(*camera->supportedControl())) {
         long value = 0;
-        if (query(&value) == 0)
-            if (ui::UVCValueViewController* row = panel_->row(id)) row->setValue(value);
-    };
-    using settings::SettingsID;
-    if (due.exposureTime)
-        show(SettingsID::kExposureTimeAbsolute,
-             [camera](long* v) { return camera->queryExposureTimeAbsolute(v); });
-    if (due.gain) show(SettingsID::kGain, [camera](long* v) { return camera->queryGain(v); });
-    if (due.whiteBalanceTemperature)
-        show(SettingsID::kWhiteBalanceTemperature,
-             [camera](long* v) { return camera->queryWhiteBalanceTemperature(v); });
-    if (due.focus)
-        show(SettingsID::kFocusAbsolute,
-             [camera](long* v) { return camera->queryFocusAbsolute(v); });
+        if (camera->queryControl(*control, &value) == 0)
+            if (ui::UVCValueViewController* row = panel_->row(control->id)) row->setValue(value);
+    }
 }
 
 void Orvella::reconfigureWebcams() {
@@ -489,7 +478,10 @@ void Orvella::restoreLastState(QTCamera& camera) {
     settings::allSettingsDict(now, camera, nullptr);
     for (const settings::SettingMismatch& miss : settings::settingsThatDidNotStick(*wanted, now)) {
         // The stepped zoom gets there a second later.
-        if (outcome.steppedZoomTarget && miss.key == QLatin1String("ZoomAbsolute")) continue;
+        const std::string_view zoomKey = catalog::byID(settings::kZoomAbsolute)->key;
+        if (outcome.steppedZoomTarget &&
+            miss.key == QLatin1String(zoomKey.data(), static_cast<qsizetype>(zoomKey.size())))
+            continue;
         NSLog("Settings guard: %s of %s did not stick: wanted %lld, got %lld",
               qUtf8Printable(miss.key), qUtf8Printable(camera.displayName()),
               static_cast<long long>(miss.wanted), static_cast<long long>(miss.got));

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <algorithm>
 
+#include "camera/ControlCatalog.h"
 #include "camera/SteppedZoom.h"
 #include "platform/Log.h"
 #include "settings/DefaultsKeys.h"
@@ -283,7 +284,9 @@ ProfileStore::AppDefaultOutcome ProfileStore::loadAppDefault(QTCamera& camera,
         if (!isAppDefault(record)) continue;
         found = true;
         loadSettings(record, camera, clock);
-        const QVariant zoom = record.value(QStringLiteral("ZoomAbsolute"));
+        const std::string_view zoomKey = catalog::byID(kZoomAbsolute)->key;
+        const QVariant zoom = record.value(
+            QString::fromLatin1(zoomKey.data(), static_cast<qsizetype>(zoomKey.size())));
         if (needsSteppedZoom(camera) && zoom.typeId() == QMetaType::LongLong)
             outcome.steppedZoomTarget = static_cast<long>(zoom.toLongLong());
     }

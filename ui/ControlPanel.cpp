@@ -9,8 +9,11 @@
 #include <QTabWidget>
 #include <QToolButton>
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <vector>
 
+#include "camera/ControlCatalog.h"
 #include "camera/QTCamera.h"
 #include "camera/SteppedZoom.h"
 #include "platform/CaptureDevice.h"
@@ -26,94 +29,67 @@ namespace orvella::ui {
 namespace {
 
 using settings::SettingsID;
-using SC = SupportedControl;
 
-// One control row: where it sits, what it shows and which part of the supported-control record
-// binds it. Rows are built and bound in this order.
-struct RowEntry {
-    QWidget* Ui::ControlPanel::*placeholder;
+// The placeholder each row takes the place of in the interface file; everything else about a
+// row (its place, title, images and record fields) comes from the control catalog.
+struct Placeholder {
     int32_t id;
-    const char* title;  // localization key, or null for the "#" title of a row inside a named box
-    const char* lowImage;
-    const char* highImage;
-    int8_t SC::*supported;
-    int8_t SC::*disabled;  // null: never disabled by an automatic mode
-    long SC::*min;
-    long SC::*max;
-    long SC::*res;  // null: bound with resolution 1
-    long SC::*def;
-    long SC::*cur;
+    QWidget* Ui::ControlPanel::*widget;
 };
 
-constexpr RowEntry kRows[] = {
-    {&Ui::ControlPanel::mVwExposureTimeAbsolute, SettingsID::kExposureTimeAbsolute, "Exposure_Time",
-     "ExposureLow", "ExposureHigh", &SC::bExposureTimeAbsolute, &SC::bExposureTimeAbsoluteDisabled,
-     &SC::minExposureTimeAbsolute, &SC::maxExposureTimeAbsolute, nullptr,
-     &SC::defExposureTimeAbsolute, &SC::curExposureTimeAbsolute},
-    {&Ui::ControlPanel::mVwGain, SettingsID::kGain, "Gain", "GainLow", "GainHigh", &SC::bGain,
-     &SC::bGainDisabled, &SC::minGain, &SC::maxGain, nullptr, &SC::defGain, &SC::curGain},
-    {&Ui::ControlPanel::mVwAperture, SettingsID::kAperture, "Aperture", "ApertureLow",
-     "ApertureHigh", &SC::bIrisRelative, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr},
-    {&Ui::ControlPanel::mVwBrightness, SettingsID::kBrightness, "Brightness", "BrightnessLow",
-     "BrightnessHigh", &SC::bBrightness, &SC::bBrightnessDisabled, &SC::minBrightness,
-     &SC::maxBrightness, nullptr, &SC::defBrightness, &SC::curBrightness},
-    {&Ui::ControlPanel::mVwContrast, SettingsID::kContrast, "Contrast", "ContrastLow",
-     "ContrastHigh", &SC::bContrast, &SC::bContrastDisabled, &SC::minContrast, &SC::maxContrast,
-     nullptr, &SC::defContrast, &SC::curContrast},
-    {&Ui::ControlPanel::mVwHue, SettingsID::kHue, "Hue", "HueLow", "HueHigh", &SC::bHue,
-     &SC::bHueDisabled, &SC::minHue, &SC::maxHue, nullptr, &SC::defHue, &SC::curHue},
-    {&Ui::ControlPanel::mVwSaturation, SettingsID::kSaturation, "Saturation", "SaturationLow",
-     "SaturationHigh", &SC::bSaturation, &SC::bSaturationDisabled, &SC::minSaturation,
-     &SC::maxSaturation, nullptr, &SC::defSaturation, &SC::curSaturation},
-    {&Ui::ControlPanel::mVwSharpness, SettingsID::kSharpness, "Sharpness", "SharpnessLow",
-     "SharpnessHigh", &SC::bSharpness, &SC::bSharpnessDisabled, &SC::minSharpness,
-     &SC::maxSharpness, nullptr, &SC::defSharpness, &SC::curSharpness},
-    {&Ui::ControlPanel::mVwGamma, SettingsID::kGamma, "Gamma", "GammaLow", "GammaHigh", &SC::bGamma,
-     &SC::bGammaDisabled, &SC::minGamma, &SC::maxGamma, &SC::resGamma, &SC::defGamma,
-     &SC::curGamma},
-    {&Ui::ControlPanel::mVwWhiteBalanceTemperature, SettingsID::kWhiteBalanceTemperature, nullptr,
-     "WhiteBalanceLow", "WhiteBalanceHigh", &SC::bWhiteBalanceTemperature,
-     &SC::bWhiteBalanceTemperatureDisabled, &SC::minWhiteBalanceTemperature,
-     &SC::maxWhiteBalanceTemperature, nullptr, &SC::defWhiteBalanceTemperature,
-     &SC::curWhiteBalanceTemperature},
-    {&Ui::ControlPanel::mVwFocus, SettingsID::kFocusAbsolute, nullptr, "FocusLow", "FocusHigh",
-     &SC::bFocusAbsolute, &SC::bFocusAbsoluteDisabled, &SC::minFocusAbsolute, &SC::maxFocusAbsolute,
-     nullptr, &SC::defFocusAbsolute, &SC::curFocusAbsolute},
-    {&Ui::ControlPanel::mVwZoom, SettingsID::kZoomAbsolute, "Zoom", "ZoomLow", "ZoomHigh",
-     &SC::bZoomAbsolute, &SC::bZoomAbsoluteDisabled, &SC::minZoomAbsolute, &SC::maxZoomAbsolute,
-     nullptr, &SC::defZoomAbsolute, &SC::curZoomAbsolute},
-    {&Ui::ControlPanel::mVwPan, SettingsID::kPanAbsolute, "Pan", "PanLow", "PanHigh",
-     &SC::bPanTiltAbsolute, &SC::bPanTiltAbsoluteDisabled, &SC::minPanAbsolute, &SC::maxPanAbsolute,
-     nullptr, &SC::defPanAbsolute, &SC::curPanAbsolute},
-    {&Ui::ControlPanel::mVwTilt, SettingsID::kTiltAbsolute, "Tilt", "TiltLow", "TiltHigh",
-     &SC::bPanTiltAbsolute, &SC::bPanTiltAbsoluteDisabled, &SC::minTiltAbsolute,
-     &SC::maxTiltAbsolute, nullptr, &SC::defTiltAbsolute, &SC::curTiltAbsolute},
-    {&Ui::ControlPanel::mVwBacklightCompensation, SettingsID::kBacklightCompensation, nullptr,
-     "BacklightLow", "BacklightHigh", &SC::bBacklightCompensation,
-     &SC::bBacklightCompensationDisabled, &SC::minBacklightCompensation,
-     &SC::maxBacklightCompensation, nullptr, &SC::defBacklightCompensation,
-     &SC::curBacklightCompensation},
-    {&Ui::ControlPanel::mVwNoiseReduction, SettingsID::kNoiseReduction, "NoiseReduction",
-     "NoiseReductionLow", "NoiseReductionHigh", &SC::bNoiseReduction, &SC::bNoiseReductionDisabled,
-     &SC::minNoiseReduction, &SC::maxNoiseReduction, nullptr, &SC::defNoiseReduction,
-     &SC::curNoiseReduction},
+constexpr Placeholder kPlaceholders[] = {
+    {SettingsID::kExposureTimeAbsolute, &Ui::ControlPanel::mVwExposureTimeAbsolute},
+    {SettingsID::kGain, &Ui::ControlPanel::mVwGain},
+    {SettingsID::kAperture, &Ui::ControlPanel::mVwAperture},
+    {SettingsID::kBrightness, &Ui::ControlPanel::mVwBrightness},
+    {SettingsID::kContrast, &Ui::ControlPanel::mVwContrast},
+    {SettingsID::kHue, &Ui::ControlPanel::mVwHue},
+    {SettingsID::kSaturation, &Ui::ControlPanel::mVwSaturation},
+    {SettingsID::kSharpness, &Ui::ControlPanel::mVwSharpness},
+    {SettingsID::kGamma, &Ui::ControlPanel::mVwGamma},
+    {SettingsID::kWhiteBalanceTemperature, &Ui::ControlPanel::mVwWhiteBalanceTemperature},
+    {SettingsID::kFocusAbsolute, &Ui::ControlPanel::mVwFocus},
+    {SettingsID::kZoomAbsolute, &Ui::ControlPanel::mVwZoom},
+    {SettingsID::kPanAbsolute, &Ui::ControlPanel::mVwPan},
+    {SettingsID::kTiltAbsolute, &Ui::ControlPanel::mVwTilt},
+    {SettingsID::kBacklightCompensation, &Ui::ControlPanel::mVwBacklightCompensation},
+    {SettingsID::kNoiseReduction, &Ui::ControlPanel::mVwNoiseReduction},
 };
-static_assert(std::size(kRows) == ControlPanel::kRowCount);
+static_assert(std::size(kPlaceholders) == ControlPanel::kRowCount);
 
-// The order in which rows are enabled by the automatic modes (the aperture row follows its own
-// rule) and in which the stored value display is restored.
-constexpr int32_t kEnableOrder[] = {3, 14, 4, 5, 6, 7, 8, 9, 11, 16, 17, 18, 19, 13, 21};
+QWidget* Ui::ControlPanel::*placeholderFor(int32_t id) {
+    for (const Placeholder& placeholder : kPlaceholders)
+        if (placeholder.id == id) return placeholder.widget;
+    return nullptr;
+}
+
+// The catalog's rows that have a place in the panel, in their panel order. Rows are built and
+// bound in this order; the automatic modes enable them, and the stored value display is
+// restored, in the same order without the aperture row (which follows its own rule).
+const std::array<const ControlDescription*, ControlPanel::kRowCount>& panelRows() {
+    static const auto rows = [] {
+        std::vector<const ControlDescription*> found;
+        for (const ControlDescription& control : catalog::all())
+            if (control.panelOrder != 0) found.push_back(&control);
+        std::sort(found.begin(), found.end(),
+                  [](const auto* a, const auto* b) { return a->panelOrder < b->panelOrder; });
+        std::array<const ControlDescription*, ControlPanel::kRowCount> ordered{};
+        Q_ASSERT(found.size() == ordered.size());
+        std::copy_n(found.begin(), std::min(found.size(), ordered.size()), ordered.begin());
+        return ordered;
+    }();
+    return rows;
+}
 
 // The aperture row: the iris moves by relative steps, so the row only shows a position.
 constexpr int64_t kApertureMax = 65536;
 
-constexpr int kManualMode = 1;
-constexpr int kAperturePriorityMode = 8;
-
-const RowEntry* entryFor(int32_t id) {
-    for (const RowEntry& entry : kRows)
-        if (entry.id == id) return &entry;
-    return nullptr;
+// The iris moves only while the exposure mode leaves it to the user (manual and aperture
+// priority), and only on a camera that has both.
+bool irisFree(const SupportedControl& sc) {
+    const ControlDescription& aperture = *catalog::byID(SettingsID::kAperture);
+    const ControlDescription& master = *catalog::byID(aperture.master);
+    return sc.*master.present && sc.*aperture.present && aperture.isFreedBy(sc.*master.cur);
 }
 
 }  // namespace
@@ -156,19 +132,25 @@ ControlPanel::~ControlPanel() {
 }
 
 UVCValueViewController* ControlPanel::row(int32_t settingsID) const {
-    for (size_t i = 0; i < std::size(kRows); ++i)
-        if (kRows[i].id == settingsID) return rows_[i].get();
+    const auto& controls = panelRows();
+    for (size_t i = 0; i < controls.size(); ++i)
+        if (controls[i] && controls[i]->id == settingsID) return rows_[i].get();
     return nullptr;
 }
 
 void ControlPanel::buildRows() {
-    for (size_t i = 0; i < std::size(kRows); ++i) {
-        const RowEntry& entry = kRows[i];
+    const auto& controls = panelRows();
+    for (size_t i = 0; i < controls.size(); ++i) {
+        const ControlDescription& control = *controls[i];
+        QWidget* Ui::ControlPanel::*placeholder = placeholderFor(control.id);
+        Q_ASSERT(placeholder);  // every panel row of the catalog has its place in the layout
+        // The catalog's titles and image names are string literals, so they end in a null.
         rows_[i] = UVCValueViewController::initWithView(
-            (*ui_).*entry.placeholder, entry.id, entry.title, QString::fromLatin1(entry.lowImage),
-            QString::fromLatin1(entry.highImage));
+            placeholder ? (*ui_).*placeholder : nullptr, control.id,
+            control.panelTitle.empty() ? nullptr : control.panelTitle.data(),
+            QString::fromLatin1(control.lowImage), QString::fromLatin1(control.highImage));
         // The placeholder is gone; its outlet now names the row's view.
-        (*ui_).*entry.placeholder = rows_[i]->view();
+        if (placeholder) (*ui_).*placeholder = rows_[i]->view();
         rows_[i]->setDelegate(&rowDelegate_);
     }
 }
@@ -312,16 +294,19 @@ void ControlPanel::loadSupportedControlUVCValue() {
     Ui::ControlPanel& ui = *ui_;
     const SupportedControl& sc = *_qtCamera->supportedControl();
 
-    for (size_t i = 0; i < std::size(kRows); ++i) {
-        const RowEntry& entry = kRows[i];
+    const auto& controls = panelRows();
+    for (size_t i = 0; i < controls.size(); ++i) {
+        const ControlDescription& control = *controls[i];
         UVCValueViewController& r = *rows_[i];
-        if (entry.id == SettingsID::kAperture) {
+        if (control.id == SettingsID::kAperture) {
             r.setQTCamera(_qtCamera, 0, kApertureMax, 0, 0, 0);
         } else {
-            r.setQTCamera(_qtCamera, sc.*entry.min, sc.*entry.max, entry.res ? sc.*entry.res : 1,
-                          sc.*entry.def, sc.*entry.cur);
+            // Only gamma's row is bound with the camera's resolution: the others step by 1.
+            const long res = control.rule == ValueRule::Gamma ? sc.*control.res : 1;
+            r.setQTCamera(_qtCamera, sc.*control.min, sc.*control.max, res, sc.*control.def,
+                          sc.*control.cur);
         }
-        r.setVisible(sc.*entry.supported != 0);
+        r.setVisible(sc.*control.present != 0);
     }
 
     const bool focus = sc.bFocusAbsolute || sc.bFocusAuto;
@@ -336,8 +321,9 @@ void ControlPanel::loadSupportedControlUVCValue() {
     if (!delegate_ || !delegate_->displayValues) return;
     const std::optional<QMap<QString, bool>> stored = delegate_->displayValues();
     if (!stored) return;
-    for (int32_t id : kEnableOrder)
-        row(id)->displayValue(stored->value(QString::number(id), false));
+    for (size_t i = 0; i < panelRows().size(); ++i)
+        if (panelRows()[i]->id != SettingsID::kAperture)
+            rows_[i]->displayValue(stored->value(QString::number(panelRows()[i]->id), false));
 }
 
 void ControlPanel::disableAutoControl() {
@@ -363,22 +349,20 @@ void ControlPanel::disableAutoControl() {
 void ControlPanel::disableAutoControlUVCValue() {
     if (!_qtCamera) return;
     const SupportedControl& sc = *_qtCamera->queryControlStatus();
-    for (int32_t id : kEnableOrder) {
-        const RowEntry& entry = *entryFor(id);
-        if (!(sc.*entry.supported)) continue;
-        const bool enabled = !(sc.*entry.disabled);
-        UVCValueViewController& r = *row(id);
+    const auto& controls = panelRows();
+    for (size_t i = 0; i < controls.size(); ++i) {
+        const ControlDescription& control = *controls[i];
+        if (control.id == SettingsID::kAperture || !(sc.*control.present)) continue;
+        const bool enabled = !(sc.*control.disabled);
+        UVCValueViewController& r = *rows_[i];
         r.setEnabled(enabled);
-        if (enabled) r.setValue(sc.*entry.cur);
+        if (enabled) r.setValue(sc.*control.cur);
     }
 
-    // The iris moves only in manual and aperture-priority modes, and only with a known position.
+    // The iris row shows a position only when the camera tells it.
     UVCValueViewController& aperture = *row(SettingsID::kAperture);
     long position = 0;
-    const bool irisFree =
-        sc.bAutoExposureMode && sc.bIrisRelative &&
-        (sc.curAutoExposureMode == kManualMode || sc.curAutoExposureMode == kAperturePriorityMode);
-    if (irisFree && _qtCamera->queryIrisRelative(&position) == kIOReturnSuccess) {
+    if (irisFree(sc) && _qtCamera->queryIrisRelative(&position) == kIOReturnSuccess) {
         aperture.setEnabled(true);
         aperture.setCur(position);
     } else {
@@ -399,18 +383,16 @@ void ControlPanel::showCameraRecord() {
     if (sc.bFocusAuto) ui.mBtnFocusAuto->setChecked(sc.curFocusAuto != 0);
     // Unlike disableAutoControl, a control an automatic mode owns shows the camera's value too:
     // the record holds what the camera reported.
-    for (int32_t id : kEnableOrder) {
-        const RowEntry& entry = *entryFor(id);
-        if (!(sc.*entry.supported)) continue;
-        UVCValueViewController& r = *row(id);
-        r.setEnabled(!(sc.*entry.disabled));
-        r.setValue(sc.*entry.cur);
+    const auto& controls = panelRows();
+    for (size_t i = 0; i < controls.size(); ++i) {
+        const ControlDescription& control = *controls[i];
+        if (control.id == SettingsID::kAperture || !(sc.*control.present)) continue;
+        UVCValueViewController& r = *rows_[i];
+        r.setEnabled(!(sc.*control.disabled));
+        r.setValue(sc.*control.cur);
     }
     // The iris position is known only by asking; a mode that takes the iris away greys it.
-    const bool irisFree =
-        sc.bAutoExposureMode && sc.bIrisRelative &&
-        (sc.curAutoExposureMode == kManualMode || sc.curAutoExposureMode == kAperturePriorityMode);
-    if (!irisFree) row(SettingsID::kAperture)->setEnabled(false);
+    if (!irisFree(sc)) row(SettingsID::kAperture)->setEnabled(false);
 }
 
 void ControlPanel::showGuardSettings(bool on, int settleMs) {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <limits>
 
+#include "camera/ControlCatalog.h"
 #include "camera/QTCamera.h"
 #include "settings/SettingsID.h"
 #include "ui/Images.h"
@@ -20,45 +21,6 @@ namespace orvella::ui {
 namespace {
 
 using settings::SettingsID;
-
-// The camera write of each identifier; identifiers without one only show the value.
-using Setter = IOReturn (QTCamera::*)(long);
-Setter setterFor(int32_t id) {
-    switch (id) {
-        case SettingsID::kExposureTimeAbsolute:
-            return &QTCamera::setExposureTimeAbsolute;
-        case SettingsID::kBrightness:
-            return &QTCamera::setBrightness;
-        case SettingsID::kContrast:
-            return &QTCamera::setContrast;
-        case SettingsID::kHue:
-            return &QTCamera::setHue;
-        case SettingsID::kSaturation:
-            return &QTCamera::setSaturation;
-        case SettingsID::kSharpness:
-            return &QTCamera::setSharpness;
-        case SettingsID::kGamma:
-            return &QTCamera::setGamma;
-        case SettingsID::kWhiteBalanceTemperature:
-            return &QTCamera::setWhiteBalanceTemperature;
-        case SettingsID::kBacklightCompensation:
-            return &QTCamera::setBacklightCompensation;
-        case SettingsID::kGain:
-            return &QTCamera::setGain;
-        case SettingsID::kFocusAbsolute:
-            return &QTCamera::setFocusAbsolute;
-        case SettingsID::kZoomAbsolute:
-            return &QTCamera::setZoomAbsolute;
-        case SettingsID::kPanAbsolute:
-            return &QTCamera::setPanAbsolute;
-        case SettingsID::kTiltAbsolute:
-            return &QTCamera::setTiltAbsolute;
-        case SettingsID::kNoiseReduction:
-            return &QTCamera::setNoiseReduction;
-        default:
-            return nullptr;
-    }
-}
 
 constexpr int64_t kGammaPairResolution = 120;
 
@@ -302,8 +264,10 @@ void UVCValueViewController::writeToCamera() {
         ui_->lblMin->setText(QString::number(_cur));
         return;
     }
-    const Setter setter = setterFor(_controlID);
-    if (setter && _qtCamera) (_qtCamera->*setter)(static_cast<long>(_cur));
+    // Only a control with a place in the panel is written; other identifiers only show the value.
+    const ControlDescription* control = catalog::byID(_controlID);
+    if (control && control->panelOrder != 0 && _qtCamera)
+        _qtCamera->setControl(*control, static_cast<long>(_cur));
 }
 
 void UVCValueViewController::setVisible(bool visible) {

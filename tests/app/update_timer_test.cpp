@@ -2,9 +2,13 @@
 #include <gtest/gtest.h>
 
 #include <QFile>
+#include <map>
+#include <string>
+#include <vector>
 
 #include "app/PeriodicReapply.h"
 #include "app/UpdateTimer.h"
+#include "camera/ControlCatalog.h"
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
 #include "platform/UvcProtocol.h"
@@ -111,10 +115,11 @@ struct Resend : ::testing::Test {
     std::shared_ptr<virtualcam::VirtualCaptureDevice> device;
     std::unique_ptr<QTCamera> camera;
 
-    void SetUp() override {
+    void SetUp() override { open("logitech-c270.json"); }
+    void open(const char* file) {
         QString error;
         device = platform.addDefinitionFile(
-            QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/logitech-c270.json"), &error);
+            QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(file), &error);
         ASSERT_TRUE(device) << error.toStdString();
         camera = QTCamera::initWithQTCaptureDevice(platform.platform(&clock), device);
         ASSERT_TRUE(camera);
@@ -159,25 +164,96 @@ TEST_F(Resend, SendsTheRecordsValuesWithoutExposureWhileAnAutomaticModeRules) {
     EXPECT_TRUE(wrote(pu, 0x04));
 }
 
+// A camera with every control: which controls each state of the automatic modes lets through,
+// and in which order.
+struct ResendAll : Resend {
+    void SetUp() override { open("full-pu.json"); }
+    // The SET_CURs the camera received, by short name.
+    std::string sent() const {
+        const int ct = device->camera()->cameraTerminalID();
+        const int pu = device->camera()->processingUnitID();
+        const std::map<std::pair<int, int>, const char*> names = {
+            {{ct, 0x02}, "AE"},  {{ct, 0x04}, "Exp"},  {{pu, 0x04}, "Gain"}, {{pu, 0x02}, "Bri"},
+            {{pu, 0x03}, "Con"}, {{pu, 0x06}, "Hue"},  {{pu, 0x07}, "Sat"},  {{pu, 0x08}, "Sha"},
+            {{pu, 0x09}, "Gam"}, {{pu, 0x0B}, "WBA"},  {{pu, 0x0A}, "WBT"},  {{ct, 0x08}, "FA"},
+            {{ct, 0x06}, "Foc"}, {{ct, 0x0B}, "Zoom"}, {{ct, 0x0D}, "PT"},   {{pu, 0x05}, "PLF"},
+            {{pu, 0x01}, "BL"}};
+        std::string result;
+        for (const auto& write : writes()) {
+            const auto name = names.find(write);
+            result += result.empty() ? "" : " ";
+            result += name == names.end() ? "?" : name->second;
+        }
+        return result;
+    }
+};
+
+TEST_F(ResendAll, EachAutomaticModeHoldsBackOnlyWhatItOwns) {
+    const struct {
+        long exposureMode, whiteBalanceAuto, focusAuto;
+        bool mastersPresent;
+        const char* expected;
+    } cases[] = {
+        {1, 0, 0, true, "AE Exp Gain Bri Con Hue Sat Sha Gam WBA WBT FA Foc Zoom PT PLF BL"},
+        {2, 1, 1, true, "AE Bri Con Hue Sat Sha Gam WBA FA Zoom PT PLF BL"},
+        {4, 0, 1, true, "AE Bri Con Hue Sat Sha Gam WBA WBT FA Zoom PT PLF BL"},
+        {8, 1, 0, true, "AE Bri Con Hue Sat Sha Gam WBA FA Foc Zoom PT PLF BL"},
+        // Without its automatic mode a control is always the user's.
+        {2, 1, 1, false, "Exp Gain Bri Con Hue Sat Sha Gam WBT Foc Zoom PT PLF BL"},
+    };
+    SupportedControl& record = *camera->supportedControl();
+    ASSERT_TRUE(record.bAutoExposureMode && record.bWhiteBalanceTemperatureAuto &&
+                record.bFocusAuto && record.bPanTiltAbsolute && record.bBacklightCompensation);
+    const SupportedControl probed = record;
+    for (const auto& c : cases) {
+        record = probed;
+        record.curAutoExposureMode = c.exposureMode;
+        record.curWhiteBalanceTemperatureAuto = c.whiteBalanceAuto;
+        record.curFocusAuto = c.focusAuto;
+        if (!c.mastersPresent)
+            record.bAutoExposureMode = record.bWhiteBalanceTemperatureAuto = record.bFocusAuto = 0;
+        device->camera()->clearRequests();
+        reconfigureWebcam(*camera);
+        EXPECT_EQ(sent(), c.expected) << "mode " << c.exposureMode;
+    }
+    // A control the camera lacks is not sent.
+    record = probed;
+    record.curAutoExposureMode = 1;
+    record.bGain = record.bPanTiltAbsolute = 0;
+    device->camera()->clearRequests();
+    reconfigureWebcam(*camera);
+    EXPECT_EQ(sent(), "AE Exp Bri Con Hue Sat Sha Gam WBA FA Zoom PLF BL");
+}
+
+// The identifiers of the sliders to refresh, in order.
+std::vector<int32_t> autoSliderIDs(const SupportedControl& c) {
+    std::vector<int32_t> ids;
+    for (const ControlDescription* control : autoSlidersToRefresh(c))
+        ids.push_back(control->id);
+    return ids;
+}
+
 TEST(AutoSliders, FollowTheAutomaticModes) {
+    using namespace settings;
+    using IDs = std::vector<int32_t>;
     SupportedControl c;
-    EXPECT_FALSE(autoSlidersToRefresh(c).any());
+    EXPECT_EQ(autoSliderIDs(c), IDs{});
     c.bAutoExposureMode = c.bExposureTimeAbsolute = c.bGain = 1;
     for (long mode : {2L, 4L, 8L}) {
         c.curAutoExposureMode = mode;
-        EXPECT_TRUE(autoSlidersToRefresh(c).exposureTime && autoSlidersToRefresh(c).gain);
+        EXPECT_EQ(autoSliderIDs(c), (IDs{kExposureTimeAbsolute, kGain}));
     }
     c.curAutoExposureMode = 1;
-    EXPECT_FALSE(autoSlidersToRefresh(c).any());
+    EXPECT_EQ(autoSliderIDs(c), IDs{});
     c.bWhiteBalanceTemperatureAuto = 1;
     c.curWhiteBalanceTemperatureAuto = 1;
-    EXPECT_FALSE(autoSlidersToRefresh(c).whiteBalanceTemperature);  // no temperature control
+    EXPECT_EQ(autoSliderIDs(c), IDs{});  // no temperature control
     c.bWhiteBalanceTemperature = 1;
-    EXPECT_TRUE(autoSlidersToRefresh(c).whiteBalanceTemperature);
+    EXPECT_EQ(autoSliderIDs(c), IDs{kWhiteBalanceTemperature});
     c.bFocusAuto = c.bFocusAbsolute = 1;
-    EXPECT_FALSE(autoSlidersToRefresh(c).focus);
+    EXPECT_EQ(autoSliderIDs(c), IDs{kWhiteBalanceTemperature});
     c.curFocusAuto = 1;
-    EXPECT_TRUE(autoSlidersToRefresh(c).focus);
+    EXPECT_EQ(autoSliderIDs(c), (IDs{kWhiteBalanceTemperature, kFocusAbsolute}));
 }
 
 }  // namespace
