@@ -34,6 +34,7 @@
 #include "ui_ControlPanel.h"
 #include "ui_UVCValueViewController.h"
 
+#include "support/Orvellactl.h"
 #include "support/RequestsSeen.h"
 
 namespace orvella::app::rig {
@@ -83,6 +84,14 @@ struct Controller : ::testing::Test {
     }
 
     void SetUp() override { ASSERT_TRUE(home.isValid()); }
+    // orvellactl on the same preferences file.
+    testing::CtlRun orvellactl(const QStringList& arguments) const {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+        const testing::CtlRun run = testing::runOrvellactl(arguments, environment);
+        EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+        return run;
+    }
     void TearDown() override { stop(); }
 
     void start() {
