@@ -8,6 +8,8 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMap>
+#include <QProcess>
 #include <QThread>
 #include <chrono>
 #include <functional>
@@ -107,6 +109,27 @@ struct CaptureRig {
         return {};
     }
 };
+
+// What ffprobe reads of each stream of a movie: the comma-separated stream `entries` by name
+// ("codec_name" -> "mjpeg"), frames counted when `countFrames`.
+inline std::vector<QMap<QString, QString>> ffprobe(const QString& file, const QString& entries,
+                                                   bool countFrames = false) {
+    QStringList arguments{
+        "-v", "error", "-show_entries", "stream=" + entries, "-of", "compact=p=0:nk=0", file};
+    if (countFrames) arguments.prepend("-count_frames");
+    QProcess process;
+    process.start("ffprobe", arguments);
+    EXPECT_TRUE(process.waitForFinished(60000));
+    std::vector<QMap<QString, QString>> streams;
+    for (const QString& line :
+         QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts)) {
+        QMap<QString, QString> stream;
+        for (const QString& field : line.split('|'))
+            stream.insert(field.section('=', 0, 0), field.section('=', 1));
+        streams.push_back(stream);
+    }
+    return streams;
+}
 
 constexpr int64_t kCodeYUY2 = 0x32595559;  // 'YUY2' as a little-endian number
 constexpr int64_t kCodeMJPG = 0x47504A4D;

@@ -241,22 +241,5 @@ TEST(VanishingCamera, EndsTheWaitAndTheRecordingWithAnError) {
     QFile::remove(file);
 }
 
-TEST(VirtualFrames, MalformedFramesKeyIsRefusedWithTheKey) {
-    for (const auto& [frames, expected] :
-         std::vector<std::pair<QJsonValue, QString>>{{QJsonValue(3), "frames: expected an object"},
-                                                     {QJsonObject{{"fps", -1}}, "frames.fps"},
-                                                     {QJsonObject{{"busy", 1}}, "frames.busy"}}) {
-        QJsonObject definition = genericWithFrames({});
-        definition.insert("frames", frames);
-        QString error;
-        auto camera =
-            virtualcam::VirtualCamera::fromJson(QJsonDocument(definition).toJson(), &error);
-        ASSERT_TRUE(camera);
-        virtualcam::VirtualPlatform platform;
-        EXPECT_FALSE(platform.addCamera(camera, &error));
-        EXPECT_TRUE(error.startsWith(expected)) << error.toStdString();
-    }
-}
-
 }  // namespace
 }  // namespace orvella::testing
