@@ -65,6 +65,13 @@ struct StubUsbDevice : platform::UsbDevice {
     }
 };
 
+// A camera object whose interfaces were looked up at `location` on the platform's USB host.
+inline std::unique_ptr<QTCamera> openCameraAt(platform::Platform& platform, uint32_t location) {
+    auto camera = std::make_unique<QTCamera>(platform);
+    camera->getControlInferace(&camera->controlInterface, &camera->streamInterface, location);
+    return camera;
+}
+
 struct VirtualRig {
     virtualcam::VirtualUsbHost usb;
     platform::RecordingClock clock;
@@ -77,10 +84,7 @@ struct VirtualRig {
     }
     // A camera object whose interfaces were looked up by the virtual camera's location.
     std::unique_ptr<QTCamera> open(const virtualcam::VirtualCamera& device) {
-        auto camera = std::make_unique<QTCamera>(platform);
-        camera->getControlInferace(&camera->controlInterface, &camera->streamInterface,
-                                   device.locationID());
-        return camera;
+        return openCameraAt(platform, device.locationID());
     }
 };
 
