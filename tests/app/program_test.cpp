@@ -68,13 +68,11 @@ TEST_F(Program, NonsenseOnTheCommandLineIsOneLineAndExitTwo) {
     QProcess& missing = start({QStringLiteral("--virtual"), dir.filePath("none.json")});
     ASSERT_TRUE(missing.waitForFinished(20000));
     EXPECT_EQ(missing.exitCode(), 2);
-    EXPECT_TRUE(missing.readAllStandardError().contains("none.json: cannot read"));
-
-    // A device is not read for ever.
-    QProcess& device = start({QStringLiteral("--virtual"), QStringLiteral("/dev/zero")});
-    ASSERT_TRUE(device.waitForFinished(20000));
-    EXPECT_EQ(device.exitCode(), 2);
-    EXPECT_TRUE(device.readAllStandardError().contains("orvella: /dev/zero: not a regular file\n"));
+    // The definition's own refusal (a device such as /dev/zero, a huge file: the definition
+    // tests) is the program's message.
+    const QString said = QString::fromUtf8(missing.readAllStandardError());
+    EXPECT_TRUE(said.contains("orvella: " + dir.filePath("none.json") + ": cannot read"))
+        << said.toStdString();
 }
 
 // A request log on a full disk loses lines; the first failed write is said on standard error.

@@ -15,29 +15,23 @@
 #include <functional>
 #include <memory>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "camera/QTCamera.h"
 #include "capture/QTCameraCapture.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "support/EventLoop.h"
 
 namespace orvella::testing {
 
-// Lets queued messages run until `done` or the time is up; returns `done()`.
-inline bool spinUntil(const std::function<bool()>& done,
-                      std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
+// Lets queued messages run until `done` or the time is up (longer than elsewhere: a loaded
+// machine renders a camera's first frames slowly); returns `done()`.
+inline bool spinUntil(const std::function<bool()>& done) {
+    return waitFor(done, 10000);
 }
 
 inline void spinFor(std::chrono::milliseconds time) {
-    spinUntil([] { return false; }, time);
+    spin(static_cast<int>(time.count()));
 }
 
 // The generic fixture camera (YUYV 640x480 and 1280x720, MJPEG 1280x720 and 1920x1080) with the
