@@ -36,6 +36,7 @@
 
 #include "support/Orvellactl.h"
 #include "support/RequestsSeen.h"
+#include "support/VirtualRig.h"
 
 namespace orvella::app::rig {
 
@@ -48,18 +49,9 @@ constexpr uint8_t kBrightnessSelector = 2;
 constexpr uint8_t kCT = 1, kZoomSelector = 0x0B;
 
 inline QByteArray fixture(const char* name) {
-    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
-    return file.readAll();
+    return testing::fixtureBytes(name);
 }
-
-// The generic camera at another USB location, optionally of another model.
-inline QByteArray genericAt(const char* location, const char* product = "0x0102") {
-    QByteArray json = fixture("generic.json");
-    json.replace("\"0x14100000\"", QByteArray("\"") + location + "\"");
-    json.replace("\"0x0102\"", QByteArray("\"") + product + "\"");
-    return json;
-}
+using testing::genericAt;
 
 inline int setCurCount(const virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t selector) {
     return static_cast<int>(testing::setCursOf(camera, unit, selector).size());
