@@ -76,6 +76,12 @@ struct Controller : ::testing::Test {
     }
 
     void SetUp() override { ASSERT_TRUE(home.isValid()); }
+    // Writes one preference into the file before the controller starts.
+    void storePreference(const char* key, const QVariant& value) {
+        settings::DefaultsStore store(storePath());
+        store.setObject(value, QLatin1String(key));
+        EXPECT_TRUE(store.synchronize());
+    }
     // orvellactl on the same preferences file.
     testing::CtlRun orvellactl(const QStringList& arguments) const {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();

@@ -40,11 +40,7 @@ TEST_F(Controller, StartUpAppliesTheLastStateAndTheStartProfileOncePerCamera) {
 TEST_F(Controller, TheTimerResendsToEveryCameraAtTheChosenInterval) {
     // "ReconfigureWebcam" at 1 tick, as a script may store it: every camera gets its values
     // again at every tick.
-    {
-        settings::DefaultsStore store(storePath());
-        store.setInteger(1, QStringLiteral("ReconfigureWebcam"));
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("ReconfigureWebcam", 1);
     auto first = plug(fixture("generic.json"));
     auto second = plug(genericAt("0x14200000"));
     start();
@@ -93,11 +89,7 @@ TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
     // An interval the pop-ups do not offer shows as an item of its own, and choosing that item
     // keeps it.
     stop();
-    {
-        settings::DefaultsStore store(storePath());
-        store.setInteger(6, QStringLiteral("UpdateSlider"));
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("UpdateSlider", 6);
     start();
     const int extra = ui().mPopUpdateSlider->findData(6);
     ASSERT_GE(extra, 0);
@@ -235,11 +227,7 @@ TEST_F(Controller, BadSurroundingsLoseNothing) {
 }
 
 TEST_F(Controller, WithoutATrayHostThePanelStaysOpenAsAWindow) {
-    {
-        settings::DefaultsStore store(storePath());
-        store.setBool(false, QStringLiteral("Show/Hide Control Panel"));
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("Show/Hide Control Panel", false);
     defaults = std::make_unique<settings::DefaultsStore>(storePath());
     OrvellaOptions options;
     options.trayAvailable = [] { return false; };
@@ -320,11 +308,7 @@ TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord
 }
 
 TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
-    {
-        settings::DefaultsStore store(storePath());
-        store.setInteger(2, QStringLiteral("UpdateSlider"));  // every second
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("UpdateSlider", 2);           // every second
     auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time is automatic
     start();
     EXPECT_EQ(ui().mPopUpdateSlider->currentData().toInt(), 2);
