@@ -1,6 +1,7 @@
 // The orvella program from the outside without a desktop: its command line, a request log that
-// cannot be written, the control FIFO and a missing system bus. (Cameras coming and going with the
-// folder, the bus and a second start are the end-to-end tests' part, on a desktop of their own.)
+// cannot be written, the control FIFO, a clean stop and a missing system bus. (Cameras coming and
+// going with the folder, the bus and a second start are the end-to-end tests' part, on a desktop
+// of their own.)
 #include <gtest/gtest.h>
 
 #include <QFile>
@@ -107,6 +108,12 @@ TEST_F(Program, CommandsFromTheControlFifoAreConfirmedInTheRequestLog) {
     EXPECT_TRUE(text.contains("# ok: set 1 2 2 -7\n"));
     EXPECT_TRUE(text.contains("# ok: open 1\n"));
     EXPECT_EQ(process.state(), QProcess::Running);
+
+    // Asked to stop, it closes as Quit does, its camera still there: cleanly, with status 0.
+    process.terminate();
+    ASSERT_TRUE(process.waitForFinished(30000));
+    EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
 }
 
 TEST_F(Program, RunsWithoutASystemBus) {
