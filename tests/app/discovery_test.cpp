@@ -1,30 +1,19 @@
 // Camera discovery over the capture-device seam, the camera list model and the USB table path.
 #include <gtest/gtest.h>
 
-#include <QFile>
-
 #include "app/CameraDiscovery.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "support/VirtualRig.h"
 
 namespace orvella::app {
 namespace {
 
-QByteArray fixture(const char* name) {
-    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
-    return file.readAll();
-}
+using testing::genericAt;
 
-// The generic camera at another USB location, optionally with other identifiers.
-QByteArray genericAt(const char* location, const char* vendor = "0x1d6b",
-                     const char* product = "0x0102") {
-    QByteArray json = fixture("generic.json");
-    json.replace("\"0x14100000\"", QByteArray("\"") + location + "\"");
-    json.replace("\"0x1d6b\"", QByteArray("\"") + vendor + "\"");
-    json.replace("\"0x0102\"", QByteArray("\"") + product + "\"");
-    return json;
+QByteArray fixture(const char* name) {
+    return testing::fixtureBytes(name);
 }
 
 class FakeDevice final : public platform::CaptureDevice {
@@ -166,20 +155,14 @@ TEST_F(Discovery, PopUpAndMenuShowTheSameListSameNamesIncluded) {
 }
 
 TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
-    EXPECT_EQ(CameraDiscovery::olderCameraName(0x046D, 0x08C2),
-              "Logitech Camera QuickCam Orbit MP (Sphere MP)");
-    EXPECT_EQ(CameraDiscovery::olderCameraName(0x199E, 0x8101), "DBx 31AU03");
-    EXPECT_FALSE(CameraDiscovery::olderCameraName(0x046D, 0x08C4));
-    EXPECT_FALSE(CameraDiscovery::olderCameraName(0x1d6b, 0x0102));
-
     // Two identical cameras on USB share the table's name: the menu lists both, the pop-up
-    // keeps the later one.
+    // keeps the later one; a camera the table does not name (0x08c4) is left out.
     QString error;
     for (const char* location : {"0x14100000", "0x14200000"})
         platform.usb().addCamera(
-            virtualcam::VirtualCamera::fromJson(genericAt(location, "0x046d", "0x08c1"), &error));
+            virtualcam::VirtualCamera::fromJson(genericAt(location, "0x08c1", "0x046d"), &error));
     platform.usb().addCamera(
-        virtualcam::VirtualCamera::fromJson(genericAt("0x14300000", "0x046d", "0x08c4"), &error));
+        virtualcam::VirtualCamera::fromJson(genericAt("0x14300000", "0x08c4", "0x046d"), &error));
     log::ScopedCapture log;
     discovery->registerUSBDeviceCallbackHandler();
     ASSERT_EQ(list.size(), 2);
@@ -199,7 +182,7 @@ TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
 
     // A camera plugged in later is taken too; one pulled out stays listed.
     platform.usb().addCamera(
-        virtualcam::VirtualCamera::fromJson(genericAt("0x14400000", "0x199e", "0x8101"), &error));
+        virtualcam::VirtualCamera::fromJson(genericAt("0x14400000", "0x8101", "0x199e"), &error));
     EXPECT_EQ(list.size(), 3);
     platform.usb().removeCamera(platform.usb().cameras().front());
     EXPECT_EQ(list.size(), 3);

@@ -11,6 +11,7 @@
 #include "platform/virtual/VirtualCameraDirectory.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "support/EventLoop.h"
+#include "support/VirtualRig.h"
 
 namespace orvella::virtualcam {
 namespace {
@@ -18,9 +19,7 @@ namespace {
 using testing::waitFor;
 
 QByteArray fixture(const char* name) {
-    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
-    return file.readAll();
+    return testing::fixtureBytes(name);
 }
 
 void writeFile(const QString& path, const QByteArray& content) {

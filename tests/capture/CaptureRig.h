@@ -8,34 +8,30 @@
 #include <QFile>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMap>
+#include <QProcess>
 #include <QThread>
 #include <chrono>
 #include <functional>
 #include <memory>
 #include <optional>
-#include <thread>
 #include <vector>
 
 #include "camera/QTCamera.h"
 #include "capture/QTCameraCapture.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "support/EventLoop.h"
 
 namespace orvella::testing {
 
-// Lets queued messages run until `done` or the time is up; returns `done()`.
-inline bool spinUntil(const std::function<bool()>& done,
-                      std::chrono::milliseconds limit = std::chrono::seconds(10)) {
-    const auto end = std::chrono::steady_clock::now() + limit;
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-        std::this_thread::sleep_for(std::chrono::milliseconds(2));
-    }
-    return true;
+// Lets queued messages run until `done` or the time is up (longer than elsewhere: a loaded
+// machine renders a camera's first frames slowly); returns `done()`.
+inline bool spinUntil(const std::function<bool()>& done) {
+    return waitFor(done, 10000);
 }
 
 inline void spinFor(std::chrono::milliseconds time) {
-    spinUntil([] { return false; }, time);
+    spin(static_cast<int>(time.count()));
 }
 
 // The generic fixture camera (YUYV 640x480 and 1280x720, MJPEG 1280x720 and 1920x1080) with the
@@ -107,6 +103,27 @@ struct CaptureRig {
         return {};
     }
 };
+
+// What ffprobe reads of each stream of a movie: the comma-separated stream `entries` by name
+// ("codec_name" -> "mjpeg"), frames counted when `countFrames`.
+inline std::vector<QMap<QString, QString>> ffprobe(const QString& file, const QString& entries,
+                                                   bool countFrames = false) {
+    QStringList arguments{
+        "-v", "error", "-show_entries", "stream=" + entries, "-of", "compact=p=0:nk=0", file};
+    if (countFrames) arguments.prepend("-count_frames");
+    QProcess process;
+    process.start("ffprobe", arguments);
+    EXPECT_TRUE(process.waitForFinished(60000));
+    std::vector<QMap<QString, QString>> streams;
+    for (const QString& line :
+         QString::fromUtf8(process.readAllStandardOutput()).split('\n', Qt::SkipEmptyParts)) {
+        QMap<QString, QString> stream;
+        for (const QString& field : line.split('|'))
+            stream.insert(field.section('=', 0, 0), field.section('=', 1));
+        streams.push_back(stream);
+    }
+    return streams;
+}
 
 constexpr int64_t kCodeYUY2 = 0x32595559;  // 'YUY2' as a little-endian number
 constexpr int64_t kCodeMJPG = 0x47504A4D;

@@ -1,5 +1,5 @@
-// Sound inputs: a camera's microphone found through sysfs, an ALSA device that is not there, and
-// a malformed "audio" key of a virtual camera.
+// Sound inputs: a camera's microphone found through sysfs, an ALSA device that is not there; and
+// malformed "frames" and "audio" keys of a virtual camera.
 
 #include <gtest/gtest.h>
 
@@ -48,14 +48,20 @@ TEST(AudioInput, AnAlsaDeviceThatIsNotThereIsAnErrorWithItsName) {
     source->close();
 }
 
-TEST(AudioInput, AMalformedAudioKeyIsRefusedWithItsName) {
-    for (const auto& [audio, message] : std::vector<std::pair<QJsonValue, QString>>{
-             {QJsonValue(5), "audio: expected an object"},
-             {QJsonObject{{"sampleRate", 100}}, "audio.sampleRate: expected a number"},
-             {QJsonObject{{"tone", 30000}}, "audio.tone: expected a number"},
-             {QJsonObject{{"tone", 5000}, {"sampleRate", 8000}}, "audio.tone: above half"}}) {
+// The definition keys the frame player and the microphone read: a malformed one keeps the camera
+// out, with the key named.
+TEST(VirtualCapture, AMalformedFramesOrAudioKeyIsRefusedWithItsName) {
+    for (const auto& [key, value, message] : std::vector<std::tuple<QString, QJsonValue, QString>>{
+             {"frames", QJsonValue(3), "frames: expected an object"},
+             {"frames", QJsonObject{{"fps", -1}}, "frames.fps"},
+             {"frames", QJsonObject{{"busy", 1}}, "frames.busy"},
+             {"audio", QJsonValue(5), "audio: expected an object"},
+             {"audio", QJsonObject{{"sampleRate", 100}}, "audio.sampleRate: expected a number"},
+             {"audio", QJsonObject{{"tone", 30000}}, "audio.tone: expected a number"},
+             {"audio", QJsonObject{{"tone", 5000}, {"sampleRate", 8000}},
+              "audio.tone: above half"}}) {
         QJsonObject definition = genericWithFrames(QJsonObject{});
-        definition.insert("audio", audio);
+        definition.insert(key, value);
         QString error;
         auto camera =
             virtualcam::VirtualCamera::fromJson(QJsonDocument(definition).toJson(), &error);

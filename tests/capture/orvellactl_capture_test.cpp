@@ -3,26 +3,13 @@
 #include <gtest/gtest.h>
 
 #include <QImage>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include "CaptureRig.h"
+#include "support/Orvellactl.h"
 
 namespace orvella::testing {
 namespace {
-
-struct ToolRun {
-    int status = -1;
-    QString out, err;
-};
-
-ToolRun orvellactl(const QStringList& arguments) {
-    QProcess process;
-    process.start(QStringLiteral(ORVELLA_ORVELLACTL), arguments);
-    EXPECT_TRUE(process.waitForFinished(60000));
-    return {process.exitCode(), QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
-}
 
 QString writeCamera(const QTemporaryDir& dir, const QJsonObject& frames,
                     const std::optional<QJsonObject>& audio = std::nullopt) {
@@ -33,12 +20,15 @@ QString writeCamera(const QTemporaryDir& dir, const QJsonObject& frames,
     return path;
 }
 
+// Each stream as "codec,width,height" (an audio stream as its codec), one a line.
 QString probeStreams(const QString& file) {
-    QProcess probe;
-    probe.start("ffprobe", {"-v", "error", "-show_entries", "stream=codec_name,width,height", "-of",
-                            "csv=p=0", file});
-    EXPECT_TRUE(probe.waitForFinished(30000));
-    return QString::fromUtf8(probe.readAllStandardOutput()).trimmed();
+    QStringList lines;
+    for (const auto& stream : ffprobe(file, "codec_name,width,height")) {
+        QStringList fields{stream["codec_name"], stream["width"], stream["height"]};
+        fields.removeAll(QString());
+        lines << fields.join(',');
+    }
+    return lines.join('\n');
 }
 
 TEST(OrvellactlSnapshot, WritesPngAndJpegOfTheChosenSize) {
@@ -46,10 +36,10 @@ TEST(OrvellactlSnapshot, WritesPngAndJpegOfTheChosenSize) {
     for (const auto& [name, size] : std::vector<std::pair<QString, QSize>>{
              {"still.png", QSize(1920, 1080)}, {"still.JPG", QSize(640, 480)}}) {
         const QString file = dir.filePath(name);
-        const ToolRun run =
-            orvellactl({"--demo", "snapshot", file, "--format",
-                        QStringLiteral("%1x%2").arg(size.width()).arg(size.height())});
-        ASSERT_EQ(run.status, 0) << run.err.toStdString();
+        const CtlRun run =
+            runOrvellactl({"--demo", "snapshot", file, "--format",
+                           QStringLiteral("%1x%2").arg(size.width()).arg(size.height())});
+        ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
         const QImage image(file);
         EXPECT_EQ(image.size(), size);
         EXPECT_GT(qGray(image.pixel(size.width() / 32 * 3, size.height() / 2)), 200);  // white bar
@@ -76,8 +66,8 @@ TEST(OrvellactlSnapshot, RefusesWhatItCannotDoWithAClearMessage) {
          "the camera is streaming to another program"},
     };
     for (const auto& c : cases) {
-        const ToolRun run = orvellactl(c.arguments);
-        EXPECT_EQ(run.status, c.status) << c.arguments.join(' ').toStdString();
+        const CtlRun run = runOrvellactl(c.arguments);
+        EXPECT_EQ(run.exitCode, c.status) << c.arguments.join(' ').toStdString();
         EXPECT_TRUE(run.err.contains(c.message)) << run.err.toStdString();
     }
     EXPECT_FALSE(QFile::exists(dir.filePath("x.png")));
@@ -86,10 +76,10 @@ TEST(OrvellactlSnapshot, RefusesWhatItCannotDoWithAClearMessage) {
 TEST(OrvellactlRecord, WritesAMovieAndReportsProgress) {
     QTemporaryDir dir;
     const QString file = dir.filePath("movie.mp4");
-    const ToolRun run =
-        orvellactl({"--virtual", writeCamera(dir, QJsonObject{{"fps", 20}}), "record", file,
-                    "--seconds", "1.5", "--format", "640x480", "--video-codec", "mpeg4"});
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    const CtlRun run =
+        runOrvellactl({"--virtual", writeCamera(dir, QJsonObject{{"fps", 20}}), "record", file,
+                       "--seconds", "1.5", "--format", "640x480", "--video-codec", "mpeg4"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_TRUE(run.err.contains("recording: 1 of 1.5 s, ")) << run.err.toStdString();
     EXPECT_TRUE(run.err.contains("has no microphone; recording video only"))
         << run.err.toStdString();
@@ -101,13 +91,14 @@ TEST(OrvellactlRecord, TakesTheCameraMicrophoneUnlessToldNotTo) {
     QTemporaryDir dir;
     const QString camera = writeCamera(dir, QJsonObject{{"fps", 20}}, QJsonObject{});
     const QString withSound = dir.filePath("sound.mkv"), without = dir.filePath("silent.mkv");
-    ToolRun run = orvellactl({"--virtual", camera, "record", withSound, "--seconds", "1",
-                              "--format", "1280x720", "--audio-codec", "libopus"});
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    CtlRun run = runOrvellactl({"--virtual", camera, "record", withSound, "--seconds", "1",
+                                "--format", "1280x720", "--audio-codec", "libopus"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_TRUE(run.err.contains("frames with sound to ")) << run.err.toStdString();
     EXPECT_EQ(probeStreams(withSound), "mjpeg,1280,720\nopus");
-    run = orvellactl({"--virtual", camera, "record", without, "--seconds", "1", "--audio", "none"});
-    ASSERT_EQ(run.status, 0) << run.err.toStdString();
+    run = runOrvellactl(
+        {"--virtual", camera, "record", without, "--seconds", "1", "--audio", "none"});
+    ASSERT_EQ(run.exitCode, 0) << run.err.toStdString();
     EXPECT_FALSE(run.err.contains("with sound")) << run.err.toStdString();
     EXPECT_EQ(probeStreams(without).count('\n'), 0);
 }

@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
-#include <QProcess>
 #include <QTemporaryDir>
 
 #include "CaptureRig.h"
@@ -15,28 +14,6 @@ namespace orvella::testing {
 namespace {
 
 using namespace std::chrono_literals;
-
-struct Probe {
-    QString codec;
-    int width = 0, height = 0, frames = -1;
-};
-
-Probe ffprobe(const QString& file) {
-    QProcess process;
-    process.start("ffprobe", {"-v", "error", "-count_frames", "-select_streams", "v:0",
-                              "-show_entries", "stream=codec_name,width,height,nb_read_frames",
-                              "-of", "default=noprint_wrappers=1", file});
-    EXPECT_TRUE(process.waitForFinished(60000));
-    Probe probe;
-    for (const QString& line : QString::fromUtf8(process.readAllStandardOutput()).split('\n')) {
-        const QString value = line.section('=', 1);
-        if (line.startsWith("codec_name=")) probe.codec = value;
-        if (line.startsWith("width=")) probe.width = value.toInt();
-        if (line.startsWith("height=")) probe.height = value.toInt();
-        if (line.startsWith("nb_read_frames=")) probe.frames = value.toInt();
-    }
-    return probe;
-}
 
 // Records exactly `frames` frames: the camera is held still until the recording has started and
 // stops delivering after that many frames.
@@ -55,17 +32,23 @@ void recordFrames(CaptureRig& rig, const QString& file, const QString& encoder) 
         << rig.delegate.finished[0].second->userInfo.toStdString();
 }
 
+// The movie holds one video stream of that codec and size with the 25 frames recorded.
+void expectVideo(const QString& file, const QString& codec, int width, int height) {
+    const auto streams = ffprobe(file, "codec_name,width,height,nb_read_frames", true);
+    ASSERT_EQ(streams.size(), 1u);
+    EXPECT_EQ(streams[0]["codec_name"], codec);
+    EXPECT_EQ(streams[0]["width"].toInt(), width);
+    EXPECT_EQ(streams[0]["height"].toInt(), height);
+    EXPECT_EQ(streams[0]["nb_read_frames"].toInt(), 25);
+}
+
 TEST(Recording, MjpegIsCopiedIntoContainersThatHoldIt) {
     QTemporaryDir dir;
     CaptureRig rig(QJsonObject{{"fps", 100}, {"stallAfter", 25}});
     rig.capture->setImageFormat(rig.format(kCodeMJPG, 1280, 720));
     const QString file = dir.filePath("copy.mkv");
     recordFrames(rig, file, {});
-    const Probe probe = ffprobe(file);
-    EXPECT_EQ(probe.codec, "mjpeg");
-    EXPECT_EQ(probe.width, 1280);
-    EXPECT_EQ(probe.height, 720);
-    EXPECT_EQ(probe.frames, 25);
+    expectVideo(file, "mjpeg", 1280, 720);
 }
 
 // One encoder per test: each test process then starts ffprobe once, after its recording.
@@ -75,11 +58,7 @@ void expectEncoded(const QString& encoder, const QString& name, const QString& c
     rig.capture->setImageFormat(rig.format(kCodeYUY2, 640, 480));
     const QString file = dir.filePath(name);
     recordFrames(rig, file, encoder);
-    const Probe probe = ffprobe(file);
-    EXPECT_EQ(probe.codec, codec);
-    EXPECT_EQ(probe.width, 640);
-    EXPECT_EQ(probe.height, 480);
-    EXPECT_EQ(probe.frames, 25);
+    expectVideo(file, codec, 640, 480);
 }
 
 TEST(Recording, UncompressedFramesAreEncodedWithMpeg4) {
@@ -113,35 +92,6 @@ TEST(Recording, AnUnknownEncoderOrContainerEndsWithAnError) {
     }
 }
 
-// Every stream of a movie: type, codec, sample rate and duration as ffprobe reads them.
-struct StreamProbe {
-    QString type, codec;
-    int sampleRate = 0;
-    double duration = 0;
-};
-
-std::vector<StreamProbe> ffprobeStreams(const QString& file) {
-    QProcess process;
-    process.start("ffprobe", {"-v", "error", "-show_entries",
-                              "stream=codec_type,codec_name,sample_rate,duration", "-of",
-                              "compact=p=0:nk=0", file});
-    EXPECT_TRUE(process.waitForFinished(60000));
-    std::vector<StreamProbe> streams;
-    for (const QString& line : QString::fromUtf8(process.readAllStandardOutput()).split('\n')) {
-        if (line.isEmpty()) continue;
-        StreamProbe probe;
-        for (const QString& field : line.split('|')) {
-            const QString value = field.section('=', 1);
-            if (field.startsWith("codec_type=")) probe.type = value;
-            if (field.startsWith("codec_name=")) probe.codec = value;
-            if (field.startsWith("sample_rate=")) probe.sampleRate = value.toInt();
-            if (field.startsWith("duration=")) probe.duration = value.toDouble();
-        }
-        streams.push_back(probe);
-    }
-    return streams;
-}
-
 // About a second and a half from a 30 fps camera whose microphone plays a tone at 48 kHz.
 void expectSoundTrack(const QString& name, const QString& encoder, const QString& codec) {
     QTemporaryDir dir;
@@ -161,15 +111,15 @@ void expectSoundTrack(const QString& name, const QString& encoder, const QString
     ASSERT_FALSE(rig.delegate.finished[0].second.has_value())
         << rig.delegate.finished[0].second->userInfo.toStdString();
 
-    const auto streams = ffprobeStreams(file);
+    auto streams = ffprobe(file, "codec_type,codec_name,sample_rate,duration");
     ASSERT_EQ(streams.size(), 2u);
-    EXPECT_EQ(streams[0].type, "video");
-    EXPECT_EQ(streams[0].codec, "mjpeg");
-    EXPECT_EQ(streams[1].type, "audio");
-    EXPECT_EQ(streams[1].codec, codec);
-    EXPECT_EQ(streams[1].sampleRate, 48000);
-    EXPECT_GT(streams[0].duration, 1.2);
-    EXPECT_NEAR(streams[1].duration, streams[0].duration, 0.1);
+    EXPECT_EQ(streams[0]["codec_type"], "video");
+    EXPECT_EQ(streams[0]["codec_name"], "mjpeg");
+    EXPECT_EQ(streams[1]["codec_type"], "audio");
+    EXPECT_EQ(streams[1]["codec_name"], codec);
+    EXPECT_EQ(streams[1]["sample_rate"].toInt(), 48000);
+    EXPECT_GT(streams[0]["duration"].toDouble(), 1.2);
+    EXPECT_NEAR(streams[1]["duration"].toDouble(), streams[0]["duration"].toDouble(), 0.1);
 }
 
 TEST(Recording, SoundGoesInAsPcmWhereTheContainerHoldsIt) {

@@ -34,7 +34,9 @@
 #include "ui_ControlPanel.h"
 #include "ui_UVCValueViewController.h"
 
+#include "support/Orvellactl.h"
 #include "support/RequestsSeen.h"
+#include "support/VirtualRig.h"
 
 namespace orvella::app::rig {
 
@@ -47,18 +49,9 @@ constexpr uint8_t kBrightnessSelector = 2;
 constexpr uint8_t kCT = 1, kZoomSelector = 0x0B;
 
 inline QByteArray fixture(const char* name) {
-    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/") + QLatin1String(name));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
-    return file.readAll();
+    return testing::fixtureBytes(name);
 }
-
-// The generic camera at another USB location, optionally of another model.
-inline QByteArray genericAt(const char* location, const char* product = "0x0102") {
-    QByteArray json = fixture("generic.json");
-    json.replace("\"0x14100000\"", QByteArray("\"") + location + "\"");
-    json.replace("\"0x0102\"", QByteArray("\"") + product + "\"");
-    return json;
-}
+using testing::genericAt;
 
 inline int setCurCount(const virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t selector) {
     return static_cast<int>(testing::setCursOf(camera, unit, selector).size());
@@ -83,6 +76,20 @@ struct Controller : ::testing::Test {
     }
 
     void SetUp() override { ASSERT_TRUE(home.isValid()); }
+    // Writes one preference into the file before the controller starts.
+    void storePreference(const char* key, const QVariant& value) {
+        settings::DefaultsStore store(storePath());
+        store.setObject(value, QLatin1String(key));
+        EXPECT_TRUE(store.synchronize());
+    }
+    // orvellactl on the same preferences file.
+    testing::CtlRun orvellactl(const QStringList& arguments) const {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path());
+        const testing::CtlRun run = testing::runOrvellactl(arguments, environment);
+        EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+        return run;
+    }
     void TearDown() override { stop(); }
 
     void start() {

@@ -1,4 +1,4 @@
-// The controller from start to quit: start-up and plug-in, the timer's re-send and sleep, the
+// The controller from start to quit: start-up and plug-in, the timer's re-send, the
 // preferences, no camera and no tray, the format and frame rate in the panel, the stepped zoom.
 
 #include "tests/controller/ControllerRig.h"
@@ -35,30 +35,18 @@ TEST_F(Controller, StartUpAppliesTheLastStateAndTheStartProfileOncePerCamera) {
     EXPECT_EQ(setCurCount(*camera, kPU, kBrightnessSelector), 0);
 }
 
-TEST_F(Controller, TheTimerResendsAtTheChosenIntervalAndRestsDuringSleep) {
+// The timer's rest during sleep is the timer tests' part (UpdateTimer), and that sleep reaches it
+// from logind the end-to-end tests'.
+TEST_F(Controller, TheTimerResendsToEveryCameraAtTheChosenInterval) {
     // "ReconfigureWebcam" at 1 tick, as a script may store it: every camera gets its values
     // again at every tick.
-    {
-        settings::DefaultsStore store(storePath());
-        store.setInteger(1, QStringLiteral("ReconfigureWebcam"));
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("ReconfigureWebcam", 1);
     auto first = plug(fixture("generic.json"));
     auto second = plug(genericAt("0x14200000"));
     start();
     EXPECT_EQ(ui().mPopReconfigureWebcam->currentData().toInt(), 1);
     QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*first, kPU, kBrightnessSelector) >= 3, 5000);
     QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*second, kPU, kBrightnessSelector) >= 3, 5000);
-
-    power.sleep();
-    first->clearRequests();
-    second->clearRequests();
-    QTest::qWait(200);  // ten ticks' worth
-    EXPECT_EQ(allSetCurCount(*first), 0);
-    EXPECT_EQ(allSetCurCount(*second), 0);
-
-    power.wake();
-    QTRY_VERIFY_WITH_TIMEOUT(setCurCount(*first, kPU, kBrightnessSelector) >= 1, 5000);
 
     // Off: nothing more is sent.
     orvella->selectReconfigureWebcam(0);
@@ -101,11 +89,7 @@ TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
     // An interval the pop-ups do not offer shows as an item of its own, and choosing that item
     // keeps it.
     stop();
-    {
-        settings::DefaultsStore store(storePath());
-        store.setInteger(6, QStringLiteral("UpdateSlider"));
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("UpdateSlider", 6);
     start();
     const int extra = ui().mPopUpdateSlider->findData(6);
     ASSERT_GE(extra, 0);
@@ -243,11 +227,7 @@ TEST_F(Controller, BadSurroundingsLoseNothing) {
 }
 
 TEST_F(Controller, WithoutATrayHostThePanelStaysOpenAsAWindow) {
-    {
-        settings::DefaultsStore store(storePath());
-        store.setBool(false, QStringLiteral("Show/Hide Control Panel"));
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("Show/Hide Control Panel", false);
     defaults = std::make_unique<settings::DefaultsStore>(storePath());
     OrvellaOptions options;
     options.trayAvailable = [] { return false; };
@@ -322,28 +302,13 @@ TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write(lifeCam);
     file.close();
-    QProcess ctl;
-    QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-    environment.insert(QStringLiteral("XDG_CONFIG_HOME"), home.path());
-    ctl.setProcessEnvironment(environment);
-    ctl.start(QStringLiteral(ORVELLA_ORVELLACTL),
-              {"--virtual", definition, "--request-log", log, "apply-last", "1"});
-    ASSERT_TRUE(ctl.waitForFinished(60000));
-    EXPECT_EQ(ctl.exitCode(), 0) << ctl.readAllStandardError().toStdString();
-    QFile written(log);
-    ASSERT_TRUE(written.open(QIODevice::ReadOnly));
-    const QStringList fromTool = QString::fromUtf8(written.readAll())
-                                     .split('\n', Qt::SkipEmptyParts)
-                                     .filter(QRegularExpression("^1 21 "));
+    orvellactl({"--virtual", definition, "--request-log", log, "apply-last", "1"});
+    const QStringList fromTool = testing::fileLines(log).filter(QRegularExpression("^1 21 "));
     EXPECT_EQ(fromTool, fromApp);
 }
 
 TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
-    {
-        settings::DefaultsStore store(storePath());
-        store.setInteger(2, QStringLiteral("UpdateSlider"));  // every second
-        ASSERT_TRUE(store.synchronize());
-    }
+    storePreference("UpdateSlider", 2);           // every second
     auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time is automatic
     start();
     EXPECT_EQ(ui().mPopUpdateSlider->currentData().toInt(), 2);

@@ -349,6 +349,8 @@ TEST_F(EndToEnd, TheLastStateFollowsProfilesAndComesBackAtPlugIn) {
     QProcess& second = startApplication();
     ASSERT_TRUE(finished(second, 30000));
     EXPECT_EQ(second.exitCode(), 0);
+    output += second.readAll();
+    EXPECT_TRUE(output.contains("already running")) << output.toStdString();
     const QDBusMessage visible = callApplication(QStringLiteral("IsPanelVisible"));
     ASSERT_EQ(visible.type(), QDBusMessage::ReplyMessage);
     EXPECT_TRUE(visible.arguments().first().toBool());

@@ -19,6 +19,14 @@ inline bool waitFor(const std::function<bool()>& done, int timeoutMs = 5000) {
     return true;
 }
 
+// An application object for a test in a program that has none of its own (orvella_tests).
+struct ScopedApplication {
+    int argc = 1;
+    char name[14] = "orvella_tests";
+    char* argv[2] = {name, nullptr};
+    QCoreApplication application{argc, argv};
+};
+
 // Runs the event loop for `ms` milliseconds.
 inline void spin(int ms) {
     waitFor([] { return false; }, ms);

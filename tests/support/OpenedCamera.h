@@ -76,13 +76,14 @@ struct FixtureCamera {
     virtualcam::VirtualPlatform rig;
     platform::RecordingClock clock;
     std::shared_ptr<virtualcam::VirtualCamera> device;
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> capture;
     platform::MediaObjectID media = 0;
     std::unique_ptr<QTCamera> camera;
 
     explicit FixtureCamera(const std::string& name) : FixtureCamera(loadFixture(name)) {}
     explicit FixtureCamera(std::shared_ptr<virtualcam::VirtualCamera> definition) {
         QString error;
-        auto capture = rig.addCamera(definition, &error);
+        capture = rig.addCamera(definition, &error);
         EXPECT_TRUE(capture) << error.toStdString();
         if (!capture) return;
         device = std::move(definition);

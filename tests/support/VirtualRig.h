@@ -22,6 +22,24 @@ inline std::string fixturePath(const std::string& name) {
     return std::string(ORVELLA_FIXTURES_DIR) + "/cameras/" + name;
 }
 
+// A fixture's definition as the file holds it.
+inline QByteArray fixtureBytes(const std::string& name) {
+    QFile file(QString::fromStdString(fixturePath(name)));
+    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
+    return file.readAll();
+}
+
+// The generic camera's definition at another USB location, optionally of another product and
+// vendor.
+inline QByteArray genericAt(const char* location, const char* product = "0x0102",
+                            const char* vendor = "0x1d6b") {
+    QByteArray json = fixtureBytes("generic.json");
+    json.replace("\"0x14100000\"", QByteArray("\"") + location + "\"");
+    json.replace("\"0x1d6b\"", QByteArray("\"") + vendor + "\"");
+    json.replace("\"0x0102\"", QByteArray("\"") + product + "\"");
+    return json;
+}
+
 inline std::shared_ptr<virtualcam::VirtualCamera> loadFixture(const std::string& name) {
     QString error;
     auto camera =
@@ -40,9 +58,7 @@ inline std::shared_ptr<virtualcam::VirtualCamera> cameraFromJson(const std::stri
 // A fixture whose JSON `edit` changes before it is read.
 inline std::shared_ptr<virtualcam::VirtualCamera> editedFixture(
     const std::string& name, const std::function<void(QJsonObject&)>& edit) {
-    QFile file(QString::fromStdString(fixturePath(name)));
-    EXPECT_TRUE(file.open(QIODevice::ReadOnly)) << name;
-    QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
+    QJsonObject json = QJsonDocument::fromJson(fixtureBytes(name)).object();
     edit(json);
     return cameraFromJson(QJsonDocument(json).toJson().toStdString());
 }
@@ -65,6 +81,13 @@ struct StubUsbDevice : platform::UsbDevice {
     }
 };
 
+// A camera object whose interfaces were looked up at `location` on the platform's USB host.
+inline std::unique_ptr<QTCamera> openCameraAt(platform::Platform& platform, uint32_t location) {
+    auto camera = std::make_unique<QTCamera>(platform);
+    camera->getControlInferace(&camera->controlInterface, &camera->streamInterface, location);
+    return camera;
+}
+
 struct VirtualRig {
     virtualcam::VirtualUsbHost usb;
     platform::RecordingClock clock;
@@ -77,10 +100,7 @@ struct VirtualRig {
     }
     // A camera object whose interfaces were looked up by the virtual camera's location.
     std::unique_ptr<QTCamera> open(const virtualcam::VirtualCamera& device) {
-        auto camera = std::make_unique<QTCamera>(platform);
-        camera->getControlInferace(&camera->controlInterface, &camera->streamInterface,
-                                   device.locationID());
-        return camera;
+        return openCameraAt(platform, device.locationID());
     }
 };
 

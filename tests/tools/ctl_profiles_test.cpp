@@ -41,6 +41,15 @@ struct Ctl {
     CtlRun operator()(const QStringList& arguments) const {
         return testing::runOrvellactl(arguments, environment());
     }
+    // A shell loop of orvellactl commands, started: `$0` is orvellactl, `$1` the generic camera's
+    // definition and `$2` the argument given.
+    std::unique_ptr<QProcess> loop(const char* script, const QString& argument) const {
+        auto process = std::make_unique<QProcess>();
+        process->setProcessEnvironment(environment());
+        process->start("/bin/sh",
+                       {"-c", script, ORVELLA_ORVELLACTL, cameraFixture("generic.json"), argument});
+        return process;
+    }
 };
 
 // The SET_CUR lines of a request log.
@@ -98,17 +107,9 @@ TEST(OrvellaCtlProfiles, AProfileSavedOnOneSideIsListedAndAppliedOnTheOther) {
 
 TEST(OrvellaCtlProfiles, TwoProcessesSavingAtOnceKeepEveryProfile) {
     Ctl ctl;
-    auto saver = [&](const char* prefix) {
-        auto process = std::make_unique<QProcess>();
-        process->setProcessEnvironment(ctl.environment());
-        process->start("/bin/sh",
-                       {"-c",
-                        "for i in $(seq 1 50); do \"$0\" --virtual \"$1\" profile save 1 \"$2$i\" "
-                        "|| exit 1; done",
-                        ORVELLA_ORVELLACTL, cameraFixture("generic.json"), prefix});
-        return process;
-    };
-    auto first = saver("A"), second = saver("B");
+    const char* save =
+        "for i in $(seq 1 50); do \"$0\" --virtual \"$1\" profile save 1 \"$2$i\" || exit 1; done";
+    auto first = ctl.loop(save, "A"), second = ctl.loop(save, "B");
     ASSERT_TRUE(first->waitForFinished(300000));
     ASSERT_TRUE(second->waitForFinished(300000));
     EXPECT_EQ(first->exitCode(), 0) << first->readAllStandardError().toStdString();
@@ -197,17 +198,10 @@ TEST(OrvellaCtlProfiles, TwoProcessesDeletingAtOnceDeleteWhatTheyName) {
                 store.saveNewProfile(QString("P%1").arg(i), *cam.camera, cam.camera.get()).result,
                 ProfileStore::SaveResult::Saved);
     }
-    auto deleter = [&](int first) {
-        auto process = std::make_unique<QProcess>();
-        process->setProcessEnvironment(ctl.environment());
-        process->start("/bin/sh",
-                       {"-c",
-                        "for i in $(seq $2 $(($2 + 9))); do \"$0\" --virtual \"$1\" "
-                        "profile delete 1 P$i || exit 1; done",
-                        ORVELLA_ORVELLACTL, cameraFixture("generic.json"), QString::number(first)});
-        return process;
-    };
-    auto low = deleter(1), high = deleter(11);
+    const char* remove =
+        "for i in $(seq $2 $(($2 + 9))); do \"$0\" --virtual \"$1\" profile delete 1 "
+        "P$i || exit 1; done";
+    auto low = ctl.loop(remove, "1"), high = ctl.loop(remove, "11");
     ASSERT_TRUE(low->waitForFinished(300000));
     ASSERT_TRUE(high->waitForFinished(300000));
     EXPECT_EQ(low->exitCode(), 0) << low->readAllStandardError().toStdString();

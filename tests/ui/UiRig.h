@@ -1,7 +1,7 @@
 #pragma once
 // Cameras for the widget tests: a virtual camera from a fixture, seen through the whole platform
 // seam (USB host, media devices, capture devices) and built as the application builds it, with
-// its request log at hand.
+// the requests it received at hand.
 
 #include <gtest/gtest.h>
 
@@ -9,32 +9,14 @@
 #include <memory>
 #include <vector>
 
-#include "camera/QTCamera.h"
-#include "platform/Clock.h"
-#include "platform/virtual/VirtualPlatform.h"
 #include "support/OpenedCamera.h"
-#include "support/VirtualRig.h"
 
 namespace orvella::testing {
 
-struct UiCamera {
-    virtualcam::VirtualPlatform rig;
-    platform::RecordingClock clock;
-    std::shared_ptr<virtualcam::VirtualCamera> device;
-    std::shared_ptr<virtualcam::VirtualCaptureDevice> capture;
-    std::unique_ptr<QTCamera> camera;
-
-    explicit UiCamera(const std::string& fixture) {
-        device = loadFixture(fixture);
-        QString error;
-        capture = rig.addCamera(device, &error);
-        EXPECT_TRUE(capture) << error.toStdString();
-        const platform::MediaObjectID media = rig.mediaDeviceFor(*capture);
-        camera = media ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
-                       : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
-        EXPECT_TRUE(camera);
-        device->clearRequests();
-    }
+// The camera as the application builds it (support/OpenedCamera.h), with what it received
+// listed by selector and unit.
+struct UiCamera : FixtureCamera {
+    using FixtureCamera::FixtureCamera;
     SupportedControl& record() { return *camera->supportedControl(); }
     // The SET_CUR requests that reached the camera, as (selector, unit, value) in order.
     struct Write {

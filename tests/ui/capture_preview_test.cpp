@@ -4,40 +4,27 @@
 #include <gtest/gtest.h>
 
 #include <QApplication>
-#include <QFile>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QScreen>
-#include <QThread>
-#include <chrono>
 
-#include "camera/QTCamera.h"
 #include "capture/QTCameraCapture.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "support/EventLoop.h"
+#include "support/VirtualRig.h"
 #include "ui/CapturePreview.h"
 
 namespace orvella::testing {
 namespace {
 
-bool spinUntil(const std::function<bool()>& done) {
-    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!done()) {
-        if (std::chrono::steady_clock::now() > end) return false;
-        QApplication::processEvents(QEventLoop::AllEvents, 5);
-        QThread::msleep(2);
-    }
-    return true;
-}
-
 TEST(CapturePreview, PaintsTheLatestFrameScaledToFitWithTheFrameRate) {
-    QFile file(QStringLiteral(ORVELLA_FIXTURES_DIR "/cameras/generic.json"));
-    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
-    QJsonObject definition = QJsonDocument::fromJson(file.readAll()).object();
-    definition.insert("frames", QJsonObject{{"fps", 60}});
     QString error;
     virtualcam::VirtualPlatform platform;
-    auto device = platform.addCamera(
-        virtualcam::VirtualCamera::fromJson(QJsonDocument(definition).toJson(), &error), &error);
+    auto device =
+        platform.addCamera(editedFixture("generic.json",
+                                         [](QJsonObject& json) {
+                                             json.insert("frames", QJsonObject{{"fps", 60}});
+                                         }),
+                           &error);
     ASSERT_TRUE(device) << error.toStdString();
     auto camera = QTCamera::initWithQTCaptureDevice(platform.platform(), device);
     capture::QTCameraCapture capture(*camera);
@@ -54,7 +41,7 @@ TEST(CapturePreview, PaintsTheLatestFrameScaledToFitWithTheFrameRate) {
         ASSERT_EQ(capture.startPreview(&preview), capture::kCaptureDone);
         EXPECT_EQ(preview.captureSession(), &capture);
         ASSERT_TRUE(
-            spinUntil([&] { return preview.framesShown() >= 3 && preview.frameRate() > 0; }));
+            waitFor([&] { return preview.framesShown() >= 3 && preview.frameRate() > 0; }, 10000));
         EXPECT_EQ(preview.frameRateText(), QStringLiteral("%1 fps").arg(preview.frameRate()));
         // Decoded near display size, not at the stream's 1280 x 720.
         EXPECT_EQ(preview.decodedSize().width(), side == 400 ? 480 : 640);

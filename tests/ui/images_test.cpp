@@ -12,51 +12,19 @@
 namespace orvella::ui {
 namespace {
 
-const char* const kImageNames[] = {"ExposureLow",
-                                   "ExposureHigh",
-                                   "GainLow",
-                                   "GainHigh",
-                                   "ApertureLow",
-                                   "ApertureHigh",
-                                   "BrightnessLow",
-                                   "BrightnessHigh",
-                                   "ContrastLow",
-                                   "ContrastHigh",
-                                   "HueLow",
-                                   "HueHigh",
-                                   "SaturationLow",
-                                   "SaturationHigh",
-                                   "SharpnessLow",
-                                   "SharpnessHigh",
-                                   "GammaLow",
-                                   "GammaHigh",
-                                   "WhiteBalanceLow",
-                                   "WhiteBalanceHigh",
-                                   "FocusLow",
-                                   "FocusHigh",
-                                   "ZoomLow",
-                                   "ZoomHigh",
-                                   "PanLow",
-                                   "PanHigh",
-                                   "TiltLow",
-                                   "TiltHigh",
-                                   "BacklightLow",
-                                   "BacklightHigh",
-                                   "NoiseReductionLow",
-                                   "NoiseReductionHigh",
-                                   "MonoMenu",
-                                   "MonoMenuHighlight",
-                                   "ColorMenu",
-                                   "Star",
-                                   "NoStar",
-                                   "ProfileModified",
-                                   "PanTiltUp",
-                                   "PanTiltDown",
-                                   "PanTiltLeft",
-                                   "PanTiltRight",
-                                   "PanTiltCenter",
-                                   "Info",
-                                   "orvella"};
+// The names the interface uses: a low and a high image for each control's slider, then the tray
+// icons, the profile marks, the pan and tilt buttons and the application's own.
+QStringList imageNames() {
+    QStringList names;
+    for (const char* control : {"Exposure", "Gain", "Aperture", "Brightness", "Contrast", "Hue",
+                                "Saturation", "Sharpness", "Gamma", "WhiteBalance", "Focus", "Zoom",
+                                "Pan", "Tilt", "Backlight", "NoiseReduction"})
+        names << QLatin1String(control) + "Low" << QLatin1String(control) + "High";
+    return names + QStringList{"MonoMenu",    "MonoMenuHighlight", "ColorMenu",     "Star",
+                               "NoStar",      "ProfileModified",   "PanTiltUp",     "PanTiltDown",
+                               "PanTiltLeft", "PanTiltRight",      "PanTiltCenter", "Info",
+                               "orvella"};
+}
 
 // Pixels drawn, and how many of them are close to `color`.
 std::pair<int, int> coverage(const QImage& image, const QColor& color) {
@@ -75,11 +43,13 @@ std::pair<int, int> coverage(const QImage& image, const QColor& color) {
 }
 
 TEST(Images, EveryImageDrawsAtSixteenPixels) {
-    for (const char* name : kImageNames) {
-        const QIcon icon = imageNamed(QString::fromLatin1(name));
-        ASSERT_FALSE(icon.isNull()) << name;
+    const QStringList names = imageNames();
+    for (const QString& name : names) {
+        const QIcon icon = imageNamed(name);
+        ASSERT_FALSE(icon.isNull()) << name.toStdString();
         const QImage image = icon.pixmap(16, 16).toImage();
-        EXPECT_GE(coverage(image, Qt::black).first, 12) << name << " is nearly empty at 16 px";
+        EXPECT_GE(coverage(image, Qt::black).first, 12)
+            << name.toStdString() << " is nearly empty at 16 px";
     }
     EXPECT_FALSE(hasImage("NoSuchImage"));
     EXPECT_TRUE(imageNamed("NoSuchImage").isNull());

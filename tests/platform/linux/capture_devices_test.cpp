@@ -180,10 +180,7 @@ TEST_F(CaptureNodes, CameraBuiltOnTheLinuxBackendProbesThroughTheDriver) {
 
 // inotify works on a regular file as on a device node, so one stands in for the capture node.
 TEST(CaptureUse, OtherProgramsOpensCountOwnOnesDoNot) {
-    int argc = 1;
-    char name[] = "orvella_tests";
-    char* argv[] = {name, nullptr};
-    QCoreApplication application(argc, argv);
+    testing::ScopedApplication application;
     QTemporaryDir dir;
     const std::string path = dir.filePath("video0").toStdString();
     std::ofstream(path) << "";
@@ -230,10 +227,7 @@ TEST(CaptureUse, OtherProgramsOpensCountOwnOnesDoNot) {
 // none (uvcvideo), when another program opens or closes the node; only a format that differs
 // from the last one read is told, on the event loop.
 TEST(CaptureFormat, SourceChangesAndOtherProgramsStreamsAreFollowed) {
-    int argc = 1;
-    char name[] = "orvella_tests";
-    char* argv[] = {name, nullptr};
-    QCoreApplication application(argc, argv);
+    testing::ScopedApplication application;
     QTemporaryDir dir;
     const std::string path = dir.filePath("video0").toStdString();
     std::ofstream(path) << "";

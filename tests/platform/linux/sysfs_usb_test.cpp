@@ -66,10 +66,7 @@ class SysfsCamera : public ::testing::Test {
         platform.clock = &clock;
     }
     std::unique_ptr<QTCamera> open() {
-        auto camera = std::make_unique<QTCamera>(platform);
-        camera->getControlInferace(&camera->controlInterface, &camera->streamInterface,
-                                   device->locationID());
-        return camera;
+        return testing::openCameraAt(platform, device->locationID());
     }
 
     SysfsTree tree;
@@ -131,10 +128,7 @@ struct ChangeRecorder final : platform::ControlChangeObserver {
 };
 
 TEST_F(SysfsCamera, ControlEventsArriveThroughTheEventLoopUntilTheCameraGoes) {
-    int argc = 1;
-    char program[] = "orvella_tests";
-    char* argv[] = {program, nullptr};
-    QCoreApplication application(argc, argv);
+    testing::ScopedApplication application;
     auto camera = open();
     ChangeRecorder recorder;
     // A node with nothing to watch cannot follow.
@@ -172,14 +166,12 @@ TEST_F(SysfsCamera, SuspendStateComesFromRuntimeStatus) {
     suspendedTree.addCamera(*device, suspended);
     LinuxUsbHost suspendedHost(suspendedTree.rootString(), suspendedTree.devRoot(), &opener);
     platform::Platform p{&suspendedHost, nullptr, &clock};
-    QTCamera camera(p);
-    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface,
-                              device->locationID());
-    ASSERT_TRUE(camera.devCamera);
+    auto camera = testing::openCameraAt(p, device->locationID());
+    ASSERT_TRUE(camera->devCamera);
     uint32_t info = 0;
-    EXPECT_EQ(camera.devCamera->getUSBDeviceInformation(info), kIOReturnSuccess);
+    EXPECT_EQ(camera->devCamera->getUSBDeviceInformation(info), kIOReturnSuccess);
     EXPECT_EQ(info, 0x20u);
-    EXPECT_EQ(camera.awakeDeviceThenClose(camera.devCamera.get()), kIOReturnSuccess);
+    EXPECT_EQ(camera->awakeDeviceThenClose(camera->devCamera.get()), kIOReturnSuccess);
 }
 
 TEST_F(SysfsCamera, UnpluggedCameraAnswersNoDevice) {
@@ -231,23 +223,20 @@ TEST(SysfsUnbound, InterfaceWithoutADriverNeedsTheRawTransport) {
     FakeVideoOpener opener;
     LinuxUsbHost withRaw(tree.rootString(), tree.devRoot(), &opener, &raw);
     platform::Platform p{&withRaw, nullptr, nullptr};
-    QTCamera camera(p);
-    camera.getControlInferace(&camera.controlInterface, &camera.streamInterface,
-                              device->locationID());
-    ASSERT_TRUE(camera.controlInterface);
-    EXPECT_EQ(camera.setData(1, 2, 0x02, 2), kIOReturnSuccess);
+    auto camera = testing::openCameraAt(p, device->locationID());
+    ASSERT_TRUE(camera->controlInterface);
+    EXPECT_EQ(camera->setData(1, 2, 0x02, 2), kIOReturnSuccess);
     EXPECT_EQ(raw.calls, 1);
 
     LinuxUsbHost withoutRaw(tree.rootString(), tree.devRoot(), &opener);
     platform::Platform q{&withoutRaw, nullptr, nullptr};
-    QTCamera other(q);
-    other.getControlInferace(&other.controlInterface, &other.streamInterface, device->locationID());
+    auto other = testing::openCameraAt(q, device->locationID());
     log::ScopedCapture log;
-    EXPECT_EQ(other.setData(1, 2, 0x02, 2), kIOReturnNotPermitted);
+    EXPECT_EQ(other->setData(1, 2, 0x02, 2), kIOReturnNotPermitted);
     struct : platform::ControlChangeObserver {
         void controlChanged(const platform::ControlChange&) override {}
     } ignored;
-    EXPECT_FALSE(other.controlInterface->setControlChangeObserver(&ignored));
+    EXPECT_FALSE(other->controlInterface->setControlChangeObserver(&ignored));
 }
 
 }  // namespace
