@@ -34,7 +34,7 @@ IOReturn NewCamera::write(const ControlWrite& write) {
     if (!camera_) return kIOReturnNoDevice;
     const auto controls = tools::ctlControls();
     const tools::CtlControl& control = controls[write.control % controls.size()];
-    return (camera_.get()->*control.set)(write.value);
+    return tools::writeControl(*camera_, control, write.value);
 }
 
 std::vector<IOReturn> NewCamera::writeEveryControl() {

@@ -1,19 +1,19 @@
 #pragma once
-// The controls orvellactl reads and writes, named by the keys users meet in profiles, each bound
-// to its camera accessors and to its fields in the camera's SupportedControl record.
+// The controls orvellactl reads and writes, named by the keys users meet in profiles: the control
+// catalog's rows (camera/ControlCatalog.h), seen the way the command line uses them.
 
 #include <limits>
 #include <span>
 #include <string_view>
 
+#include "camera/ControlCatalog.h"
 #include "camera/QTCamera.h"
 
 namespace orvella::tools {
 
 struct CtlControl {
-    std::string_view key;
-    IOReturn (QTCamera::*query)(long*);  // null: the value is only held in the record
-    IOReturn (QTCamera::*set)(long);
+    std::string_view key;                 // the command-line name
+    const ControlDescription* row;        // read and written through the camera's generic accessors
     int8_t SupportedControl::*supported;  // null: the LED, present when the LED type is not 0
     long SupportedControl::*cur;          // each of these may be null
     long SupportedControl::*min;
@@ -45,5 +45,8 @@ bool isSupported(const CtlControl& control, const SupportedControl& record);
 
 // Reads the control's value in the accessor's units.
 IOReturn readControl(QTCamera& camera, const CtlControl& control, long* value);
+
+// Writes the value as it is (no clamping), through the control's accessor.
+IOReturn writeControl(QTCamera& camera, const CtlControl& control, long value);
 
 }  // namespace orvella::tools

@@ -6,6 +6,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <string>
 #include <variant>
 
 #include "camera/QTCamera.h"
@@ -22,7 +23,8 @@ namespace orvella::tools {
 
 namespace {
 
-const char kHelp[] = R"(usage: orvellactl [OPTIONS] COMMAND [ARGUMENTS]
+// The help up to the list of controls, which is written from the controls themselves.
+const char kHelpBeforeControls[] = R"(usage: orvellactl [OPTIONS] COMMAND [ARGUMENTS]
 
 Reads and writes the image controls of UVC cameras through the Orvella camera core.
 
@@ -81,11 +83,11 @@ CAMERA is the camera's number in list (from 1), its uniqueID, or a part of its d
 that no other camera's name contains (case is ignored). With one camera it may be left out.
 
 CONTROL is one of the keys used in profiles (case is ignored):
-  Brightness Contrast Hue Saturation Sharpness Gamma Gain BacklightCompensation
-  PowerLineFrequency WhiteBalanceTemperature WhiteBalanceTemperatureAuto AutoExposureMode
-  ExposureTimeAbsolute FocusAuto FocusAbsolute ZoomAbsolute PanAbsolute TiltAbsolute
-  IrisRelative NoiseReduction LEDIndex
-Values are whole numbers (decimal, or hexadecimal with 0x) in the units of the camera core's
+)";
+
+// The help after the list of controls.
+const char kHelpAfterControls[] =
+    R"(Values are whole numbers (decimal, or hexadecimal with 0x) in the units of the camera core's
 accessors: device units for most controls; knob positions 1-15 for exposure on cameras with an
 exposure knob; hue in resolution steps; pan and tilt written in resolution steps but read in
 device units; a relative step for IrisRelative; the LED index 0 (automatic), 1 (on) or 2 (off).
@@ -103,6 +105,22 @@ camera of a model (modelUniqueID). NAME is trimmed of blanks as the application 
 Exit status: 0 success, 1 a camera, file or control operation failed, 2 a usage error.
 Errors are one line on standard error. JSON output is described in docs/orvellactl.md.
 )";
+
+// The controls' names, indented by two and wrapped before the 91st column.
+std::string controlList() {
+    constexpr size_t kIndent = 2, kWidth = 90;
+    std::string list, line;
+    for (const CtlControl& control : ctlControls()) {
+        if (!line.empty() && kIndent + line.size() + 1 + control.key.size() > kWidth) {
+            list += std::string(kIndent, ' ') + line + '\n';
+            line.clear();
+        }
+        if (!line.empty()) line += ' ';
+        line += control.key;
+    }
+    if (!line.empty()) list += std::string(kIndent, ' ') + line + '\n';
+    return list;
+}
 
 // Any failure of a command: a one-line message and the exit status to end with.
 struct Failure {
@@ -418,7 +436,7 @@ std::optional<Failure> commandSet(Session& session, const Options&, const Argume
     if (sent != *value)
         session.err() << "orvellactl: " << *value << " is outside " << control.key << "'s range "
                       << range.lowest << ".." << range.highest << "; set " << sent << '\n';
-    const IOReturn status = (camera.*control.set)(sent);
+    const IOReturn status = writeControl(camera, control, sent);
     if (status != kIOReturnSuccess)
         return Failure{
             QStringLiteral("writing %1 = %2 failed: %3").arg(key, valueText, statusText(status))};
@@ -510,7 +528,7 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
     Options options;
     if (const auto failure = parseOptions(arguments, options)) return fail(err, *failure);
     if (options.help) {
-        out << kHelp;
+        out << kHelpBeforeControls << controlList() << kHelpAfterControls;
         return kExitSuccess;
     }
     if (options.positional.isEmpty())

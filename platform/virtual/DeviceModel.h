@@ -16,6 +16,7 @@
 #include "platform/ControlEvents.h"
 #include "platform/IOReturn.h"
 #include "platform/Usb.h"
+#include "platform/UvcStandardControls.h"
 #include "platform/virtual/StreamingNegotiation.h"
 
 namespace orvella::virtualcam {
@@ -23,7 +24,7 @@ namespace orvella::virtualcam {
 class FaultPlan;
 
 // How a control's bytes are read for clamping and for the automatic-mode rules.
-enum class ValueKind { Unsigned, Signed, Bitmap, PanTilt, Raw };
+using ValueKind = uvc::ValueKind;
 
 struct DeviceControl {
     std::string name;  // UVC standard name or "xu" for extension-unit controls

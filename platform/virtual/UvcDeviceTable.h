@@ -1,31 +1,31 @@
 #pragma once
-// What a UVC camera terminal and processing unit offer, by bmControls bit: the selector, the
-// length of the control and the answers a plausible camera gives when a definition does not
-// describe the control. This is the device's side of the protocol, independent of how the core
-// uses the controls.
+// The virtual camera's view of the standard's camera-terminal and processing-unit controls
+// (platform/UvcStandardControls.h): looked up by bmControls bit while a definition's descriptors
+// are read, and by name where a definition describes a control.
 
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
-#include "platform/virtual/DeviceModel.h"
+#include "platform/UvcStandardControls.h"
 
 namespace orvella::virtualcam {
 
-struct UvcDeviceControlInfo {
-    std::string_view name;
-    uint8_t bit;  // bmControls bit
-    uint8_t selector;
-    uint8_t length;
-    ValueKind kind;
-    int64_t min, max, res, def;  // for PanTilt: applied to both halves
-};
-
-enum class UnitType { CameraTerminal, ProcessingUnit };
+using UvcDeviceControlInfo = uvc::StandardControl;
+using UnitType = uvc::Unit;
 
 // The entry for a bmControls bit, if the bit names a control.
-std::optional<UvcDeviceControlInfo> controlForBit(UnitType unit, uint8_t bit);
-// The entry for a control name ("Brightness", "PanTiltAbsolute", ...).
-std::optional<std::pair<UnitType, UvcDeviceControlInfo>> controlNamed(std::string_view name);
+inline std::optional<UvcDeviceControlInfo> controlForBit(UnitType unit, uint8_t bit) {
+    const uvc::StandardControl* found = uvc::standardAtBit(unit, bit);
+    return found ? std::optional(*found) : std::nullopt;
+}
+
+// The entry for a control's name in the standard table.
+inline std::optional<std::pair<UnitType, UvcDeviceControlInfo>> controlNamed(
+    std::string_view name) {
+    const uvc::StandardControl* found = uvc::findStandard(name);
+    return found ? std::optional(std::pair(found->unit, *found)) : std::nullopt;
+}
 
 }  // namespace orvella::virtualcam

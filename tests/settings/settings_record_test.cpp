@@ -41,7 +41,7 @@ void moveEveryControl(QTCamera& camera) {
             continue;
         const long now = c.*control.cur;
         const long max = control.max ? c.*control.max : now + 1;
-        (camera.*control.set)(now < max ? now + 1 : now - 1);
+        tools::writeControl(camera, control, now < max ? now + 1 : now - 1);
     }
     if (c.cameraLED) camera.setLEDIndex(2);
     camera.queryControlStatus();
