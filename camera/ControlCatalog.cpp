@@ -88,6 +88,7 @@ constexpr ControlDescription kRows[] = {
      .uvc = {"Brightness", PU, 0, 0x02, 2, true},
      .bit = 0,
      .readLength = 4,
+     .settleMicroseconds = 50000,
      .probe = ProbeKind::Range,
      ORVELLA_RANGE(Brightness),
      ORVELLA_DISABLED(Brightness),

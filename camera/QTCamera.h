@@ -152,8 +152,9 @@ class QTCamera {
     // ---- Per-control accessors ----
     // The generic accessors, for any row of the control catalog (camera/ControlCatalog.h): a
     // query reads the control's current value the way its rules say; a set writes it, reads it
-    // back and keeps the read-back in the record. A row the camera cannot reach answers
-    // kIOReturnBadArgument. The named accessors below are the same operations for one control.
+    // back and keeps the read-back in the record. The LED is only set (its query answers
+    // kIOReturnBadArgument); a media-device-only control answers kIOReturnError on a camera
+    // reached over USB. The named accessors below are one-line wrappers for one control.
     IOReturn queryControl(const ControlDescription& control, long* value);
     IOReturn setControl(const ControlDescription& control, long value);
     IOReturn queryAutoExposureMode(long* value);
