@@ -89,6 +89,7 @@ IOReturn writeValue(QTCamera& camera, const ControlDescription& row, long value)
 void keepReadBack(QTCamera& camera, const ControlDescription& row, long asked) {
     long readBack = 0;
     camera.queryControl(row, &readBack);
+    if (!row.cur) return;  // a row without a current-value field keeps nothing
     SupportedControl& record = *camera.supportedControl();
     record.*row.cur = readBack;
     if (onMediaDevice(camera, row) && hasMediaDeviceQuirk(camera)) record.*row.cur = asked;
