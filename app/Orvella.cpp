@@ -455,7 +455,7 @@ void Orvella::cameraControlChanged(QTCamera& camera, const FollowedChange& chang
     // What an automatic mode moves changes all the time; another program's write is worth a line.
     if (change.change.valueChanged && !change.governed && change.control)
         NSLog("%.*s of %s was changed by another program",
-              static_cast<int>(change.control->name.size()), change.control->name.data(),
+              static_cast<int>(change.control->title.size()), change.control->title.data(),
               qUtf8Printable(camera.displayName()));
     if (&camera == qtCamera()) panel_->showCameraRecord();
     guard_.controlChanged(&camera, change);

@@ -105,6 +105,7 @@ constexpr ControlDescription kRows[] = {
      .uvc = standardControl("Brightness", "Brightness"),
      .bit = standardBit("Brightness"),
      .readLength = 4,
+     .settleMicroseconds = 50000,
      .probe = ProbeKind::Range,
      ORVELLA_RANGE(Brightness),
      ORVELLA_DISABLED(Brightness),

@@ -68,7 +68,7 @@ enum class ApplyKind : uint8_t {
 };
 
 struct ControlDescription {
-    int32_t id = 0;          // setting identifier (SettingsID), also the order of application
+    int32_t id = 0;            // setting identifier (SettingsID), also the order of application
     std::string_view key{};    // settings key, log name of the status walk, command-line name
     std::string_view title{};  // as probing logs it
     // The name its record fields and disabled key carry ("PanTiltAbsolute" for pan and tilt);
@@ -79,6 +79,9 @@ struct ControlDescription {
     UvcControl uvc{};        // unit, selector, length and signedness (ProbeKind::None: unused)
     int8_t bit = -1;         // bit in its unit's bmControls; -1: not declared there
     uint8_t readLength = 0;  // GET_CUR length of the query (usually the control's length)
+    // The pause between a set and its read-back, for a value that settles before it reads back
+    // right.
+    uint32_t settleMicroseconds = 0;
     ProbeKind probe = ProbeKind::None;
     ValueRule rule = ValueRule::Plain;
 

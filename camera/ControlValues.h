@@ -5,6 +5,7 @@
 
 #include <cstdint>
 
+#include "camera/ControlCatalog.h"
 #include "camera/ControlTable.h"
 #include "camera/QTCamera.h"
 
@@ -25,6 +26,16 @@ inline int32_t unitOf(const QTCamera& camera, const UvcControl& control) {
             break;
     }
     return control.fixedUnit;
+}
+
+// Whether the control's GET_INFO is to be overruled as "enabled": its automatic mode is one the
+// camera's answer is not believed for, the camera has that mode, and the mode's current value in
+// the record frees the control.
+inline bool masterFreesControl(const SupportedControl& record, const ControlDescription& row) {
+    if (!row.masterOverridesInfo) return false;
+    const ControlDescription* master = catalog::byID(row.master);
+    return master && master->present && master->cur && record.*master->present &&
+           row.isFreedBy(record.*master->cur);
 }
 
 inline long signExtend16(long value) {

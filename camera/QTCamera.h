@@ -13,7 +13,7 @@
 #include <vector>
 
 #include "camera/CMIOControl.h"
-#include "camera/ControlTable.h"
+#include "camera/ControlCatalog.h"
 #include "camera/FormatEntry.h"
 #include "camera/SupportedControl.h"
 #include "platform/ControlEvents.h"
@@ -34,14 +34,14 @@ constexpr uint32_t kCameraTypeMediaDevice = 2;  // built-in camera, media-device
 
 // A change another program (or the camera's own automatic mode) made, as the camera took it in.
 struct FollowedChange {
-    const UvcControl* control = nullptr;  // the control's table entry (tell controls by name)
-    platform::ControlChange change;       // as the backend told it
+    // The control's catalog row (for a pan/tilt change, the pan row); tell controls apart by
+    // their rows or setting identifiers.
+    const ControlDescription* control = nullptr;
+    platform::ControlChange change;  // as the backend told it
     // An automatic mode owns the control now (its disabled flag in the record): a value change
     // is then the camera's own doing.
     bool governed = false;
 };
-
-struct ControlDescription;
 
 class QTCamera {
   public:
@@ -152,8 +152,9 @@ class QTCamera {
     // ---- Per-control accessors ----
     // The generic accessors, for any row of the control catalog (camera/ControlCatalog.h): a
     // query reads the control's current value the way its rules say; a set writes it, reads it
-    // back and keeps the read-back in the record. A row the camera cannot reach answers
-    // kIOReturnBadArgument. The named accessors below are the same operations for one control.
+    // back and keeps the read-back in the record. The LED is only set (its query answers
+    // kIOReturnBadArgument); a media-device-only control answers kIOReturnError on a camera
+    // reached over USB. The named accessors below are one-line wrappers for one control.
     IOReturn queryControl(const ControlDescription& control, long* value);
     IOReturn setControl(const ControlDescription& control, long value);
     IOReturn queryAutoExposureMode(long* value);

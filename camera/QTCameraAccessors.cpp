@@ -1,8 +1,9 @@
-// The per-control accessors: one query and one set per image control. A query reads the current
-// value (GET_CUR over USB, or the control object on the media-device path); a set writes the new
-// value, reads it back with its own query and keeps the read-back as the control's current value
-// in the SupportedControl record. Controls are described once in the table below; the named
-// operations are thin wrappers that add only their control's own rules.
+// The per-control accessors: one query and one set for any row of the control catalog. A query
+// reads the current value (GET_CUR over USB, or the control object on the media-device path); a
+// set writes the new value, reads it back with the query and keeps the read-back as the control's
+// current value in the SupportedControl record. What sets a control apart (knob positions, hue
+// steps, the motor focus, the pan/tilt pair, the relative iris, the zoom's read-back, the LED)
+// follows from its row's value rule; the named operations are one-line wrappers.
 
 #include <iterator>
 
@@ -18,133 +19,115 @@ namespace orvella {
 
 namespace {
 
-using SC = SupportedControl;
+using settings::kAutoExposureMode;
+using settings::kBacklightCompensation;
+using settings::kBrightness;
+using settings::kContrast;
+using settings::kExposureTimeAbsolute;
+using settings::kFocusAbsolute;
+using settings::kFocusAuto;
+using settings::kGain;
+using settings::kGamma;
+using settings::kHue;
+using settings::kLED;
+using settings::kNoiseReduction;
+using settings::kPanAbsolute;
+using settings::kPowerLineFrequency;
+using settings::kSaturation;
+using settings::kSharpness;
+using settings::kTiltAbsolute;
+using settings::kWhiteBalanceTemperature;
+using settings::kWhiteBalanceTemperatureAuto;
+using settings::kZoomAbsolute;
 
-struct Accessor {
-    const UvcControl* control;                    // null: not reachable over USB
-    int32_t readLength;                           // GET_CUR length of the query
-    long SC::*cur;                                // where a set keeps the read-back; null: nowhere
-    CMIOControl CMIOControls::*object = nullptr;  // control object on the media-device path
-    // The media-device quirk vendor's control objects mishandle one exact value; it is sent
-    // nudged slightly below.
-    long nudgedValue = 0;
-    float nudgedTo = 0;
-};
+const ControlDescription& rowOf(int32_t id) {
+    return *catalog::byID(id);
+}
 
-constexpr long kMidScale = 128;
-constexpr float kMidScaleNudged = 127.9f;
+// The control is reached over USB (the media-device-only and the LED rows are not).
+bool hasUsbControl(const ControlDescription& row) {
+    return row.uvc.length != 0;
+}
 
-constexpr Accessor kAutoExposureMode{&controls::AutoExposureMode, 1, &SC::curAutoExposureMode};
-constexpr Accessor kExposureTime{&controls::ExposureTimeAbsolute, 4, &SC::curExposureTimeAbsolute,
-                                 &CMIOControls::exposure,         0, -0.1f};
-// Brightness is read as 4 bytes although the control is 2 bytes wide; only the low 16 bits
-// count.
-constexpr Accessor kBrightness{&controls::Brightness,     4,         &SC::curBrightness,
-                               &CMIOControls::brightness, kMidScale, kMidScaleNudged};
-constexpr Accessor kContrast{&controls::Contrast,     2,         &SC::curContrast,
-                             &CMIOControls::contrast, kMidScale, kMidScaleNudged};
-constexpr Accessor kHue{&controls::Hue,     2,         &SC::curHue,
-                        &CMIOControls::hue, kMidScale, kMidScaleNudged};
-constexpr Accessor kSaturation{&controls::Saturation,     2,         &SC::curSaturation,
-                               &CMIOControls::saturation, kMidScale, kMidScaleNudged};
-constexpr Accessor kSharpness{&controls::Sharpness,     2,         &SC::curSharpness,
-                              &CMIOControls::sharpness, kMidScale, kMidScaleNudged};
-constexpr Accessor kNoiseReduction{
-    nullptr, 0, &SC::curNoiseReduction, &CMIOControls::noiseReduction, kMidScale, kMidScaleNudged};
-constexpr Accessor kGamma{&controls::Gamma, 2, &SC::curGamma};
-constexpr Accessor kWhiteBalanceTemperature{&controls::WhiteBalanceTemperature, 2,
-                                            &SC::curWhiteBalanceTemperature};
-constexpr Accessor kBacklightCompensation{&controls::BacklightCompensation, 2,
-                                          &SC::curBacklightCompensation};
-constexpr Accessor kGain{&controls::Gain, 2, &SC::curGain};
-constexpr Accessor kPowerLineFrequency{&controls::PowerLineFrequency, 1,
-                                       &SC::curPowerLineFrequency};
-constexpr Accessor kWhiteBalanceTemperatureAuto{&controls::WhiteBalanceTemperatureAuto, 1,
-                                                &SC::curWhiteBalanceTemperatureAuto};
-constexpr Accessor kFocusAuto{&controls::FocusAuto, 1, &SC::curFocusAuto};
-constexpr Accessor kFocusAbsolute{&controls::FocusAbsolute, 2, &SC::curFocusAbsolute};
-constexpr Accessor kZoomAbsolute{&controls::ZoomAbsolute, 2, &SC::curZoomAbsolute};
-constexpr Accessor kIrisRelative{&controls::IrisRelative, 1, nullptr};
-
-using Query = IOReturn (QTCamera::*)(long*);
-
-bool onMediaDevice(const QTCamera& camera, const Accessor& accessor) {
-    return accessor.object && usesMediaDevice(camera);
+bool onMediaDevice(const QTCamera& camera, const ControlDescription& row) {
+    return row.object && usesMediaDevice(camera);
 }
 
 bool hasMediaDeviceQuirk(const QTCamera& camera) {
     return usesMediaDevice(camera) && camera.vendorID() == models::kVendorBuiltInMediaDevice;
 }
 
-CMIOControl* objectOf(QTCamera& camera, const Accessor& accessor) {
-    return &(camera.cmioControls().*accessor.object);
+CMIOControl* objectOf(QTCamera& camera, const ControlDescription& row) {
+    return &(camera.cmioControls().*row.object);
 }
 
-IOReturn readValue(QTCamera& camera, const Accessor& accessor, long* value) {
+IOReturn readValue(QTCamera& camera, const ControlDescription& row, long* value) {
     if (!value) return kIOReturnBadArgument;
     *value = 0;
-    if (onMediaDevice(camera, accessor)) return camera.getData(value, objectOf(camera, accessor));
-    const UvcControl& control = *accessor.control;
-    const IOReturn status = camera.getDataFor(uvc::GET_CUR, accessor.readLength, control.selector,
+    if (onMediaDevice(camera, row)) return camera.getData(value, objectOf(camera, row));
+    const UvcControl& control = row.uvc;
+    const IOReturn status = camera.getDataFor(uvc::GET_CUR, row.readLength, control.selector,
                                               unitOf(camera, control), value);
     if (control.isSigned) *value = signExtend16(*value);
     return status;
 }
 
-IOReturn writeValue(QTCamera& camera, const Accessor& accessor, long value) {
-    if (onMediaDevice(camera, accessor)) {
+IOReturn writeValue(QTCamera& camera, const ControlDescription& row, long value) {
+    if (onMediaDevice(camera, row)) {
+        // The quirk vendor's control objects mishandle one exact value; it is sent nudged.
         float sent = static_cast<float>(value);
-        if (hasMediaDeviceQuirk(camera) && value == accessor.nudgedValue) sent = accessor.nudgedTo;
-        return camera.setData(objectOf(camera, accessor), sent);
+        if (hasMediaDeviceQuirk(camera) && value == row.nudgedValue) sent = row.nudgedTo;
+        return camera.setData(objectOf(camera, row), sent);
     }
-    const UvcControl& control = *accessor.control;
+    const UvcControl& control = row.uvc;
     return camera.setData(value, control.length, control.selector, unitOf(camera, control));
 }
 
 // Reads the control back with its own query and keeps the answer as its current value; the
 // status of the read-back is not looked at. The quirk vendor's control objects answer with the
 // nudged value, so for them the value asked for is kept instead.
-void keepReadBack(QTCamera& camera, const Accessor& accessor, Query query, long asked) {
+void keepReadBack(QTCamera& camera, const ControlDescription& row, long asked) {
     long readBack = 0;
-    (camera.*query)(&readBack);
+    camera.queryControl(row, &readBack);
+    if (!row.cur) return;  // a row without a current-value field keeps nothing
     SupportedControl& record = *camera.supportedControl();
-    record.*accessor.cur = readBack;
-    if (onMediaDevice(camera, accessor) && hasMediaDeviceQuirk(camera))
-        record.*accessor.cur = asked;
+    record.*row.cur = readBack;
+    if (onMediaDevice(camera, row) && hasMediaDeviceQuirk(camera)) record.*row.cur = asked;
 }
 
-IOReturn writeAndKeep(QTCamera& camera, const Accessor& accessor, Query query, long value) {
-    const IOReturn status = writeValue(camera, accessor, value);
-    keepReadBack(camera, accessor, query, value);
-    return status;
+// Pan and tilt share one 8-byte control; a row's half is the one its record fields name.
+const PanTiltHalf& halfOf(const ControlDescription& row) {
+    return row.cur == kTilt.cur ? kTilt : kPan;
 }
 
 // Pan and tilt are written together: the half being set gets the new value, the other its
 // current one, each in resolution steps scaled back to device units. The write's status is not
 // looked at; a failed read-back is returned and leaves the stored value alone.
-IOReturn setPanTiltHalf(QTCamera& camera, const PanTiltHalf& half, long value, Query query) {
+IOReturn setPanTiltHalf(QTCamera& camera, const ControlDescription& row, long value) {
     SupportedControl& record = *camera.supportedControl();
+    const PanTiltHalf& half = halfOf(row);
     const bool settingPan = half.shift == kPan.shift;
     const long pan = settingPan ? value : record.curPanAbsolute;
     const long tilt = settingPan ? record.curTiltAbsolute : value;
-    const UvcControl& control = controls::PanTiltAbsolute;
+    const UvcControl& control = row.uvc;
     camera.setUInt64(packPanTilt(multiplySteps(pan, record.resPanAbsolute),
                                  multiplySteps(tilt, record.resTiltAbsolute)),
                      control.selector, unitOf(camera, control));
     long readBack = 0;
-    const IOReturn status = (camera.*query)(&readBack);
+    const IOReturn status = camera.queryControl(row, &readBack);
     if (status != kIOReturnSuccess) return status;
     record.*half.cur = divideSteps(readBack, resolutionOf(record.*half.res));
     return status;
 }
 
-IOReturn queryPanTiltHalf(QTCamera& camera, const PanTiltHalf& half, long* value) {
+// The pan and tilt queries return device units; the sets and the record work in steps.
+IOReturn queryPanTiltHalf(QTCamera& camera, const ControlDescription& row, long* value) {
     if (!value) return kIOReturnBadArgument;
-    const UvcControl& control = controls::PanTiltAbsolute;
+    const UvcControl& control = row.uvc;
     uint64_t both = 0;
     const IOReturn status =
         camera.getUInt64(uvc::GET_CUR, control.selector, unitOf(camera, control), &both);
-    *value = panTiltHalf(both, half);
+    *value = panTiltHalf(both, halfOf(row));
     return status;
 }
 
@@ -206,181 +189,248 @@ IOReturn sendLedRequest(QTCamera& camera, const models::LedType2Unit& unit, long
 
 }  // namespace
 
-// ---- The plain pairs ----
+// ---- The generic pair ----
+
+IOReturn QTCamera::queryControl(const ControlDescription& control, long* value) {
+    switch (control.rule) {
+        case ValueRule::Led:
+            return kIOReturnBadArgument;  // the LED is only set
+        case ValueRule::PanTilt:
+            return queryPanTiltHalf(*this, control, value);
+        case ValueRule::Focus:
+            // Motor-focus cameras cannot report their focus: the last value set stands for it.
+            if (!models::isExtensionUnitFocusCamera(_vendorID, _productID)) break;
+            if (!value) return kIOReturnBadArgument;
+            *value = _supportedControl.*control.cur;
+            return kIOReturnSuccess;
+        case ValueRule::ExposureTime: {
+            // Exposure-knob cameras present a knob position; the device holds a time.
+            const IOReturn status = readValue(*this, control, value);
+            if (value && models::isExposureKnobCamera(_vendorID, _productID))
+                *value = MSLifeCamKnobFromExposureTime(*value);
+            return status;
+        }
+        case ValueRule::Hue: {
+            // Presented in steps of its resolution.
+            const IOReturn status = readValue(*this, control, value);
+            if (value) *value = divideSteps(*value, resolutionOf(_supportedControl.*control.res));
+            return status;
+        }
+        default:
+            break;
+    }
+    if (!hasUsbControl(control) && !onMediaDevice(*this, control)) {
+        // Reached only through a control object this camera does not have.
+        if (value) *value = 0;
+        return kIOReturnError;
+    }
+    return readValue(*this, control, value);
+}
+
+IOReturn QTCamera::setControl(const ControlDescription& control, long value) {
+    switch (control.rule) {
+        case ValueRule::Led: {
+            const long mode = ledMode(value);
+            IOReturn status;
+            switch (_supportedControl.cameraLED) {
+                case 1: {
+                    const UvcControl& led = controls::LedType1;
+                    status = setData(mode, led.length, led.selector, led.fixedUnit);
+                    break;
+                }
+                case 2: {
+                    const models::LedType2Unit unit = models::ledType2Unit(_productID);
+                    if (models::isLedDoubleWriteCamera(_productID) && mode != kLedModeOff) {
+                        // These switch on only when told "automatic" first and "on" a moment
+                        // later.
+                        status = sendLedRequest(*this, unit, kLedModeAuto);
+                        if (mode == kLedModeOn) {
+                            usleep(kLedDoubleWritePause);
+                            status = sendLedRequest(*this, unit, kLedModeOn);
+                        }
+                    } else {
+                        status = sendLedRequest(*this, unit, mode);
+                    }
+                    break;
+                }
+                default:
+                    return kLedUnsupported;
+            }
+            _supportedControl.ledIndex = value;
+            return status;
+        }
+        case ValueRule::PanTilt:
+            return setPanTiltHalf(*this, control, value);
+        case ValueRule::Focus:
+            if (!models::isExtensionUnitFocusCamera(_vendorID, _productID)) break;
+            {
+                const UvcControl& motor = controls::MotorFocus;
+                const IOReturn status =
+                    setData(value, motor.length, motor.selector, motor.fixedUnit);
+                _supportedControl.*control.cur = value;
+                return status;
+            }
+        case ValueRule::ExposureTime:
+            if (models::isExposureKnobCamera(_vendorID, _productID))
+                value = MSLifeCamExposureTimeFromKnob(value);
+            break;
+        case ValueRule::Hue: {
+            const long scaled = static_cast<int16_t>(
+                multiplySteps(value, static_cast<int32_t>(_supportedControl.*control.res)));
+            const IOReturn status = writeValue(*this, control, scaled);
+            keepReadBack(*this, control, value);
+            return status;
+        }
+        case ValueRule::Relative: {
+            // A one-shot step: nothing to keep; the read-back's status is returned.
+            writeValue(*this, control, value);
+            long readBack = 0;
+            return queryControl(control, &readBack);
+        }
+        case ValueRule::ZoomFocal: {
+            writeValue(*this, control, value);  // the read-back's status is the one that counts
+            long readBack = 0;
+            const IOReturn status = queryControl(control, &readBack);
+            _supportedControl.*control.cur = readBack;
+            return status;
+        }
+        default:
+            break;
+    }
+    if (!hasUsbControl(control) && !onMediaDevice(*this, control)) {
+        keepReadBack(*this, control, value);
+        return kIOReturnError;
+    }
+    const IOReturn status = writeValue(*this, control, value);
+    if (control.settleMicroseconds) usleep(control.settleMicroseconds);
+    keepReadBack(*this, control, value);
+    return status;
+}
+
+// ---- The named pairs ----
 
 IOReturn QTCamera::queryAutoExposureMode(long* value) {
-    return readValue(*this, kAutoExposureMode, value);
+    return queryControl(rowOf(kAutoExposureMode), value);
 }
 IOReturn QTCamera::setAutoExposureMode(long value) {
-    return writeAndKeep(*this, kAutoExposureMode, &QTCamera::queryAutoExposureMode, value);
+    return setControl(rowOf(kAutoExposureMode), value);
 }
-IOReturn QTCamera::queryContrast(long* value) {
-    return readValue(*this, kContrast, value);
-}
-IOReturn QTCamera::setContrast(long value) {
-    return writeAndKeep(*this, kContrast, &QTCamera::queryContrast, value);
-}
-IOReturn QTCamera::querySaturation(long* value) {
-    return readValue(*this, kSaturation, value);
-}
-IOReturn QTCamera::setSaturation(long value) {
-    return writeAndKeep(*this, kSaturation, &QTCamera::querySaturation, value);
-}
-IOReturn QTCamera::querySharpness(long* value) {
-    return readValue(*this, kSharpness, value);
-}
-IOReturn QTCamera::setSharpness(long value) {
-    return writeAndKeep(*this, kSharpness, &QTCamera::querySharpness, value);
-}
-IOReturn QTCamera::queryGamma(long* value) {
-    return readValue(*this, kGamma, value);
-}
-IOReturn QTCamera::setGamma(long value) {
-    return writeAndKeep(*this, kGamma, &QTCamera::queryGamma, value);
-}
-IOReturn QTCamera::queryWhiteBalanceTemperature(long* value) {
-    return readValue(*this, kWhiteBalanceTemperature, value);
-}
-IOReturn QTCamera::setWhiteBalanceTemperature(long value) {
-    return writeAndKeep(*this, kWhiteBalanceTemperature, &QTCamera::queryWhiteBalanceTemperature,
-                        value);
-}
-IOReturn QTCamera::queryBacklightCompensation(long* value) {
-    return readValue(*this, kBacklightCompensation, value);
-}
-IOReturn QTCamera::setBacklightCompensation(long value) {
-    return writeAndKeep(*this, kBacklightCompensation, &QTCamera::queryBacklightCompensation,
-                        value);
-}
-IOReturn QTCamera::queryGain(long* value) {
-    return readValue(*this, kGain, value);
-}
-IOReturn QTCamera::setGain(long value) {
-    return writeAndKeep(*this, kGain, &QTCamera::queryGain, value);
-}
-IOReturn QTCamera::queryPowerLineFrequency(long* value) {
-    return readValue(*this, kPowerLineFrequency, value);
-}
-IOReturn QTCamera::setPowerLineFrequency(long value) {
-    return writeAndKeep(*this, kPowerLineFrequency, &QTCamera::queryPowerLineFrequency, value);
-}
-IOReturn QTCamera::queryWhiteBalanceTemperatureAuto(long* value) {
-    return readValue(*this, kWhiteBalanceTemperatureAuto, value);
-}
-IOReturn QTCamera::setWhiteBalanceTemperatureAuto(long value) {
-    return writeAndKeep(*this, kWhiteBalanceTemperatureAuto,
-                        &QTCamera::queryWhiteBalanceTemperatureAuto, value);
-}
-IOReturn QTCamera::queryFocusAuto(long* value) {
-    return readValue(*this, kFocusAuto, value);
-}
-IOReturn QTCamera::setFocusAuto(long value) {
-    return writeAndKeep(*this, kFocusAuto, &QTCamera::queryFocusAuto, value);
-}
-
-// ---- Pairs with rules of their own ----
-
-// Exposure-knob cameras present a knob position; the device holds a time.
 IOReturn QTCamera::queryExposureTimeAbsolute(long* value) {
-    const IOReturn status = readValue(*this, kExposureTime, value);
-    if (value && models::isExposureKnobCamera(_vendorID, _productID))
-        *value = MSLifeCamKnobFromExposureTime(*value);
-    return status;
+    return queryControl(rowOf(kExposureTimeAbsolute), value);
 }
 IOReturn QTCamera::setExposureTimeAbsolute(long value) {
-    const long time = models::isExposureKnobCamera(_vendorID, _productID)
-                          ? MSLifeCamExposureTimeFromKnob(value)
-                          : value;
-    return writeAndKeep(*this, kExposureTime, &QTCamera::queryExposureTimeAbsolute, time);
+    return setControl(rowOf(kExposureTimeAbsolute), value);
 }
-
 IOReturn QTCamera::queryBrightness(long* value) {
-    return readValue(*this, kBrightness, value);
+    return queryControl(rowOf(kBrightness), value);
 }
 IOReturn QTCamera::setBrightness(long value) {
-    const IOReturn status = writeValue(*this, kBrightness, value);
-    usleep(50000);  // the value settles before it reads back right
-    keepReadBack(*this, kBrightness, &QTCamera::queryBrightness, value);
-    return status;
+    return setControl(rowOf(kBrightness), value);
 }
-
-// Hue is presented in steps of its resolution.
+IOReturn QTCamera::queryContrast(long* value) {
+    return queryControl(rowOf(kContrast), value);
+}
+IOReturn QTCamera::setContrast(long value) {
+    return setControl(rowOf(kContrast), value);
+}
 IOReturn QTCamera::queryHue(long* value) {
-    const IOReturn status = readValue(*this, kHue, value);
-    if (value) *value = divideSteps(*value, resolutionOf(_supportedControl.resHue));
-    return status;
+    return queryControl(rowOf(kHue), value);
 }
 IOReturn QTCamera::setHue(long value) {
-    const long scaled =
-        static_cast<int16_t>(multiplySteps(value, static_cast<int32_t>(_supportedControl.resHue)));
-    const IOReturn status = writeValue(*this, kHue, scaled);
-    keepReadBack(*this, kHue, &QTCamera::queryHue, value);
-    return status;
+    return setControl(rowOf(kHue), value);
 }
-
-// Motor-focus cameras cannot report their focus: the last value set stands for it.
+IOReturn QTCamera::querySaturation(long* value) {
+    return queryControl(rowOf(kSaturation), value);
+}
+IOReturn QTCamera::setSaturation(long value) {
+    return setControl(rowOf(kSaturation), value);
+}
+IOReturn QTCamera::querySharpness(long* value) {
+    return queryControl(rowOf(kSharpness), value);
+}
+IOReturn QTCamera::setSharpness(long value) {
+    return setControl(rowOf(kSharpness), value);
+}
+IOReturn QTCamera::queryGamma(long* value) {
+    return queryControl(rowOf(kGamma), value);
+}
+IOReturn QTCamera::setGamma(long value) {
+    return setControl(rowOf(kGamma), value);
+}
+IOReturn QTCamera::queryWhiteBalanceTemperature(long* value) {
+    return queryControl(rowOf(kWhiteBalanceTemperature), value);
+}
+IOReturn QTCamera::setWhiteBalanceTemperature(long value) {
+    return setControl(rowOf(kWhiteBalanceTemperature), value);
+}
+IOReturn QTCamera::queryBacklightCompensation(long* value) {
+    return queryControl(rowOf(kBacklightCompensation), value);
+}
+IOReturn QTCamera::setBacklightCompensation(long value) {
+    return setControl(rowOf(kBacklightCompensation), value);
+}
+IOReturn QTCamera::queryGain(long* value) {
+    return queryControl(rowOf(kGain), value);
+}
+IOReturn QTCamera::setGain(long value) {
+    return setControl(rowOf(kGain), value);
+}
+IOReturn QTCamera::queryPowerLineFrequency(long* value) {
+    return queryControl(rowOf(kPowerLineFrequency), value);
+}
+IOReturn QTCamera::setPowerLineFrequency(long value) {
+    return setControl(rowOf(kPowerLineFrequency), value);
+}
+IOReturn QTCamera::queryWhiteBalanceTemperatureAuto(long* value) {
+    return queryControl(rowOf(kWhiteBalanceTemperatureAuto), value);
+}
+IOReturn QTCamera::setWhiteBalanceTemperatureAuto(long value) {
+    return setControl(rowOf(kWhiteBalanceTemperatureAuto), value);
+}
+IOReturn QTCamera::queryFocusAuto(long* value) {
+    return queryControl(rowOf(kFocusAuto), value);
+}
+IOReturn QTCamera::setFocusAuto(long value) {
+    return setControl(rowOf(kFocusAuto), value);
+}
 IOReturn QTCamera::queryFocusAbsolute(long* value) {
-    if (!models::isExtensionUnitFocusCamera(_vendorID, _productID))
-        return readValue(*this, kFocusAbsolute, value);
-    if (!value) return kIOReturnBadArgument;
-    *value = _supportedControl.curFocusAbsolute;
-    return kIOReturnSuccess;
+    return queryControl(rowOf(kFocusAbsolute), value);
 }
 IOReturn QTCamera::setFocusAbsolute(long value) {
-    if (!models::isExtensionUnitFocusCamera(_vendorID, _productID))
-        return writeAndKeep(*this, kFocusAbsolute, &QTCamera::queryFocusAbsolute, value);
-    const UvcControl& motor = controls::MotorFocus;
-    const IOReturn status = setData(value, motor.length, motor.selector, motor.fixedUnit);
-    _supportedControl.curFocusAbsolute = value;
-    return status;
+    return setControl(rowOf(kFocusAbsolute), value);
 }
-
 IOReturn QTCamera::queryZoomAbsolute(long* value) {
-    return readValue(*this, kZoomAbsolute, value);
+    return queryControl(rowOf(kZoomAbsolute), value);
 }
 IOReturn QTCamera::setZoomAbsolute(long value) {
-    writeValue(*this, kZoomAbsolute, value);  // the read-back's status is the one that counts
-    long readBack = 0;
-    const IOReturn status = queryZoomAbsolute(&readBack);
-    _supportedControl.curZoomAbsolute = readBack;
-    return status;
+    return setControl(rowOf(kZoomAbsolute), value);
 }
-
-// The pan and tilt queries return device units; the sets and the record work in steps.
 IOReturn QTCamera::queryPanAbsolute(long* value) {
-    return queryPanTiltHalf(*this, kPan, value);
+    return queryControl(rowOf(kPanAbsolute), value);
 }
 IOReturn QTCamera::setPanAbsolute(long value) {
-    return setPanTiltHalf(*this, kPan, value, &QTCamera::queryPanAbsolute);
+    return setControl(rowOf(kPanAbsolute), value);
 }
 IOReturn QTCamera::queryTiltAbsolute(long* value) {
-    return queryPanTiltHalf(*this, kTilt, value);
+    return queryControl(rowOf(kTiltAbsolute), value);
 }
 IOReturn QTCamera::setTiltAbsolute(long value) {
-    return setPanTiltHalf(*this, kTilt, value, &QTCamera::queryTiltAbsolute);
+    return setControl(rowOf(kTiltAbsolute), value);
 }
-
-// Iris (relative) is a one-shot step: nothing to keep.
 IOReturn QTCamera::queryIrisRelative(long* value) {
-    return readValue(*this, kIrisRelative, value);
+    return queryControl(rowOf(settings::kAperture), value);
 }
 IOReturn QTCamera::setIrisRelative(long value) {
-    writeValue(*this, kIrisRelative, value);
-    long readBack = 0;
-    return queryIrisRelative(&readBack);
+    return setControl(rowOf(settings::kAperture), value);
 }
-
-// Noise reduction exists only as a media-device control object.
 IOReturn QTCamera::queryNoiseReduction(long* value) {
-    if (usesMediaDevice(*this)) return readValue(*this, kNoiseReduction, value);
-    if (value) *value = 0;
-    return kIOReturnError;
+    return queryControl(rowOf(kNoiseReduction), value);
 }
 IOReturn QTCamera::setNoiseReduction(long value) {
-    if (usesMediaDevice(*this))
-        return writeAndKeep(*this, kNoiseReduction, &QTCamera::queryNoiseReduction, value);
-    keepReadBack(*this, kNoiseReduction, &QTCamera::queryNoiseReduction, value);
-    return kIOReturnError;
+    return setControl(rowOf(kNoiseReduction), value);
+}
+IOReturn QTCamera::setLEDIndex(long index) {
+    return setControl(rowOf(kLED), index);
 }
 
 // ---- Motor and LED ----
@@ -406,86 +456,6 @@ IOReturn QTCamera::setPTZ(long direction) {
         return setData(kMotorResetPanAndTilt, control.length, control.selector, control.fixedUnit);
     }
     return kIOReturnSuccess;
-}
-
-IOReturn QTCamera::setLEDIndex(long index) {
-    const long mode = ledMode(index);
-    IOReturn status;
-    switch (_supportedControl.cameraLED) {
-        case 1: {
-            const UvcControl& control = controls::LedType1;
-            status = setData(mode, control.length, control.selector, control.fixedUnit);
-            break;
-        }
-        case 2: {
-            const models::LedType2Unit unit = models::ledType2Unit(_productID);
-            if (models::isLedDoubleWriteCamera(_productID) && mode != kLedModeOff) {
-                // These switch on only when told "automatic" first and "on" a moment later.
-                status = sendLedRequest(*this, unit, kLedModeAuto);
-                if (mode == kLedModeOn) {
-                    usleep(kLedDoubleWritePause);
-                    status = sendLedRequest(*this, unit, kLedModeOn);
-                }
-            } else {
-                status = sendLedRequest(*this, unit, mode);
-            }
-            break;
-        }
-        default:
-            return kLedUnsupported;
-    }
-    _supportedControl.ledIndex = index;
-    return status;
-}
-
-namespace {
-
-struct NamedAccessors {
-    IOReturn (QTCamera::*query)(long*);
-    IOReturn (QTCamera::*set)(long);
-};
-
-// The named accessors by setting identifier.
-constexpr NamedAccessors kNamed[] = {
-    {},
-    {&QTCamera::queryAutoExposureMode, &QTCamera::setAutoExposureMode},
-    {},
-    {&QTCamera::queryExposureTimeAbsolute, &QTCamera::setExposureTimeAbsolute},
-    {&QTCamera::queryBrightness, &QTCamera::setBrightness},
-    {&QTCamera::queryContrast, &QTCamera::setContrast},
-    {&QTCamera::queryHue, &QTCamera::setHue},
-    {&QTCamera::querySaturation, &QTCamera::setSaturation},
-    {&QTCamera::querySharpness, &QTCamera::setSharpness},
-    {&QTCamera::queryGamma, &QTCamera::setGamma},
-    {&QTCamera::queryWhiteBalanceTemperatureAuto, &QTCamera::setWhiteBalanceTemperatureAuto},
-    {&QTCamera::queryWhiteBalanceTemperature, &QTCamera::setWhiteBalanceTemperature},
-    {&QTCamera::queryPowerLineFrequency, &QTCamera::setPowerLineFrequency},
-    {&QTCamera::queryBacklightCompensation, &QTCamera::setBacklightCompensation},
-    {&QTCamera::queryGain, &QTCamera::setGain},
-    {&QTCamera::queryFocusAuto, &QTCamera::setFocusAuto},
-    {&QTCamera::queryFocusAbsolute, &QTCamera::setFocusAbsolute},
-    {&QTCamera::queryZoomAbsolute, &QTCamera::setZoomAbsolute},
-    {&QTCamera::queryPanAbsolute, &QTCamera::setPanAbsolute},
-    {&QTCamera::queryTiltAbsolute, &QTCamera::setTiltAbsolute},
-    {&QTCamera::queryIrisRelative, &QTCamera::setIrisRelative},
-    {&QTCamera::queryNoiseReduction, &QTCamera::setNoiseReduction},
-    {nullptr, &QTCamera::setLEDIndex},
-};
-
-}  // namespace
-
-IOReturn QTCamera::queryControl(const ControlDescription& control, long* value) {
-    if (control.id < 0 || control.id >= static_cast<int32_t>(std::size(kNamed)) ||
-        !kNamed[control.id].query)
-        return kIOReturnBadArgument;
-    return (this->*kNamed[control.id].query)(value);
-}
-
-IOReturn QTCamera::setControl(const ControlDescription& control, long value) {
-    if (control.id < 0 || control.id >= static_cast<int32_t>(std::size(kNamed)) ||
-        !kNamed[control.id].set)
-        return kIOReturnBadArgument;
-    return (this->*kNamed[control.id].set)(value);
 }
 
 }  // namespace orvella

@@ -6,7 +6,7 @@
 
 #include <algorithm>
 
-#include "camera/ControlTable.h"
+#include "camera/ControlCatalog.h"
 #include "camera/ControlValues.h"
 #include "camera/ModelTables.h"
 #include "camera/PanTilt.h"
@@ -19,117 +19,67 @@ namespace orvella {
 
 namespace {
 
-using SC = SupportedControl;
-
-// How a control's value is decoded into the record.
-enum class Decode : uint8_t {
-    Plain,         // as it is (sign-extended when the control is signed)
-    ExposureTime,  // knob positions on the exposure-knob cameras
-    Hue,           // resolution steps
-    Focus,         // the motor-focus cameras keep the last value set, not the camera's
-    PanTilt,       // two halves in resolution steps
-    None,          // nothing to keep (a relative move)
-};
-
-// What overrides a reported automatic-mode state, as in the status walk.
-enum class Override : uint8_t {
-    None,
-    ExposureTime,  // enabled whenever the exposure mode is manual
-    Focus,         // enabled whenever auto focus is off
-    FalseDisable,  // enabled on the one camera that reports it disabled although it works
-};
-
-struct FollowEntry {
-    const UvcControl* control;
-    int8_t SC::*present;
-    long SC::*cur;         // null: Decode::PanTilt or Decode::None
-    int8_t SC::*disabled;  // null: no automatic mode governs it
-    Decode decode = Decode::Plain;
-    Override override = Override::None;
-};
-
-constexpr FollowEntry kFollowed[] = {
-    {&controls::AutoExposureMode, &SC::bAutoExposureMode, &SC::curAutoExposureMode, nullptr},
-    {&controls::AutoExposurePriority, &SC::bAutoExposurePriority, &SC::curAutoExposurePriority,
-     nullptr},
-    {&controls::ExposureTimeAbsolute, &SC::bExposureTimeAbsolute, &SC::curExposureTimeAbsolute,
-     &SC::bExposureTimeAbsoluteDisabled, Decode::ExposureTime, Override::ExposureTime},
-    {&controls::FocusAbsolute, &SC::bFocusAbsolute, &SC::curFocusAbsolute,
-     &SC::bFocusAbsoluteDisabled, Decode::Focus, Override::Focus},
-    {&controls::FocusAuto, &SC::bFocusAuto, &SC::curFocusAuto, nullptr},
-    {&controls::IrisRelative, &SC::bIrisRelative, nullptr, nullptr, Decode::None},
-    {&controls::ZoomAbsolute, &SC::bZoomAbsolute, &SC::curZoomAbsolute, &SC::bZoomAbsoluteDisabled},
-    {&controls::PanTiltAbsolute, &SC::bPanTiltAbsolute, nullptr, &SC::bPanTiltAbsoluteDisabled,
-     Decode::PanTilt},
-    {&controls::BacklightCompensation, &SC::bBacklightCompensation, &SC::curBacklightCompensation,
-     &SC::bBacklightCompensationDisabled, Decode::Plain, Override::FalseDisable},
-    {&controls::Brightness, &SC::bBrightness, &SC::curBrightness, &SC::bBrightnessDisabled,
-     Decode::Plain, Override::FalseDisable},
-    {&controls::Contrast, &SC::bContrast, &SC::curContrast, &SC::bContrastDisabled},
-    {&controls::Gain, &SC::bGain, &SC::curGain, &SC::bGainDisabled},
-    {&controls::PowerLineFrequency, &SC::bPowerLineFrequency, &SC::curPowerLineFrequency, nullptr},
-    {&controls::Hue, &SC::bHue, &SC::curHue, &SC::bHueDisabled, Decode::Hue},
-    {&controls::Saturation, &SC::bSaturation, &SC::curSaturation, &SC::bSaturationDisabled},
-    {&controls::Sharpness, &SC::bSharpness, &SC::curSharpness, &SC::bSharpnessDisabled},
-    {&controls::Gamma, &SC::bGamma, &SC::curGamma, &SC::bGammaDisabled},
-    {&controls::WhiteBalanceTemperature, &SC::bWhiteBalanceTemperature,
-     &SC::curWhiteBalanceTemperature, &SC::bWhiteBalanceTemperatureDisabled},
-    {&controls::WhiteBalanceTemperatureAuto, &SC::bWhiteBalanceTemperatureAuto,
-     &SC::curWhiteBalanceTemperatureAuto, nullptr},
-};
-
-constexpr long kAutoExposureModeManual = 1;
-
-const FollowEntry* entryFor(const QTCamera& camera, uint8_t unit, uint8_t selector) {
-    for (const FollowEntry& entry : kFollowed)
-        if (entry.control->selector == selector && unitOf(camera, *entry.control) == unit)
-            return &entry;
-    return nullptr;
+// The row of the control a change names. The unit is the camera's own number for its terminal or
+// processing unit; where both carry the same number, the camera terminal's control is meant.
+const ControlDescription* rowFor(const QTCamera& camera, uint8_t unit, uint8_t selector) {
+    const ControlDescription* row = nullptr;
+    if (unit == camera.inputTerminalID) row = catalog::byUvc(UnitKind::CameraTerminal, selector);
+    if (!row && unit == camera.processingUnitID)
+        row = catalog::byUvc(UnitKind::ProcessingUnit, selector);
+    return row;
 }
 
-void takeValue(QTCamera& camera, const FollowEntry& entry, uint64_t raw) {
+void takeValue(QTCamera& camera, const ControlDescription& row, uint64_t raw) {
     SupportedControl& record = *camera.supportedControl();
     // The value is the control's own length; the record's fields are longs.
     long value = static_cast<long>(raw);
-    if (entry.control->isSigned && entry.control->length == 2) value = signExtend16(value);
-    switch (entry.decode) {
-        case Decode::Plain:
-            break;
-        case Decode::ExposureTime:
+    if (row.uvc.isSigned && row.uvc.length == 2) value = signExtend16(value);
+    switch (row.rule) {
+        case ValueRule::ExposureTime:
             if (models::isExposureKnobCamera(camera.vendorID(), camera.productID()))
                 value = QTCamera::MSLifeCamKnobFromExposureTime(value);
             break;
-        case Decode::Hue:
-            value = divideSteps(value, resolutionOf(record.resHue));
+        case ValueRule::Hue:
+            value = divideSteps(value, resolutionOf(record.*row.res));
             break;
-        case Decode::Focus:
+        case ValueRule::Focus:
+            // The motor-focus cameras keep the last value set, not the camera's.
             if (models::isExtensionUnitFocusCamera(camera.vendorID(), camera.productID())) return;
             break;
-        case Decode::PanTilt:
+        case ValueRule::PanTilt:
             for (const PanTiltHalf& half : kPanTiltHalves)
                 record.*half.cur =
                     divideSteps(panTiltHalf(raw, half), resolutionOf(record.*half.res));
             return;
-        case Decode::None:
-            return;
+        case ValueRule::Relative:
+        case ValueRule::Led:
+            return;  // nothing to keep
+        case ValueRule::Plain:
+        case ValueRule::Gamma:
+        case ValueRule::ZoomFocal:
+        case ValueRule::PowerLine:
+            break;
     }
-    record.*entry.cur = value;
+    if (row.cur) record.*row.cur = value;
 }
 
-bool overridden(QTCamera& camera, const FollowEntry& entry) {
+// What overrides a reported automatic-mode state, as in the status walk.
+bool overridden(QTCamera& camera, const ControlDescription& row) {
     const SupportedControl& record = *camera.supportedControl();
-    switch (entry.override) {
-        case Override::None:
-            return false;
-        case Override::ExposureTime:
-            return record.curAutoExposureMode == kAutoExposureModeManual;
-        case Override::Focus:
-            return record.curFocusAuto == 0 ||
-                   models::isExtensionUnitFocusCamera(camera.vendorID(), camera.productID());
-        case Override::FalseDisable:
-            return models::reportsFalseAutoModeDisable(camera.vendorID(), camera.productID());
-    }
-    return false;
+    if (masterFreesControl(record, row)) return true;
+    if (row.rule == ValueRule::Focus &&
+        models::isExtensionUnitFocusCamera(camera.vendorID(), camera.productID()))
+        return true;
+    return row.falseAutoModeDisable &&
+           models::reportsFalseAutoModeDisable(camera.vendorID(), camera.productID());
+}
+
+// A mode switched so that it frees a control it governs frees it even when the camera reports
+// nothing (the controls whose GET_INFO is overruled the same way).
+void freeGoverned(SupportedControl& record, const ControlDescription& master) {
+    for (const ControlDescription& row : catalog::all())
+        if (row.master == master.id && row.disabled && masterFreesControl(record, row))
+            record.*row.disabled = 0;
 }
 
 }  // namespace
@@ -163,8 +113,8 @@ bool QTCamera::followsControlChanges() const {
 
 std::optional<FollowedChange> QTCamera::takeControlChange(const platform::ControlChange& change) {
     if (!controlInterface) return std::nullopt;  // gone, or reached another way
-    const FollowEntry* entry = entryFor(*this, change.unit, change.selector);
-    if (!entry || !(_supportedControl.*entry->present)) {
+    const ControlDescription* row = rowFor(*this, change.unit, change.selector);
+    if (!row || !(_supportedControl.*row->present)) {
         const uint16_t key = static_cast<uint16_t>(change.unit << 8 | change.selector);
         if (std::find(_unknownChangesLogged.begin(), _unknownChangesLogged.end(), key) ==
             _unknownChangesLogged.end()) {
@@ -174,21 +124,17 @@ std::optional<FollowedChange> QTCamera::takeControlChange(const platform::Contro
         }
         return std::nullopt;
     }
-    if (change.valueChanged) takeValue(*this, *entry, change.value);
-    // A mode switched to manual frees what it governed even when the camera reports nothing.
-    if (change.valueChanged && entry->control == &controls::AutoExposureMode &&
-        _supportedControl.curAutoExposureMode == kAutoExposureModeManual)
-        _supportedControl.bExposureTimeAbsoluteDisabled = 0;
-    if (change.valueChanged && entry->control == &controls::FocusAuto &&
-        _supportedControl.curFocusAuto == 0)
-        _supportedControl.bFocusAbsoluteDisabled = 0;
-    if (change.flagsChanged && entry->disabled)
-        _supportedControl.*entry->disabled = change.inactive && !overridden(*this, *entry) ? 1 : 0;
+    if (change.valueChanged) {
+        takeValue(*this, *row, change.value);
+        freeGoverned(_supportedControl, *row);
+    }
+    if (change.flagsChanged && row->disabled)
+        _supportedControl.*row->disabled = change.inactive && !overridden(*this, *row) ? 1 : 0;
 
     FollowedChange followed;
-    followed.control = entry->control;
+    followed.control = row;
     followed.change = change;
-    followed.governed = entry->disabled && _supportedControl.*entry->disabled != 0;
+    followed.governed = row->disabled && _supportedControl.*row->disabled != 0;
     return followed;
 }
 

@@ -3,10 +3,11 @@
 // of every control their bmControls bitmaps declare. The results fill the SupportedControl
 // record; every step is traced to the system log.
 
-#include <span>
+#include <string>
 #include <tuple>
 #include <utility>
 
+#include "camera/ControlCatalog.h"
 #include "camera/ControlTable.h"
 #include "camera/ControlValues.h"
 #include "camera/ModelTables.h"
@@ -20,7 +21,6 @@ namespace orvella {
 namespace {
 
 using SC = SupportedControl;
-
 using uvc::DescriptorBytes;
 
 // Field offsets of the two entities probed.
@@ -30,216 +30,36 @@ constexpr size_t kFocalLengthMaxOffset = 10;
 constexpr size_t kCameraTerminalControlSizeOffset = 14;
 constexpr size_t kProcessingUnitControlSizeOffset = 7;
 
-// What probing asks a declared control and how it reads the answers.
-enum class Probe : uint8_t {
-    None,              // neither requested nor logged
-    Name,              // only logged (and its presence flag set, if it has one)
-    Range,             // GET_MIN, GET_MAX, GET_RES, GET_DEF, GET_CUR, then GET_INFO
-    Flag,              // GET_CUR, GET_DEF, GET_INFO
-    CurInfo,           // GET_CUR, GET_INFO
-    AutoExposureMode,  // GET_RES, GET_CUR, GET_DEF, GET_INFO, read as mode bitmaps
-    PanTilt,           // the range requests as 8-byte pan/tilt pairs
-};
-
-enum class Quirk : uint8_t {
-    None,
-    ExposureKnob,   // knob ranges of the exposure-knob cameras, fixed focus of the motor-focus ones
-    FocalLength,    // zoom also keeps the terminal's objective focal lengths
-    HueSteps,       // hue is kept in resolution steps
-    PowerLineAuto,  // a default of 3 (auto) says the camera offers the automatic setting
-};
-
-struct ProbeEntry {
-    Probe probe = Probe::None;
-    const char* name = nullptr;  // log name
+// A declared control the system does not drive: only logged, or (with a control) read and
+// logged with nothing kept. The controls the system drives come from the control catalog.
+struct UndrivenControl {
+    UnitKind unit;
+    uint8_t bit;
+    const char* name;
     const UvcControl* control = nullptr;
-    int8_t SC::*present = nullptr;
-    long SC::*min = nullptr;
-    long SC::*max = nullptr;
-    long SC::*res = nullptr;
-    long SC::*cur = nullptr;
-    long SC::*def = nullptr;
-    Quirk quirk = Quirk::None;
 };
 
-// Camera terminal, indexed by bmControls bit. Bits past the table are neither requested nor
-// logged.
-constexpr ProbeEntry kCameraTerminal[] = {
-    /* 0 Scanning Mode */ {},
-    /* 1 */
-    {.probe = Probe::AutoExposureMode,
-     .name = "Auto-Exposure Mode",
-     .control = &controls::AutoExposureMode,
-     .present = &SC::bAutoExposureMode,
-     .cur = &SC::curAutoExposureMode,
-     .def = &SC::defAutoExposureMode},
-    /* 2 */
-    {.probe = Probe::CurInfo,
-     .name = "Auto-Exposure Priority",
-     .control = &controls::AutoExposurePriority,
-     .present = &SC::bAutoExposurePriority,
-     .cur = &SC::curAutoExposurePriority},
-    /* 3 */
-    {.probe = Probe::Range,
-     .name = "Exposure Time (Absolute)",
-     .control = &controls::ExposureTimeAbsolute,
-     .present = &SC::bExposureTimeAbsolute,
-     .min = &SC::minExposureTimeAbsolute,
-     .max = &SC::maxExposureTimeAbsolute,
-     .cur = &SC::curExposureTimeAbsolute,
-     .def = &SC::defExposureTimeAbsolute,
-     .quirk = Quirk::ExposureKnob},
-    /* 4 */ {.probe = Probe::Name, .name = "Exposure Time (Relative)"},
-    /* 5 */
-    {.probe = Probe::Range,
-     .name = "Focus (Absolute)",
-     .control = &controls::FocusAbsolute,
-     .present = &SC::bFocusAbsolute,
-     .min = &SC::minFocusAbsolute,
-     .max = &SC::maxFocusAbsolute,
-     .cur = &SC::curFocusAbsolute,
-     .def = &SC::defFocusAbsolute},
-    /* 6 */ {.probe = Probe::Name, .name = "Focus (Relative)"},
-    /* 7 */ {.probe = Probe::Name, .name = "Iris (Absolute)"},
-    /* 8 */ {.probe = Probe::Name, .name = "Iris (Relative)", .present = &SC::bIrisRelative},
-    /* 9 */
-    {.probe = Probe::Range,
-     .name = "Zoom (Absolute)",
-     .control = &controls::ZoomAbsolute,
-     .present = &SC::bZoomAbsolute,
-     .min = &SC::minZoomAbsolute,
-     .max = &SC::maxZoomAbsolute,
-     .cur = &SC::curZoomAbsolute,
-     .def = &SC::defZoomAbsolute,
-     .quirk = Quirk::FocalLength},
-    /* 10 */ {.probe = Probe::Name, .name = "Zoom (Relative)"},
-    /* 11 */
-    {.probe = Probe::PanTilt,
-     .control = &controls::PanTiltAbsolute,
-     .present = &SC::bPanTiltAbsolute},
-    /* 12: read and logged, nothing kept */
-    {.probe = Probe::Range, .name = "Pan (Relative)", .control = &controls::PanTiltRelative},
-    /* 13 */ {.probe = Probe::Name, .name = "Roll (Absolute)"},
-    /* 14 */ {.probe = Probe::Name, .name = "Roll (Relative)"},
-    /* 15 */ {.probe = Probe::Name, .name = "Reserved"},
-    /* 16 */ {.probe = Probe::Name, .name = "Reserved"},
-    /* 17 */
-    {.probe = Probe::Flag,
-     .name = "Focus, Auto",
-     .control = &controls::FocusAuto,
-     .present = &SC::bFocusAuto,
-     .cur = &SC::curFocusAuto,
-     .def = &SC::defFocusAuto},
-    /* 18 */ {.probe = Probe::Name, .name = "Privacy"},
+// Bits in neither this table nor the catalog (the camera terminal's scanning mode, the
+// processing unit's white balance component and automatic hue) are neither requested nor logged.
+constexpr UndrivenControl kUndriven[] = {
+    {UnitKind::CameraTerminal, 4, "Exposure Time (Relative)"},
+    {UnitKind::CameraTerminal, 6, "Focus (Relative)"},
+    {UnitKind::CameraTerminal, 7, "Iris (Absolute)"},
+    {UnitKind::CameraTerminal, 10, "Zoom (Relative)"},
+    {UnitKind::CameraTerminal, 12, "Pan (Relative)", &controls::PanTiltRelative},
+    {UnitKind::CameraTerminal, 13, "Roll (Absolute)"},
+    {UnitKind::CameraTerminal, 14, "Roll (Relative)"},
+    {UnitKind::CameraTerminal, 15, "Reserved"},
+    {UnitKind::CameraTerminal, 16, "Reserved"},
+    {UnitKind::CameraTerminal, 18, "Privacy"},
+    {UnitKind::ProcessingUnit, 14, "Digital Multiplier", &controls::DigitalMultiplier},
 };
 
-// Processing unit, indexed by bmControls bit.
-constexpr ProbeEntry kProcessingUnit[] = {
-    /* 0: signed, so its answers are sign-extended */
-    {.probe = Probe::Range,
-     .name = "Brightness",
-     .control = &controls::Brightness,
-     .present = &SC::bBrightness,
-     .min = &SC::minBrightness,
-     .max = &SC::maxBrightness,
-     .cur = &SC::curBrightness,
-     .def = &SC::defBrightness},
-    /* 1 */
-    {.probe = Probe::Range,
-     .name = "Contrast",
-     .control = &controls::Contrast,
-     .present = &SC::bContrast,
-     .min = &SC::minContrast,
-     .max = &SC::maxContrast,
-     .cur = &SC::curContrast,
-     .def = &SC::defContrast},
-    /* 2 */
-    {.probe = Probe::Range,
-     .name = "Hue",
-     .control = &controls::Hue,
-     .present = &SC::bHue,
-     .min = &SC::minHue,
-     .max = &SC::maxHue,
-     .res = &SC::resHue,
-     .cur = &SC::curHue,
-     .def = &SC::defHue,
-     .quirk = Quirk::HueSteps},
-    /* 3 */
-    {.probe = Probe::Range,
-     .name = "Saturation",
-     .control = &controls::Saturation,
-     .present = &SC::bSaturation,
-     .min = &SC::minSaturation,
-     .max = &SC::maxSaturation,
-     .cur = &SC::curSaturation,
-     .def = &SC::defSaturation},
-    /* 4 */
-    {.probe = Probe::Range,
-     .name = "Sharpness",
-     .control = &controls::Sharpness,
-     .present = &SC::bSharpness,
-     .min = &SC::minSharpness,
-     .max = &SC::maxSharpness,
-     .cur = &SC::curSharpness,
-     .def = &SC::defSharpness},
-    /* 5: keeps its resolution, but unlike hue its values are not divided by it */
-    {.probe = Probe::Range,
-     .name = "Gamma",
-     .control = &controls::Gamma,
-     .present = &SC::bGamma,
-     .min = &SC::minGamma,
-     .max = &SC::maxGamma,
-     .res = &SC::resGamma,
-     .cur = &SC::curGamma,
-     .def = &SC::defGamma},
-    /* 6 */
-    {.probe = Probe::Range,
-     .name = "White Balance Temperature",
-     .control = &controls::WhiteBalanceTemperature,
-     .present = &SC::bWhiteBalanceTemperature,
-     .min = &SC::minWhiteBalanceTemperature,
-     .max = &SC::maxWhiteBalanceTemperature,
-     .cur = &SC::curWhiteBalanceTemperature,
-     .def = &SC::defWhiteBalanceTemperature},
-    /* 7 White Balance Component */ {},
-    /* 8 */
-    {.probe = Probe::Range,
-     .name = "Backlight Compensation",
-     .control = &controls::BacklightCompensation,
-     .present = &SC::bBacklightCompensation,
-     .min = &SC::minBacklightCompensation,
-     .max = &SC::maxBacklightCompensation,
-     .cur = &SC::curBacklightCompensation,
-     .def = &SC::defBacklightCompensation},
-    /* 9 */
-    {.probe = Probe::Range,
-     .name = "Gain",
-     .control = &controls::Gain,
-     .present = &SC::bGain,
-     .min = &SC::minGain,
-     .max = &SC::maxGain,
-     .cur = &SC::curGain,
-     .def = &SC::defGain},
-    /* 10 */
-    {.probe = Probe::Flag,
-     .name = "Power Line Frequency",
-     .control = &controls::PowerLineFrequency,
-     .present = &SC::bPowerLineFrequency,
-     .cur = &SC::curPowerLineFrequency,
-     .def = &SC::defPowerLineFrequency,
-     .quirk = Quirk::PowerLineAuto},
-    /* 11 Hue, Auto */ {},
-    /* 12 */
-    {.probe = Probe::Flag,
-     .name = "White Balance Temperature, Auto",
-     .control = &controls::WhiteBalanceTemperatureAuto,
-     .present = &SC::bWhiteBalanceTemperatureAuto,
-     .cur = &SC::curWhiteBalanceTemperatureAuto,
-     .def = &SC::defWhiteBalanceTemperatureAuto},
-    /* 13 White Balance Component, Auto */ {},
-    /* 14: read and logged, nothing kept */
-    {.probe = Probe::Range, .name = "Digital Multiplier", .control = &controls::DigitalMultiplier},
-};
+const UndrivenControl* undriven(UnitKind unit, size_t bit) {
+    for (const UndrivenControl& entry : kUndriven)
+        if (entry.unit == unit && entry.bit == bit) return &entry;
+    return nullptr;
+}
 
 // The auto-exposure mode bits, how each is logged and which flag says the camera offers it.
 struct ExposureMode {
@@ -273,49 +93,64 @@ class ControlProbe {
     explicit ControlProbe(QTCamera& camera)
         : camera_(camera), record_(*camera.supportedControl()) {}
 
-    void entity(const DescriptorBytes& descriptor, size_t controlSizeOffset,
-                std::span<const ProbeEntry> table) {
+    void entity(const DescriptorBytes& descriptor, size_t controlSizeOffset, UnitKind unit) {
         const size_t controlSize = descriptor.u8(controlSizeOffset);
         for (size_t i = 0; i < controlSize; ++i) {
             const uint8_t bits = descriptor.u8(controlSizeOffset + 1 + i);
             for (size_t b = 0; b < 8; ++b) {
                 const size_t n = 8 * i + b;
-                if (((bits >> b) & 1) && n < table.size()) control(table[n], descriptor);
+                if (((bits >> b) & 1) && n < kLastBit) declared(unit, n, descriptor);
             }
         }
     }
 
   private:
+    // The catalog's and the undriven table's bits are all below this one; a later bit names
+    // nothing probing knows (and is not narrowed into a row's bit).
+    static constexpr size_t kLastBit = 64;
+
     struct Values {
         long min, max, res, def, cur;
     };
 
-    void control(const ProbeEntry& entry, const DescriptorBytes& descriptor) {
-        switch (entry.probe) {
-            case Probe::None:
+    void declared(UnitKind unit, size_t bit, const DescriptorBytes& descriptor) {
+        if (const ControlDescription* row = catalog::byBit(unit, static_cast<uint8_t>(bit))) {
+            control(*row, descriptor);
+        } else if (const UndrivenControl* entry = undriven(unit, bit)) {
+            if (entry->control)
+                range(entry->name, *entry->control, nullptr, descriptor);
+            else
+                NSLog("%s", entry->name);
+        }
+    }
+
+    void control(const ControlDescription& row, const DescriptorBytes& descriptor) {
+        const std::string title(row.title);
+        switch (row.probe) {
+            case ProbeKind::None:
                 return;
-            case Probe::Name:
-                NSLog("%s", entry.name);
-                if (entry.present) record_.*entry.present = 1;
+            case ProbeKind::Name:
+                NSLog("%s", title.c_str());
+                if (row.present) record_.*row.present = 1;
                 return;
-            case Probe::Range:
-                range(entry, descriptor);
+            case ProbeKind::Range:
+                range(title.c_str(), row.uvc, &row, descriptor);
                 return;
-            case Probe::Flag:
-                flag(entry);
+            case ProbeKind::Flag:
+                flag(title.c_str(), row);
                 return;
-            case Probe::CurInfo:
-                read(uvc::GET_CUR, *entry.control, cur_, 1);
-                read(uvc::GET_INFO, *entry.control, info_, 1);
-                record_.*entry.present = 1;
-                record_.*entry.cur = cur_;
-                NSLog("%s cur(%ld), info(%lx)", entry.name, cur_, hex(info_));
+            case ProbeKind::CurInfo:
+                read(uvc::GET_CUR, row.uvc, cur_, 1);
+                read(uvc::GET_INFO, row.uvc, info_, 1);
+                record_.*row.present = 1;
+                record_.*row.cur = cur_;
+                NSLog("%s cur(%ld), info(%lx)", title.c_str(), cur_, hex(info_));
                 return;
-            case Probe::AutoExposureMode:
-                autoExposureMode(entry);
+            case ProbeKind::AutoExposureMode:
+                autoExposureMode(title.c_str(), row);
                 return;
-            case Probe::PanTilt:
-                panTilt(entry);
+            case ProbeKind::PanTilt:
+                panTilt(row);
                 return;
         }
     }
@@ -334,8 +169,10 @@ class ControlProbe {
         read(uvc::GET_INFO, control, info_, 1);
     }
 
-    void range(const ProbeEntry& entry, const DescriptorBytes& descriptor) {
-        const UvcControl& control = *entry.control;
+    // `row` is null for a control that is read and logged with nothing kept.
+    void range(const char* name, const UvcControl& control, const ControlDescription* row,
+               const DescriptorBytes& descriptor) {
+        const ValueRule rule = row ? row->rule : ValueRule::Plain;
         readRange(control);
         if (control.isSigned) {
             for (long* value : {&min_, &max_, &res_, &def_, &cur_})
@@ -343,12 +180,12 @@ class ControlProbe {
         }
         Values stored{min_, max_, res_, def_, cur_};
         Values shown = stored;
-        switch (entry.quirk) {
-            case Quirk::ExposureKnob:
+        switch (rule) {
+            case ValueRule::ExposureTime:
                 exposureQuirks();
                 stored = shown = Values{min_, max_, res_, def_, cur_};
                 break;
-            case Quirk::HueSteps: {
+            case ValueRule::Hue: {
                 // Hue is kept in resolution steps; the log shows the raw answers.
                 const long res = res_ != 0 ? res_ : 1;
                 stored = Values{divideSteps(min_, res), divideSteps(max_, res), res,
@@ -359,10 +196,10 @@ class ControlProbe {
             default:
                 break;
         }
-        store(entry, stored);
-        NSLog("%s min(%ld), max(%ld), res(%ld), def(%ld), cur(%ld), info(%lx)", entry.name,
-              shown.min, shown.max, shown.res, shown.def, shown.cur, hex(info_));
-        if (entry.quirk == Quirk::FocalLength) {
+        if (row) store(*row, stored);
+        NSLog("%s min(%ld), max(%ld), res(%ld), def(%ld), cur(%ld), info(%lx)", name, shown.min,
+              shown.max, shown.res, shown.def, shown.cur, hex(info_));
+        if (rule == ValueRule::ZoomFocal) {
             record_.wObjectiveFocalLengthMin = descriptor.u16(kFocalLengthMinOffset);
             record_.wObjectiveFocalLengthMax = descriptor.u16(kFocalLengthMaxOffset);
             NSLog("Zoom wObjectiveFocalLengthMin(%d), wObjectiveFocalLengthMax(%d)",
@@ -392,32 +229,32 @@ class ControlProbe {
         }
     }
 
-    void store(const ProbeEntry& entry, const Values& values) {
-        if (!entry.present) return;
-        record_.*entry.present = 1;
-        if (entry.min) record_.*entry.min = values.min;
-        if (entry.max) record_.*entry.max = values.max;
-        if (entry.res) record_.*entry.res = values.res;
-        if (entry.cur) record_.*entry.cur = values.cur;
-        if (entry.def) record_.*entry.def = values.def;
+    void store(const ControlDescription& row, const Values& values) {
+        if (!row.present) return;
+        record_.*row.present = 1;
+        if (row.min) record_.*row.min = values.min;
+        if (row.max) record_.*row.max = values.max;
+        if (row.res) record_.*row.res = values.res;
+        if (row.cur) record_.*row.cur = values.cur;
+        if (row.def) record_.*row.def = values.def;
     }
 
-    void flag(const ProbeEntry& entry) {
-        read(uvc::GET_CUR, *entry.control, cur_, 1);
-        read(uvc::GET_DEF, *entry.control, def_, 1);
-        read(uvc::GET_INFO, *entry.control, info_, 1);
-        record_.*entry.present = 1;
-        record_.*entry.cur = cur_;
-        record_.*entry.def = def_;
-        if (entry.quirk == Quirk::PowerLineAuto)
+    void flag(const char* name, const ControlDescription& row) {
+        read(uvc::GET_CUR, row.uvc, cur_, 1);
+        read(uvc::GET_DEF, row.uvc, def_, 1);
+        read(uvc::GET_INFO, row.uvc, info_, 1);
+        record_.*row.present = 1;
+        record_.*row.cur = cur_;
+        record_.*row.def = def_;
+        if (row.rule == ValueRule::PowerLine)
             record_.bPowerLineFrequencySupportAuto = def_ == kPowerLineFrequencyAuto ? 1 : 0;
-        NSLog("%s cur(%ld), def(%ld), info(%lx)", entry.name, cur_, def_, hex(info_));
+        NSLog("%s cur(%ld), def(%ld), info(%lx)", name, cur_, def_, hex(info_));
     }
 
-    void autoExposureMode(const ProbeEntry& entry) {
-        const UvcControl& control = *entry.control;
-        NSLog("%s", entry.name);
-        record_.*entry.present = 1;
+    void autoExposureMode(const char* name, const ControlDescription& row) {
+        const UvcControl& control = row.uvc;
+        NSLog("%s", name);
+        record_.*row.present = 1;
         read(uvc::GET_RES, control, res_, 1);
         read(uvc::GET_CUR, control, cur_, 1);
         read(uvc::GET_DEF, control, def_, 1);
@@ -431,8 +268,8 @@ class ControlProbe {
             }
         }
         // The highest mode bit set wins; no bit set leaves the field as it was.
-        for (auto [title, value, field] : {std::tuple{"    UVC_GET_CUR", cur_, entry.cur},
-                                           std::tuple{"    UVC_GET_DEF", def_, entry.def}}) {
+        for (auto [title, value, field] : {std::tuple{"    UVC_GET_CUR", cur_, row.cur},
+                                           std::tuple{"    UVC_GET_DEF", def_, row.def}}) {
             NSLog("%s", title);
             for (const ExposureMode& mode : kExposureModes) {
                 if (value & mode.bit) {
@@ -441,13 +278,12 @@ class ControlProbe {
                 }
             }
         }
-        NSLog("Auto-Exposure Mode res(%ld), cur(%ld), def(%ld), info(%lx)", res_, cur_, def_,
-              hex(info_));
+        NSLog("%s res(%ld), cur(%ld), def(%ld), info(%lx)", name, res_, cur_, def_, hex(info_));
     }
 
     // Both halves are kept and logged in resolution steps; a zero resolution counts as 1.
-    void panTilt(const ProbeEntry& entry) {
-        const UvcControl& control = *entry.control;
+    void panTilt(const ControlDescription& row) {
+        const UvcControl& control = row.uvc;
         const int32_t unit = unitOf(camera_, control);
         for (auto [request, value] :
              {std::pair{uvc::GET_MIN, &min_}, std::pair{uvc::GET_MAX, &max_},
@@ -459,7 +295,7 @@ class ControlProbe {
         }
         read(uvc::GET_INFO, control, info_, 1);
 
-        record_.*entry.present = 1;
+        record_.*row.present = 1;
         for (const PanTiltHalf& half : kPanTiltHalves) {
             long res = panTiltHalf(static_cast<uint64_t>(res_), half);
             if (res == 0) res = 1;
@@ -513,7 +349,7 @@ void QTCamera::querySupportedCameraControl(platform::UsbInterface* videoControl)
             NSLog(" ");
             NSLog("VC_INPUT_TERMINAL");
             inputTerminalID = descriptor.u8(3);
-            probe.entity(descriptor, kCameraTerminalControlSizeOffset, kCameraTerminal);
+            probe.entity(descriptor, kCameraTerminalControlSizeOffset, UnitKind::CameraTerminal);
         } else if (descriptor.subtype() == uvc::VC_PROCESSING_UNIT) {
             const size_t controls = kProcessingUnitControlSizeOffset + 1;
             if (!descriptor.has(controls) ||
@@ -524,7 +360,7 @@ void QTCamera::querySupportedCameraControl(platform::UsbInterface* videoControl)
             NSLog(" ");
             NSLog("VC_PROCESSING_UNIT");
             processingUnitID = descriptor.u8(3);
-            probe.entity(descriptor, kProcessingUnitControlSizeOffset, kProcessingUnit);
+            probe.entity(descriptor, kProcessingUnitControlSizeOffset, UnitKind::ProcessingUnit);
         }
     };
     uvc::walkClassDescriptors(videoControl->classSpecificDescriptors(), uvc::Extent::Declared,

@@ -49,7 +49,7 @@ TEST(Follow, ValuesReachTheRecordAsTheQueryAccessorsReadThem) {
     EXPECT_EQ(r.curPanAbsolute, 3);
     EXPECT_EQ(r.curTiltAbsolute, -3);
     ASSERT_EQ(f.taken.size(), 2u);
-    EXPECT_EQ(f.taken[0].control->name, "Hue");
+    EXPECT_EQ(f.taken[0].control->title, "Hue");
     EXPECT_FALSE(f.taken[0].governed);
 
     Following knob("exposure-knob.json");  // the device holds a time, the record a knob position
@@ -74,7 +74,7 @@ TEST(Follow, AutomaticModesMoveTheDisabledFlags) {
     f.set(kCT, 0x02, 8);  // and back: the exposure time is governed again
     EXPECT_EQ(f.c->record().bExposureTimeAbsoluteDisabled, 1);
     const auto flag = std::find_if(f.taken.rbegin(), f.taken.rend(), [](const FollowedChange& ch) {
-        return ch.control->name == controls::ExposureTimeAbsolute.name;
+        return ch.control == catalog::byID(settings::kExposureTimeAbsolute);
     });
     ASSERT_NE(flag, f.taken.rend());
     EXPECT_TRUE(flag->change.flagsChanged);

@@ -60,6 +60,17 @@ TEST(Probe, DeclaredCameraTerminalBitsAreProbedInOrderAndTraced) {
     EXPECT_EQ(s.defAutoExposureMode, 8);
     EXPECT_TRUE(s.bExposureTimeAbsolute && s.bFocusAuto);
     EXPECT_FALSE(s.bFocusAbsolute || s.bAutoExposurePriority);
+
+    // A 33-byte bmControls declaring only bit 257, which is bit 1 modulo 256: nothing is asked.
+    auto wide = openJson(R"({"vendorID": "0x1234", "productID": "0x0001",
+        "locationID": "0x11000000", "vc": ["0d240100013d00006cdc020101",
+        "302402010102000000000000000021)" +
+                         std::string(64, '0') + R"(02"]})");
+    log::ScopedCapture wideLog;
+    wide->probe();
+    EXPECT_TRUE(trace(*wide->device).empty());
+    EXPECT_EQ(wideLog.lines(), (std::vector<std::string>{" ", "VC_INPUT_TERMINAL"}));
+    EXPECT_FALSE(wide->record().bAutoExposureMode);
 }
 
 TEST(Probe, EveryDeclaredControlOfAFullCamera) {
