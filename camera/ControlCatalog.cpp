@@ -31,12 +31,9 @@ consteval int8_t standardBit(std::string_view name) {
 }
 
 // Exposure modes (bitmap values): 1 manual, 2 auto, 4 shutter priority, 8 aperture priority.
-// Exposure time and gain are the user's under a mode without 2, 4 and 8; the iris also under
-// aperture priority.
-constexpr long kExposureAutomaticModes = 2 | 4 | 8;
-constexpr long kIrisAutomaticModes = 2 | 4;
-// A plain on/off automatic mode frees its control while it is off.
-constexpr long kOn = ~0L;
+// Exposure time and gain are the user's in manual mode; the iris also under aperture priority.
+constexpr long kManualExposure = 1;
+constexpr long kIrisToTheUser = 1 | 8;
 
 // The media-device quirk vendor's control objects mishandle the mid-scale value.
 constexpr long kMidScale = 128;
@@ -86,7 +83,7 @@ constexpr ControlDescription kRows[] = {
      ORVELLA_RANGE(ExposureTimeAbsolute),
      ORVELLA_DISABLED(ExposureTimeAbsolute),
      .master = kAutoExposureMode,
-     .masterAutoBits = kExposureAutomaticModes,
+     .masterManual = kManualExposure,
      .masterOverridesInfo = true,
      .object = &CMIOControls::exposure,
      .nudgedValue = 0,
@@ -236,7 +233,6 @@ constexpr ControlDescription kRows[] = {
      ORVELLA_RANGE(WhiteBalanceTemperature),
      ORVELLA_DISABLED(WhiteBalanceTemperature),
      .master = kWhiteBalanceTemperatureAuto,
-     .masterAutoBits = kOn,
      .shape = RecordShape::Guarded,
      .apply = ApplyKind::SetUnlessAuto,
      .resendOrder = 11,
@@ -281,7 +277,7 @@ constexpr ControlDescription kRows[] = {
      ORVELLA_RANGE(Gain),
      ORVELLA_DISABLED(Gain),
      .master = kAutoExposureMode,
-     .masterAutoBits = kExposureAutomaticModes,
+     .masterManual = kManualExposure,
      .shape = RecordShape::Guarded,
      .apply = ApplyKind::Set,
      .resendOrder = 3,
@@ -312,7 +308,6 @@ constexpr ControlDescription kRows[] = {
      ORVELLA_RANGE(FocusAbsolute),
      ORVELLA_DISABLED(FocusAbsolute),
      .master = kFocusAuto,
-     .masterAutoBits = kOn,
      .masterOverridesInfo = true,
      .shape = RecordShape::Guarded,
      .apply = ApplyKind::SetAfterWait,
@@ -395,7 +390,7 @@ constexpr ControlDescription kRows[] = {
      .rule = ValueRule::Relative,
      .present = &S::bIrisRelative,
      .master = kAutoExposureMode,
-     .masterAutoBits = kIrisAutomaticModes,
+     .masterManual = kIrisToTheUser,
      .shape = RecordShape::Aperture,
      .apply = ApplyKind::StepTowards,
      .panelOrder = 3,

@@ -94,11 +94,12 @@ struct ControlDescription {
     long SupportedControl::*def = nullptr;
     int8_t SupportedControl::*disabled = nullptr;  // null: no automatic mode owns it
 
-    // The automatic mode that governs it: the control with setting identifier `master` frees it
-    // while the master's value has none of the bits `masterAutoBits` (for a plain on/off mode:
-    // while it is 0).
+    // The automatic mode that governs it, as the driver's master control: the control with
+    // setting identifier `master` leaves this one to the user while its value is one of the mode
+    // bits in `masterManual` (exposure modes are single bits: 1 manual, 8 aperture priority), or,
+    // with `masterManual` 0, while the master is off (0).
     int32_t master = 0;
-    long masterAutoBits = 0;
+    long masterManual = 0;
     // An automatic mode reads back the value it governs after it is set.
     int32_t readsBack = 0;
     // The one camera that reports this control disabled although it works is told otherwise.
@@ -130,7 +131,9 @@ struct ControlDescription {
     // The second half of a pair that shares one USB control (tilt beside pan).
     int32_t pairedWith = 0;
 
-    bool isFreedBy(long masterValue) const { return (masterValue & masterAutoBits) == 0; }
+    bool isFreedBy(long masterValue) const {
+        return masterManual ? (masterValue & masterManual) != 0 : masterValue == 0;
+    }
     std::string_view nameInRecord() const { return recordName.empty() ? key : recordName; }
     std::string_view nameInStatus() const { return statusName.empty() ? key : statusName; }
 };

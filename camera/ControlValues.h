@@ -29,13 +29,12 @@ inline int32_t unitOf(const QTCamera& camera, const UvcControl& control) {
 }
 
 // Whether the control's GET_INFO is to be overruled as "enabled": its automatic mode is one the
-// camera's answer is not believed for, the camera has that mode, and the mode's current value in
-// the record frees the control.
+// camera's answer is not believed for, and the mode's current value in the record frees the
+// control. A camera without the mode holds 0 for it, which frees a focus but no exposure time.
 inline bool masterFreesControl(const SupportedControl& record, const ControlDescription& row) {
     if (!row.masterOverridesInfo) return false;
     const ControlDescription* master = catalog::byID(row.master);
-    return master && master->present && master->cur && record.*master->present &&
-           row.isFreedBy(record.*master->cur);
+    return master && master->cur && row.isFreedBy(record.*master->cur);
 }
 
 inline long signExtend16(long value) {
