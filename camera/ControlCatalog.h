@@ -22,37 +22,37 @@ namespace orvella {
 
 // What probing asks a declared control and how it reads the answers.
 enum class ProbeKind : uint8_t {
-    None,              // not probed (no UVC control, or handled apart)
-    Name,              // only logged, its presence flag set
-    Range,             // GET_MIN, GET_MAX, GET_RES, GET_DEF, GET_CUR, then GET_INFO
-    Flag,              // GET_CUR, GET_DEF, GET_INFO
-    CurInfo,           // GET_CUR, GET_INFO
-    AutoExposureMode,  // GET_RES, GET_CUR, GET_DEF, GET_INFO, read as mode bitmaps
-    PanTilt,           // the range requests as 8-byte pan/tilt pairs
+    None,        // not probed (no UVC control, or handled apart)
+    Name,        // only logged, its presence flag set
+    Range,       // GET_MIN, GET_MAX, GET_RES, GET_DEF, GET_CUR, then GET_INFO
+    Flag,        // GET_CUR, GET_DEF, GET_INFO
+    CurInfo,     // GET_CUR, GET_INFO
+    ModeBitmap,  // GET_RES, GET_CUR, GET_DEF, GET_INFO, read as mode bitmaps
+    PanTilt,     // the range requests as 8-byte pan/tilt pairs
 };
 
 // How a value read from the camera becomes the record's value, and back.
 enum class ValueRule : uint8_t {
-    Plain,         // as it is (sign-extended when the control is signed)
-    ExposureTime,  // knob positions on the exposure-knob cameras, clamped to the range
-    Hue,           // kept in resolution steps
-    Gamma,         // keeps its resolution, values not divided by it
-    Focus,         // the motor-focus cameras use their extension unit
-    ZoomFocal,     // zoom also keeps the terminal's objective focal lengths
-    PowerLine,     // a default of 3 (auto) says the camera offers the automatic setting
-    PanTilt,       // two halves in one 8-byte control
-    Relative,      // moves by steps; nothing to keep
-    Led,           // the model's own LED unit
+    Plain,            // as it is (sign-extended when the control is signed)
+    ExposureTime,     // knob positions on the exposure-knob cameras, clamped to the range
+    ResolutionSteps,  // kept in resolution steps
+    KeepsResolution,  // keeps its resolution, values not divided by it
+    Focus,            // the motor-focus cameras use their extension unit
+    ZoomFocal,        // zoom also keeps the terminal's objective focal lengths
+    PowerLine,        // a default of 3 (auto) says the camera offers the automatic setting
+    PanTilt,          // two halves in one 8-byte control
+    Relative,         // moves by steps; nothing to keep
+    Led,              // the model's own LED unit
 };
 
 // What the settings record holds for a control.
 enum class RecordShape : uint8_t {
-    None,      // kept in no record
-    Plain,     // the value alone
-    Guarded,   // the disabled flag, then the value while the flag is false
-    PanTilt,   // the disabled flag, then both values
-    Aperture,  // the iris position, while the exposure mode leaves the iris to the user
-    Led,       // the LED type and index
+    None,          // kept in no record
+    Plain,         // the value alone
+    Guarded,       // the disabled flag, then the value while the flag is false
+    PanTilt,       // the disabled flag, then both values
+    StepPosition,  // a position reached by relative steps, while the master leaves it free
+    Led,           // the LED type and index
 };
 
 // How a stored value is applied back to the camera.

@@ -210,7 +210,7 @@ IOReturn QTCamera::queryControl(const ControlDescription& control, long* value) 
                 *value = MSLifeCamKnobFromExposureTime(*value);
             return status;
         }
-        case ValueRule::Hue: {
+        case ValueRule::ResolutionSteps: {
             // Presented in steps of its resolution.
             const IOReturn status = readValue(*this, control, value);
             if (value) *value = divideSteps(*value, resolutionOf(_supportedControl.*control.res));
@@ -274,7 +274,7 @@ IOReturn QTCamera::setControl(const ControlDescription& control, long value) {
             if (models::isExposureKnobCamera(_vendorID, _productID))
                 value = MSLifeCamExposureTimeFromKnob(value);
             break;
-        case ValueRule::Hue: {
+        case ValueRule::ResolutionSteps: {
             const long scaled = static_cast<int16_t>(
                 multiplySteps(value, static_cast<int32_t>(_supportedControl.*control.res)));
             const IOReturn status = writeValue(*this, control, scaled);

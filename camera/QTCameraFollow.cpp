@@ -39,7 +39,7 @@ void takeValue(QTCamera& camera, const ControlDescription& row, uint64_t raw) {
             if (models::isExposureKnobCamera(camera.vendorID(), camera.productID()))
                 value = QTCamera::MSLifeCamKnobFromExposureTime(value);
             break;
-        case ValueRule::Hue:
+        case ValueRule::ResolutionSteps:
             value = divideSteps(value, resolutionOf(record.*row.res));
             break;
         case ValueRule::Focus:
@@ -55,7 +55,7 @@ void takeValue(QTCamera& camera, const ControlDescription& row, uint64_t raw) {
         case ValueRule::Led:
             return;  // nothing to keep
         case ValueRule::Plain:
-        case ValueRule::Gamma:
+        case ValueRule::KeepsResolution:
         case ValueRule::ZoomFocal:
         case ValueRule::PowerLine:
             break;

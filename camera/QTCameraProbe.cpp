@@ -146,7 +146,7 @@ class ControlProbe {
                 record_.*row.cur = cur_;
                 NSLog("%s cur(%ld), info(%lx)", title.c_str(), cur_, hex(info_));
                 return;
-            case ProbeKind::AutoExposureMode:
+            case ProbeKind::ModeBitmap:
                 autoExposureMode(title.c_str(), row);
                 return;
             case ProbeKind::PanTilt:
@@ -185,7 +185,7 @@ class ControlProbe {
                 exposureQuirks();
                 stored = shown = Values{min_, max_, res_, def_, cur_};
                 break;
-            case ValueRule::Hue: {
+            case ValueRule::ResolutionSteps: {
                 // Hue is kept in resolution steps; the log shows the raw answers.
                 const long res = res_ != 0 ? res_ : 1;
                 stored = Values{divideSteps(min_, res), divideSteps(max_, res), res,

@@ -26,7 +26,7 @@ bool inStatusWalk(const ControlDescription& row) {
         case ProbeKind::Range:
         case ProbeKind::Flag:
         case ProbeKind::CurInfo:
-        case ProbeKind::AutoExposureMode:
+        case ProbeKind::ModeBitmap:
         case ProbeKind::PanTilt:
             return true;
         case ProbeKind::None:
@@ -107,7 +107,7 @@ void readStatus(QTCamera& camera, const ControlDescription& row) {
                 stored = record.*row.max;
             value = stored;
             break;
-        case ValueRule::Hue:
+        case ValueRule::ResolutionSteps:
             // Kept in resolution steps; the log shows the device's own value.
             stored = divideSteps(value, resolutionOf(record.*row.res));
             break;
@@ -141,7 +141,7 @@ void writeDefault(QTCamera& camera, const ControlDescription& row) {
                              control.selector, unit);
             return;
         }
-        case ValueRule::Hue:
+        case ValueRule::ResolutionSteps:
             value = multiplySteps(value, record.*row.res);
             break;
         default:

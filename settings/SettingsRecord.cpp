@@ -110,7 +110,7 @@ void fill(const Row& row, SettingsRecord& record, QTCamera& camera, QTCamera* cu
                 record.insert(keyOf(second->key), static_cast<qint64>(controls.*second->cur));
             return;
         }
-        case RecordShape::Aperture: {
+        case RecordShape::StepPosition: {
             // The conditions are this camera's; the position is the current camera's.
             if (!irisIsFree(row, controls)) return;
             long position = 0;

@@ -67,7 +67,8 @@ CtlControl fromRow(const ControlDescription& row) {
         .highest = range.highest,
         // Hue, pan and tilt: the accessor counts steps of the resolution (pan and tilt are read
         // back in device units).
-        .res = row.rule == ValueRule::Hue || row.rule == ValueRule::PanTilt ? row.res : nullptr,
+        .res = row.rule == ValueRule::ResolutionSteps || row.rule == ValueRule::PanTilt ? row.res
+                                                                                        : nullptr,
     };
 }
 

@@ -302,7 +302,7 @@ void ControlPanel::loadSupportedControlUVCValue() {
             r.setQTCamera(_qtCamera, 0, kApertureMax, 0, 0, 0);
         } else {
             // Only gamma's row is bound with the camera's resolution: the others step by 1.
-            const long res = control.rule == ValueRule::Gamma ? sc.*control.res : 1;
+            const long res = control.rule == ValueRule::KeepsResolution ? sc.*control.res : 1;
             r.setQTCamera(_qtCamera, sc.*control.min, sc.*control.max, res, sc.*control.def,
                           sc.*control.cur);
         }

@@ -4,6 +4,10 @@
 #include <QPointer>
 #include <QRegularExpression>
 #include <QTranslator>
+#include <algorithm>
+#include <vector>
+
+#include "camera/ControlCatalog.h"
 
 namespace orvella::ui {
 
@@ -76,36 +80,49 @@ const QStringList& nameFormatKeys() {
     return keys;
 }
 
+// The titles of the control rows, in panel order (rows inside a named box have none).
+static QStringList controlRowTitles() {
+    std::vector<const ControlDescription*> rows;
+    for (const ControlDescription& row : catalog::all())
+        if (row.panelOrder != 0 && !row.panelTitle.empty()) rows.push_back(&row);
+    std::sort(rows.begin(), rows.end(),
+              [](const auto* a, const auto* b) { return a->panelOrder < b->panelOrder; });
+    QStringList titles;
+    for (const ControlDescription* row : rows)
+        titles << QString::fromLatin1(row->panelTitle.data(),
+                                      static_cast<qsizetype>(row->panelTitle.size()));
+    return titles;
+}
+
 const QStringList& localizationKeys() {
-    static const QStringList keys = {
-        // Status menu, panel, tabs and boxes.
-        "About", "Quit", "UseBWMenuIcon", "Control_Panel_Title", "Exposure", "Auto_Exposure_Mode",
-        "Manual", "Auto", "Shutter_Priority", "Aperture_Priority", "White_Balance_Temperature",
-        "Power_Line_Frequency", "Disabled", "50_Hz", "60_Hz", "Backlight_Compensation", "Startup",
-        "Launch_App_at_Login", "Reset_to_Default", "Basic", "Advanced", "Focus", "PanTilt", "LED",
-        "On", "Off", "ManageProfile", "CameraDefault", "SaveNewProfile", "UpdateProfile",
-        "DeleteProfile", "LoadAtStart", "Preferences", "UpdateSlider", "ReconfigureWebcam",
-        "Webcam", "Profile", "HideMenuBarIcon",
-        // The reminder popover.
-        "PopOverText", "DisableNotification",
-        // Control rows.
-        "Exposure_Time", "Gain", "Aperture", "Brightness", "Contrast", "Hue", "Saturation",
-        "Sharpness", "Gamma", "Zoom", "Pan", "Tilt", "NoiseReduction",
-        // Show/hide menu item.
-        "Hide_Panel", "Show_Panel",
-        // Profile dialogs and the interval explanations.
-        "SaveBtn", "CancelBtn", "SaveCurrentSettingsInfo", "ProfileName", "ProfileConfilict",
-        "OKBtn", "ProfileConfilictInfo", "DeleteBtn", "DeleteSavedSettingsInfo",
-        "ReadIntervalInfoWS", "WriteIntervalInfo",
-        // Items of the two interval pop-ups, and the panel's own captions and tool tips.
-        "Interval_Off", "1_Second", "2_Seconds", "5_Seconds", "10_Seconds", "Format", "FPS",
-        "Move_Up", "Move_Down", "Move_Left", "Move_Right", "Move_Center", "Interval_Info",
-        "NoCamera",
-        // The panel without a camera (the controller's banner).
-        "NoCameraFound", "AddDemoCamera",
-        // The settings guard on the Preferences tab.
-        "OtherPrograms", "KeepMySettings", "GuardSettleTime", "Wait_1_Second", "Wait_2_Seconds",
-        "Wait_5_Seconds", "ReconfigureWebcamGuardNote"};
+    static const QStringList keys =
+        QStringList{
+            // Status menu, panel, tabs and boxes.
+            "About", "Quit", "UseBWMenuIcon", "Control_Panel_Title", "Exposure",
+            "Auto_Exposure_Mode", "Manual", "Auto", "Shutter_Priority", "Aperture_Priority",
+            "White_Balance_Temperature", "Power_Line_Frequency", "Disabled", "50_Hz", "60_Hz",
+            "Backlight_Compensation", "Startup", "Launch_App_at_Login", "Reset_to_Default", "Basic",
+            "Advanced", "Focus", "PanTilt", "LED", "On", "Off", "ManageProfile", "CameraDefault",
+            "SaveNewProfile", "UpdateProfile", "DeleteProfile", "LoadAtStart", "Preferences",
+            "UpdateSlider", "ReconfigureWebcam", "Webcam", "Profile", "HideMenuBarIcon",
+            // The reminder popover.
+            "PopOverText", "DisableNotification",
+            // Show/hide menu item.
+            "Hide_Panel", "Show_Panel",
+            // Profile dialogs and the interval explanations.
+            "SaveBtn", "CancelBtn", "SaveCurrentSettingsInfo", "ProfileName", "ProfileConfilict",
+            "OKBtn", "ProfileConfilictInfo", "DeleteBtn", "DeleteSavedSettingsInfo",
+            "ReadIntervalInfoWS", "WriteIntervalInfo",
+            // Items of the two interval pop-ups, and the panel's own captions and tool tips.
+            "Interval_Off", "1_Second", "2_Seconds", "5_Seconds", "10_Seconds", "Format", "FPS",
+            "Move_Up", "Move_Down", "Move_Left", "Move_Right", "Move_Center", "Interval_Info",
+            "NoCamera",
+            // The panel without a camera (the controller's banner).
+            "NoCameraFound", "AddDemoCamera",
+            // The settings guard on the Preferences tab.
+            "OtherPrograms", "KeepMySettings", "GuardSettleTime", "Wait_1_Second", "Wait_2_Seconds",
+            "Wait_5_Seconds", "ReconfigureWebcamGuardNote"} +
+        controlRowTitles();
     return keys;
 }
 

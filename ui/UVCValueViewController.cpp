@@ -157,7 +157,7 @@ void UVCValueViewController::wireActions() {
 UVCValueViewController::Kind UVCValueViewController::kind() const {
     if (_controlID == SettingsID::kBacklightCompensation && _max == 1) return Kind::OnOffSwitch;
     if (_controlID == SettingsID::kGamma && _res == kGammaPairResolution) return Kind::GammaPair;
-    if (_controlID == SettingsID::kAperture) return Kind::Aperture;
+    if (_controlID == SettingsID::kAperture) return Kind::StepPosition;
     return Kind::Slider;
 }
 
@@ -225,7 +225,7 @@ void UVCValueViewController::setQTCamera(QTCamera* camera, int64_t min, int64_t 
             ui.segControl->setLabel(1, QStringLiteral("220"));
             ui.segControl->setTag(1, 220);
             break;
-        case Kind::Aperture:
+        case Kind::StepPosition:
             arrangeAperture();
             ui.sldControl->hide();
             ui.segControl->hide();
@@ -289,7 +289,7 @@ void UVCValueViewController::setVisible(bool visible) {
     ui.btnLow->show();
     ui.btnHigh->show();
     switch (kind()) {
-        case Kind::Aperture:
+        case Kind::StepPosition:
             ui.sldControl->hide();
             ui.segControl->hide();
             ui.lblMin->show();

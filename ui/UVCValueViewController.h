@@ -30,10 +30,10 @@ class UVCValueViewController : public QObject {
   public:
     // How the row presents its value, decided anew from the identifier, maximum and resolution.
     enum class Kind {
-        Slider,       // the slider
-        OnOffSwitch,  // backlight compensation with maximum 1: segments "Off"/"On", tags 0 and 1
-        GammaPair,    // gamma with resolution 120: segments "100"/"220" with those tags
-        Aperture,     // the iris: position and title only, moved by relative steps
+        Slider,        // the slider
+        OnOffSwitch,   // backlight compensation with maximum 1: segments "Off"/"On", tags 0 and 1
+        GammaPair,     // gamma with resolution 120: segments "100"/"220" with those tags
+        StepPosition,  // the iris: position and title only, moved by relative steps
     };
 
     // Builds a row from its interface file and puts it in the place of `placeholder` (which is

@@ -69,7 +69,7 @@ TEST(ControlRow, KindFollowsIdentifierMaximumAndResolution) {
     auto aperture = makeRow(settings::kAperture, "Aperture");
     aperture->setQTCamera(nullptr, 0, 65536, 0, 0, 0);
     aperture->setVisible(true);
-    EXPECT_EQ(aperture->kind(), Kind::Aperture);
+    EXPECT_EQ(aperture->kind(), Kind::StepPosition);
     auto& ui = aperture->outlets();
     EXPECT_TRUE(ui.btnTitle->isHidden());
     EXPECT_TRUE(ui.txtValue->isHidden());
