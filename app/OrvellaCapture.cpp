@@ -11,7 +11,7 @@ namespace orvella::app {
 void Orvella::followCaptureSession(QTCamera* camera) {
     capture_.reset();  // a session on the camera that was current ends with it
     panel_->clearFPS();
-    if (!camera || camera->cameraMode() == capture::kCameraModeNone) return;
+    if (!camera || camera->cameraMode() == CameraMode::None) return;
     capture_ = std::make_unique<capture::QTCameraCapture>(*camera);
     capture_->setDelegate(this);
     connect(capture_.get(), &capture::QTCameraCapture::sessionStopped, this,

@@ -12,7 +12,7 @@
 namespace orvella {
 
 inline bool usesMediaDevice(const QTCamera& camera) {
-    return camera.cameraType() == kCameraTypeMediaDevice;
+    return camera.cameraType() == CameraType::MediaDevice;
 }
 
 // The unit or terminal ID that wIndex carries for a control.

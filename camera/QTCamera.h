@@ -27,10 +27,21 @@ namespace platform {
 class CaptureDevice;
 }
 
-// How a camera's controls are reached (cameraType).
-constexpr uint32_t kCameraTypeUsb = 0;          // capture device reached over USB
-constexpr uint32_t kCameraTypeUsbOnly = 1;      // built from USB identifiers, no capture device
-constexpr uint32_t kCameraTypeMediaDevice = 2;  // built-in camera, media-device control objects
+// How a camera's controls are reached.
+enum class CameraType : uint32_t {
+    Usb = 0,          // capture device reached over USB
+    UsbOnly = 1,      // built from USB identifiers, no capture device
+    MediaDevice = 2,  // built-in camera, media-device control objects
+};
+
+// The capture state of a camera (capture/QTCameraCapture.h drives it); the order matters: a
+// recording camera is also previewing.
+enum class CameraMode : int32_t {
+    None = 0,  // cannot capture
+    Idle = 1,
+    Previewing = 3,
+    Recording = 5,
+};
 
 // A change another program (or the camera's own automatic mode) made, as the camera took it in.
 struct FollowedChange {
@@ -81,7 +92,7 @@ class QTCamera {
     void setVendorID(uint16_t value) { _vendorID = value; }
     uint16_t productID() const { return _productID; }
     void setProductID(uint16_t value) { _productID = value; }
-    uint32_t cameraType() const { return _cameraType; }
+    CameraType cameraType() const { return _cameraType; }
     uint32_t cmioDeviceID() const { return _cmioDeviceID; }
     const std::vector<FormatEntry>& formatArray() const { return _formatArray; }
     void setFormatArray(std::vector<FormatEntry> formats) { _formatArray = std::move(formats); }
@@ -93,9 +104,9 @@ class QTCamera {
     void setCameraHeight(int32_t value) { _cameraHeight = value; }
     bool bLoadAtStart() const { return _bLoadAtStart; }
     void setBLoadAtStart(bool value) { _bLoadAtStart = value; }
-    // Capture state (capture/QTCameraCapture.h): 0 no capture, 1 idle, 3 previewing, 5 recording.
-    int32_t cameraMode() const { return _cameraMode; }
-    void setCameraMode(int32_t value) { _cameraMode = value; }
+    // Capture state, which capture/QTCameraCapture.h drives.
+    CameraMode cameraMode() const { return _cameraMode; }
+    void setCameraMode(CameraMode value) { _cameraMode = value; }
     const std::optional<std::chrono::system_clock::time_point>& date() const { return _date; }
 
     // ---- UVC control requests ----
@@ -237,7 +248,7 @@ class QTCamera {
                       std::shared_ptr<platform::UsbInterface>* stream,
                       const std::function<bool(platform::UsbDevice&)>& matches);
     // Takes the capture device and its identity strings; false (logged) when there is none.
-    bool adoptCaptureDevice(std::shared_ptr<platform::CaptureDevice> device, uint32_t type);
+    bool adoptCaptureDevice(std::shared_ptr<platform::CaptureDevice> device, CameraType type);
 
     class ChangeFollower;
     std::unique_ptr<ChangeFollower> _follower;
@@ -253,11 +264,11 @@ class QTCamera {
     uint16_t _vendorID = 0;
     uint16_t _productID = 0;
     std::vector<FormatEntry> _formatArray;
-    uint32_t _cameraType = 0;
+    CameraType _cameraType = CameraType::Usb;
     uint32_t _cmioDeviceID = 0;
     SupportedControl _supportedControl;
     CMIOControls _cmioControls;
-    int32_t _cameraMode = 0;
+    CameraMode _cameraMode = CameraMode::None;
     uint8_t _defaultFrameIndex = 0;
     int32_t _cameraWidth = 0;
     int32_t _cameraHeight = 0;

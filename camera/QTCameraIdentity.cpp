@@ -111,7 +111,8 @@ void QTCamera::lookUpInterfaces() {
     }
 }
 
-bool QTCamera::adoptCaptureDevice(std::shared_ptr<platform::CaptureDevice> device, uint32_t type) {
+bool QTCamera::adoptCaptureDevice(std::shared_ptr<platform::CaptureDevice> device,
+                                  CameraType type) {
     if (!device) {
         NSLog("CameraControl Error: no capture device to build a camera from");
         return false;
@@ -129,7 +130,7 @@ std::unique_ptr<QTCamera> QTCamera::initWithQTCaptureDevice(
     const platform::Platform& platform, std::shared_ptr<platform::CaptureDevice> device) {
     auto camera = std::make_unique<QTCamera>(platform);
     QTCamera& c = *camera;
-    if (!c.adoptCaptureDevice(std::move(device), kCameraTypeUsb)) return camera;
+    if (!c.adoptCaptureDevice(std::move(device), CameraType::Usb)) return camera;
 
     // The unique identifier packs location (high 32 bits), vendor and product.
     if (const auto packed = scanHex(c._uniqueID, "0x")) {
@@ -144,7 +145,7 @@ std::unique_ptr<QTCamera> QTCamera::initWithQTCaptureDevice(
 
     c.lookUpInterfaces();
     discoverFormats(c);
-    c._cameraMode = 1;
+    c._cameraMode = CameraMode::Idle;
     c._date = std::chrono::system_clock::now();
     nameLogitechCamera(c);
     return camera;
@@ -155,7 +156,7 @@ std::unique_ptr<QTCamera> QTCamera::initWithQTCaptureDevice(
     uint32_t cmioDeviceID) {
     auto camera = std::make_unique<QTCamera>(platform);
     QTCamera& c = *camera;
-    if (!c.adoptCaptureDevice(std::move(device), kCameraTypeMediaDevice)) return camera;
+    if (!c.adoptCaptureDevice(std::move(device), CameraType::MediaDevice)) return camera;
     c._cmioDeviceID = cmioDeviceID;
 
     // The model identifier carries "VendorID_0x...." and "ProductID_0x...." pieces; a later
@@ -179,14 +180,14 @@ std::unique_ptr<QTCamera> QTCamera::initWithLocationID(const platform::Platform&
     auto camera = std::make_unique<QTCamera>(platform);
     QTCamera& c = *camera;
     c._defaultFrameIndex = 1;
-    c._cameraType = kCameraTypeUsbOnly;
+    c._cameraType = CameraType::UsbOnly;
     c._locationID = locationID;
     c._vendorID = vendor;
     c._productID = product;
 
     c.lookUpInterfaces();
     if (c.streamInterface) c.setFormatArray(c.querySupportedImageFormat(c.streamInterface.get()));
-    c._cameraMode = 1;
+    c._cameraMode = CameraMode::Idle;
     c._date = std::chrono::system_clock::now();
     logString(describeFormats(c._formatArray));
     return camera;

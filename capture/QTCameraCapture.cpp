@@ -43,14 +43,14 @@ QTCameraCapture::QTCameraCapture(QTCamera& camera, QObject* parent)
     : QObject(parent), camera_(camera) {}
 
 QTCameraCapture::~QTCameraCapture() {
-    if (camera_.cameraMode() >= kCameraModePreviewing) stopPreview(captureView_);
+    if (camera_.cameraMode() >= CameraMode::Previewing) stopPreview(captureView_);
     timerCheckStream_.reset();
 }
 
 // ---- Preview ----
 
 int QTCameraCapture::startPreview(PreviewView* view) {
-    if (camera_.cameraMode() != kCameraModeIdle) return kCaptureRefused;
+    if (camera_.cameraMode() != CameraMode::Idle) return kCaptureRefused;
     captureView_ = view;
     const auto& device = camera_.qtCaptureDevice();
     captureSession_ = device ? device->createStream() : nullptr;
@@ -70,7 +70,7 @@ int QTCameraCapture::startPreview(PreviewView* view) {
     setCaptureAttributes(0, QString(), nullptr, QString());
     needNotificationOnFirstFrame_ = true;
     startSession(false);
-    camera_.setCameraMode(kCameraModePreviewing);
+    camera_.setCameraMode(CameraMode::Previewing);
 
     timerCheckStream_.reset();
     timerCheckStream_ = std::make_unique<QTimer>();
@@ -82,15 +82,15 @@ int QTCameraCapture::startPreview(PreviewView* view) {
 
 int QTCameraCapture::stopPreview(PreviewView* view) {
     (void)view;
-    if (camera_.cameraMode() < kCameraModePreviewing) return kCaptureRefused;
-    if (camera_.cameraMode() == kCameraModeRecording) stopRecord();
+    if (camera_.cameraMode() < CameraMode::Previewing) return kCaptureRefused;
+    if (camera_.cameraMode() == CameraMode::Recording) stopRecord();
     stopSession();
     setCaptureAttributes(1, QString(), nullptr, QString());
     if (captureView_) captureView_->setCaptureSession(nullptr);
     if (captureSession_) captureSession_->close();
     captureSession_.reset();
     sessionOpen_ = false;
-    camera_.setCameraMode(kCameraModeIdle);
+    camera_.setCameraMode(CameraMode::Idle);
     captureView_ = nullptr;
     emit sessionStopped();
     return kCaptureDone;
@@ -144,7 +144,7 @@ void QTCameraCapture::stopSession() {
 }
 
 void QTCameraCapture::checkStream() {
-    if (camera_.cameraMode() == kCameraModePreviewing && needNotificationOnFirstFrame_) {
+    if (camera_.cameraMode() == CameraMode::Previewing && needNotificationOnFirstFrame_) {
         NSLog("Stream Not Start!");
         stopSession();
         startSession(true);  // a camera that could not be opened is tried again
@@ -233,7 +233,7 @@ int QTCameraCapture::captureImage(QImage* image) {
 }
 
 int QTCameraCapture::captureImage(QImage* image, std::chrono::milliseconds timeLimit) {
-    if (camera_.cameraMode() < kCameraModePreviewing) return kCaptureRefused;
+    if (camera_.cameraMode() < CameraMode::Previewing) return kCaptureRefused;
     const int32_t width = camera_.cameraWidth(), height = camera_.cameraHeight();
     const auto fits = [&](const platform::FramePtr& frame) {
         return frame && (width <= 0 || frame->width == width) &&
@@ -262,20 +262,20 @@ int QTCameraCapture::captureImage(QImage* image, std::chrono::milliseconds timeL
 int QTCameraCapture::startRecord(const QUrl& url, const QString& videoCompression,
                                  platform::CaptureDevice* audioDevice,
                                  const QString& audioCompression) {
-    if (camera_.cameraMode() < kCameraModePreviewing) return kCaptureRefused;
+    if (camera_.cameraMode() < CameraMode::Previewing) return kCaptureRefused;
     setCaptureAttributes(2, videoCompression, audioDevice, audioCompression);
     {
         std::lock_guard lock(outputLock_);
         if (captureMovieFileOutput_) captureMovieFileOutput_->recordToOutputFileURL(url);
     }
     if (audioSource_ && audioSource_->start(this) != kIOReturnSuccess) closeAudioInput();
-    camera_.setCameraMode(kCameraModeRecording);
+    camera_.setCameraMode(CameraMode::Recording);
     needNotificationOnFirstFrame_ = true;
     return kCaptureDone;
 }
 
 int QTCameraCapture::stopRecord() {
-    if (camera_.cameraMode() != kCameraModeRecording) return kCaptureRefused;
+    if (camera_.cameraMode() != CameraMode::Recording) return kCaptureRefused;
     std::shared_ptr<MovieFileOutput> output;
     {
         std::lock_guard lock(outputLock_);
@@ -297,7 +297,7 @@ int QTCameraCapture::stopRecord() {
     }
     setCaptureAttributes(3, QString(), nullptr, QString());
     closeAudioInput();  // the sound input leaves the session and its device is closed
-    camera_.setCameraMode(kCameraModePreviewing);
+    camera_.setCameraMode(CameraMode::Previewing);
     return kCaptureDone;
 }
 
@@ -341,7 +341,8 @@ void QTCameraCapture::captureOutput(const QUrl& url, const std::optional<Capture
               (error->domain + QStringLiteral(": ") + error->userInfo).toUtf8().constData(),
               error->code, error->userInfo.toUtf8().constData());
     if (delegate_) delegate_->didFinishRecordingToOutputFileAtURL(url, error);
-    if (camera_.cameraMode() == kCameraModeRecording) camera_.setCameraMode(kCameraModePreviewing);
+    if (camera_.cameraMode() == CameraMode::Recording)
+        camera_.setCameraMode(CameraMode::Previewing);
 }
 
 // ---- Frames (capture thread) ----
@@ -432,7 +433,7 @@ void QTCameraCapture::audioSourceDidFail(IOReturn status, const QString& reason)
 void QTCameraCapture::streamFailed(IOReturn status, const QString& reason) {
     NSLog("CameraControl Error: the stream stopped (0x%08x): %s", static_cast<uint32_t>(status),
           reason.toUtf8().constData());
-    if (camera_.cameraMode() != kCameraModeRecording) return;
+    if (camera_.cameraMode() != CameraMode::Recording) return;
     std::shared_ptr<MovieFileOutput> output;
     {
         std::lock_guard lock(outputLock_);

@@ -41,12 +41,6 @@ class CaptureDevice;
 
 namespace orvella::capture {
 
-// cameraMode values.
-constexpr int32_t kCameraModeNone = 0;
-constexpr int32_t kCameraModeIdle = 1;
-constexpr int32_t kCameraModePreviewing = 3;
-constexpr int32_t kCameraModeRecording = 5;
-
 // Results of the operations.
 constexpr int kCaptureDone = 0;
 constexpr int kCaptureRefused = 1;

@@ -145,13 +145,13 @@ constexpr RecordField kRecordFields[] = {
 };
 #undef F
 
-const char* cameraTypeName(uint32_t type) {
+const char* cameraTypeName(CameraType type) {
     switch (type) {
-        case 0:
+        case CameraType::Usb:
             return "USB";
-        case 1:
+        case CameraType::UsbOnly:
             return "USB, no capture device";
-        case 2:
+        case CameraType::MediaDevice:
             return "media device";
         default:
             return "unknown";
@@ -201,7 +201,7 @@ QString textReport(QTCamera& camera) {
     row("vendorID", QString::asprintf("0x%04x", camera.vendorID()));
     row("productID", QString::asprintf("0x%04x", camera.productID()));
     row("cameraType", QStringLiteral("%1 (%2)")
-                          .arg(camera.cameraType())
+                          .arg(static_cast<uint32_t>(camera.cameraType()))
                           .arg(QLatin1String(cameraTypeName(camera.cameraType()))));
     row("interfaceNumber", QString::number(camera.interfaceNumber));
     row("inputTerminalID", QString::number(camera.inputTerminalID));

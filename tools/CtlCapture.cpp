@@ -81,7 +81,7 @@ std::optional<CaptureFailure> chooseFormat(QTCamera& camera, capture::QTCameraCa
 }
 
 std::optional<CaptureFailure> startStreaming(QTCamera& camera, capture::QTCameraCapture& capture) {
-    if (camera.cameraMode() != capture::kCameraModeIdle)
+    if (camera.cameraMode() != CameraMode::Idle)
         return CaptureFailure{QStringLiteral("%1 cannot stream (it has no capture device)")
                                   .arg(camera.displayName())};
     capture.startPreview(nullptr);

@@ -78,7 +78,7 @@ TEST_F(Discovery, OnlyUvcAndMatchedBuiltInCamerasAreListedAndTheFirstBecomesCurr
     auto builtin = plug(fixture("builtin.json"));
     discovery->registerDeviceCallbackHandler();
     ASSERT_EQ(list.size(), 2);
-    EXPECT_EQ(list.at(1)->cameraType(), kCameraTypeMediaDevice);
+    EXPECT_EQ(list.at(1)->cameraType(), CameraType::MediaDevice);
     EXPECT_EQ(recorder.loaded, (std::vector<QString>{uvc->uniqueID(), builtin->uniqueID()}));
     ASSERT_EQ(recorder.switched.size(), 1u);
     EXPECT_EQ(recorder.switched[0], list.at(0));

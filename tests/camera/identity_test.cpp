@@ -50,8 +50,8 @@ TEST(CameraIdentity, UniqueIDGivesLocationVendorProductAndTheTableNamesTheModel)
     EXPECT_EQ(camera->productID(), 0x0825);
     EXPECT_EQ(camera->modelUniqueID(), "UVC Camera VendorID_1133 ProductID_2085");
     EXPECT_EQ(camera->displayName(), "USB Camera HD Webcam C270");
-    EXPECT_EQ(camera->cameraType(), 0u);
-    EXPECT_EQ(camera->cameraMode(), 1);
+    EXPECT_EQ(camera->cameraType(), CameraType::Usb);
+    EXPECT_EQ(camera->cameraMode(), CameraMode::Idle);
     EXPECT_TRUE(camera->date().has_value());
     EXPECT_TRUE(camera->qtCaptureDevice());
     // Interfaces found by location, probed, and the formats listed.
@@ -152,9 +152,9 @@ TEST(CameraIdentity, MediaDeviceCameraTakesVendorAndProductFromTheModelIdentifie
             none, std::make_shared<FakeCaptureDevice>("uid", c.model, "Built-in"), 7);
         EXPECT_EQ(camera->vendorID(), c.vendor) << c.model;
         EXPECT_EQ(camera->productID(), c.product) << c.model;
-        EXPECT_EQ(camera->cameraType(), 2u);
+        EXPECT_EQ(camera->cameraType(), CameraType::MediaDevice);
         EXPECT_EQ(camera->cmioDeviceID(), 7u);
-        EXPECT_EQ(camera->cameraMode(), 0);
+        EXPECT_EQ(camera->cameraMode(), CameraMode::None);
         EXPECT_EQ(camera->defaultFrameIndex(), 1);
         EXPECT_FALSE(camera->date().has_value());
         EXPECT_FALSE(camera->supportedControl()->bBrightness);
@@ -167,13 +167,13 @@ TEST(CameraIdentity, UsbOnlyCameraHasNoIdentityStrings) {
     QString error;
     rig.addCamera(c270({}), &error);
     auto camera = QTCamera::initWithLocationID(rig.platform(), 0x1A200000, 0x046D, 0x0825);
-    EXPECT_EQ(camera->cameraType(), 1u);
+    EXPECT_EQ(camera->cameraType(), CameraType::UsbOnly);
     EXPECT_TRUE(camera->uniqueID().isEmpty());
     EXPECT_TRUE(camera->displayName().isEmpty());
     EXPECT_FALSE(camera->qtCaptureDevice());
     EXPECT_TRUE(camera->controlInterface);
     EXPECT_FALSE(camera->formatArray().empty());
-    EXPECT_EQ(camera->cameraMode(), 1);
+    EXPECT_EQ(camera->cameraMode(), CameraMode::Idle);
 }
 
 }  // namespace

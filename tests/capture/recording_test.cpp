@@ -88,7 +88,7 @@ TEST(Recording, AnUnknownEncoderOrContainerEndsWithAnError) {
         EXPECT_TRUE(rig.delegate.finished[0].second->userInfo.startsWith(expected))
             << name.toStdString() << ": "
             << rig.delegate.finished[0].second->userInfo.toStdString();
-        EXPECT_EQ(rig.camera->cameraMode(), capture::kCameraModePreviewing);
+        EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Previewing);
     }
 }
 

@@ -15,9 +15,6 @@
 namespace orvella::testing {
 namespace {
 
-using capture::kCameraModeIdle;
-using capture::kCameraModePreviewing;
-using capture::kCameraModeRecording;
 using capture::kCaptureDone;
 using capture::kCaptureRefused;
 using namespace std::chrono_literals;
@@ -29,22 +26,22 @@ bool logged(const log::ScopedCapture& log, const std::string& line) {
 TEST(CaptureStateMachine, RefusesOperationsOutsideTheirStatesAndChangesNothing) {
     CaptureRig rig;
     auto& c = *rig.capture;
-    ASSERT_EQ(rig.camera->cameraMode(), kCameraModeIdle);
+    ASSERT_EQ(rig.camera->cameraMode(), CameraMode::Idle);
     QImage image;
     EXPECT_EQ(c.stopPreview(nullptr), kCaptureRefused);
     EXPECT_EQ(c.captureImage(&image), kCaptureRefused);
     EXPECT_EQ(c.startRecord(QUrl::fromLocalFile("/tmp/x.mkv"), {}, nullptr, {}), kCaptureRefused);
     EXPECT_EQ(c.stopRecord(), kCaptureRefused);
-    EXPECT_EQ(rig.camera->cameraMode(), kCameraModeIdle);
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Idle);
     EXPECT_EQ(rig.device->player().startCount(), 0);
 
     ASSERT_EQ(c.startPreview(nullptr), kCaptureDone);
     EXPECT_EQ(c.startPreview(nullptr), kCaptureRefused);
     EXPECT_EQ(c.stopRecord(), kCaptureRefused);
-    EXPECT_EQ(rig.camera->cameraMode(), kCameraModePreviewing);
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Previewing);
     EXPECT_EQ(rig.device->player().startCount(), 1);  // the second start opened nothing
     EXPECT_EQ(c.stopPreview(nullptr), kCaptureDone);
-    EXPECT_EQ(rig.camera->cameraMode(), kCameraModeIdle);
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Idle);
     EXPECT_EQ(c.stopPreview(nullptr), kCaptureRefused);
 }
 
@@ -54,10 +51,10 @@ TEST(CaptureStateMachine, StopPreviewWhileRecordingEndsTheMovieFirst) {
     ASSERT_EQ(c.startPreview(nullptr), kCaptureDone);
     const QString file = QDir::temp().filePath("orvella-stop-during-record.mkv");
     ASSERT_EQ(c.startRecord(QUrl::fromLocalFile(file), {}, nullptr, {}), kCaptureDone);
-    EXPECT_EQ(rig.camera->cameraMode(), kCameraModeRecording);
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Recording);
     ASSERT_TRUE(spinUntil([&] { return c.framesRecorded() >= 3; }));
     EXPECT_EQ(c.stopPreview(nullptr), kCaptureDone);
-    EXPECT_EQ(rig.camera->cameraMode(), kCameraModeIdle);
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Idle);
     ASSERT_EQ(rig.delegate.finished.size(), 1u);
     EXPECT_EQ(rig.delegate.finished[0].first.toLocalFile(), file);
     EXPECT_FALSE(rig.delegate.finished[0].second.has_value());
@@ -114,7 +111,7 @@ TEST(CaptureDelegate, RatesAndFirstFrameArriveQueuedOnTheMainThread) {
     ASSERT_EQ(rig.capture->startRecord(QUrl::fromLocalFile(file), {}, nullptr, {}), kCaptureDone);
     ASSERT_TRUE(spinUntil([&] { return rig.delegate.firstFrames == 2; }));
     EXPECT_EQ(rig.capture->stopRecord(), kCaptureDone);
-    EXPECT_EQ(rig.camera->cameraMode(), kCameraModePreviewing);
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Previewing);
     QFile::remove(file);
 }
 
@@ -225,7 +222,7 @@ TEST(VanishingCamera, EndsTheWaitAndTheRecordingWithAnError) {
     ASSERT_TRUE(rig.delegate.finished[0].second.has_value());
     EXPECT_EQ(rig.delegate.finished[0].second->code, kIOReturnNoDevice)
         << rig.delegate.finished[0].second->userInfo.toStdString();
-    EXPECT_EQ(rig.camera->cameraMode(), kCameraModePreviewing);
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Previewing);
     // The frames that came before are still there; a new size never comes.
     QImage image;
     EXPECT_EQ(rig.capture->captureImage(&image, 5s), kCaptureDone);

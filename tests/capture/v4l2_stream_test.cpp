@@ -52,7 +52,7 @@ struct V4l2Rig {
         camera.setQtCaptureDevice(std::make_shared<linuxplatform::V4l2CaptureDevice>(
             "/dev/video0", "/sys/bus/usb/devices/1-1", "Fake Camera", 0x01100000, 0x1d6b, 0x0102,
             opener));
-        camera.setCameraMode(capture::kCameraModeIdle);
+        camera.setCameraMode(CameraMode::Idle);
         capture = std::make_unique<capture::QTCameraCapture>(camera);
     }
     ~V4l2Rig() { capture.reset(); }

@@ -68,7 +68,7 @@ TEST(SettingsRecord, RoundTripsEveryFixtureCamera) {
         EXPECT_EQ(again, saved);
         // The fresh camera did receive values: a round trip through an untouched record would
         // prove nothing.
-        if (fresh.camera->cameraType() != kCameraTypeMediaDevice) {
+        if (fresh.camera->cameraType() != CameraType::MediaDevice) {
             EXPECT_FALSE(setCurs(*fresh.device).empty());
         }
     }
