@@ -1,7 +1,6 @@
 #include "app/CameraDiscovery.h"
 
-#include <array>
-
+#include "camera/ModelNames.h"
 #include "platform/Log.h"
 #include "platform/MediaDevice.h"
 
@@ -12,21 +11,6 @@ namespace {
 namespace cmio = platform::cmio;
 
 constexpr std::size_t kObservingStep = 4;
-
-struct OlderCamera {
-    uint16_t vendor;
-    uint16_t product;
-    const char* name;
-};
-
-// Older cameras that are not UVC cameras, known by their USB identifiers.
-constexpr std::array<OlderCamera, 5> kOlderCameras{{
-    {0x199E, 0x8101, "DBx 31AU03"},
-    {0x046D, 0x08C1, "Logitech Camera QuickCam Fusion"},
-    {0x046D, 0x08C2, "Logitech Camera QuickCam Orbit MP (Sphere MP)"},
-    {0x046D, 0x08C3, "Logitech Camera QuickCam for Notebooks Pro"},
-    {0x046D, 0x08C5, "Logitech Camera QuickCam Pro 5000"},
-}};
 
 platform::PropertyAddress inputAddress(uint32_t selector) {
     return {selector, cmio::kScopeInput, 0};
@@ -155,10 +139,7 @@ void CameraDiscovery::selectCamera(int row) {
 }
 
 std::optional<QString> CameraDiscovery::olderCameraName(uint16_t vendor, uint16_t product) {
-    for (const OlderCamera& entry : kOlderCameras)
-        if (entry.vendor == vendor && entry.product == product)
-            return QString::fromLatin1(entry.name);
-    return std::nullopt;
+    return models::olderCameraName(vendor, product);
 }
 
 void CameraDiscovery::registerUSBDeviceCallbackHandler() {

@@ -1,5 +1,6 @@
 #include "camera/ModelNames.h"
 
+#include <array>
 #include <string_view>
 
 namespace orvella {
@@ -77,5 +78,35 @@ QString logitechModelNameOrProduct(uint16_t product) {
     if (auto name = logitechModelName(product)) return *name;
     return QString::asprintf("0x%04x", static_cast<unsigned>(product));
 }
+
+namespace models {
+
+namespace {
+
+struct OlderCamera {
+    uint16_t vendor;
+    uint16_t product;
+    const char* name;
+};
+
+// Older cameras that are not UVC cameras, known by their USB identifiers.
+constexpr std::array<OlderCamera, 5> kOlderCameras{{
+    {0x199E, 0x8101, "DBx 31AU03"},
+    {0x046D, 0x08C1, "Logitech Camera QuickCam Fusion"},
+    {0x046D, 0x08C2, "Logitech Camera QuickCam Orbit MP (Sphere MP)"},
+    {0x046D, 0x08C3, "Logitech Camera QuickCam for Notebooks Pro"},
+    {0x046D, 0x08C5, "Logitech Camera QuickCam Pro 5000"},
+}};
+
+}  // namespace
+
+std::optional<QString> olderCameraName(uint16_t vendor, uint16_t product) {
+    for (const OlderCamera& entry : kOlderCameras)
+        if (entry.vendor == vendor && entry.product == product)
+            return QString::fromLatin1(entry.name);
+    return std::nullopt;
+}
+
+}  // namespace models
 
 }  // namespace orvella

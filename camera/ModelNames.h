@@ -1,6 +1,6 @@
 #pragma once
-// Model names of vendor 0x046D cameras by USB product identifier, for cameras whose product
-// string cannot be read.
+// Model names by USB identifiers: vendor 0x046D cameras whose product string cannot be read, and
+// older cameras that are not UVC cameras.
 
 #include <QString>
 #include <cstdint>
@@ -15,5 +15,10 @@ std::optional<QString> logitechModelName(uint16_t product);
 
 // The table's name, or the product identifier as "0x%04x".
 QString logitechModelNameOrProduct(uint16_t product);
+
+namespace models {
+// The name of an older, non-UVC camera known by its USB identifiers.
+std::optional<QString> olderCameraName(uint16_t vendor, uint16_t product);
+}  // namespace models
 
 }  // namespace orvella

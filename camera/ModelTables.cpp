@@ -133,7 +133,8 @@ bool reportsFalseAutoModeDisable(uint16_t vendor, uint16_t product) {
     return vendor == kFalseAutoModeDisable.vendor && product == kFalseAutoModeDisable.product;
 }
 
-int32_t ledType(uint16_t product) {
+int32_t ledType(uint16_t vendor, uint16_t product) {
+    if (vendor != kVendorLogitech) return 0;
     for (const auto& entry : kLedModels)
         if (entry.product == product) return entry.type;
     return 0;
@@ -147,6 +148,17 @@ LedType2Unit ledType2Unit(uint16_t product) {
 
 bool isLedDoubleWriteCamera(uint16_t product) {
     return contains(kLedDoubleWriteProducts, product);
+}
+
+bool hasVendorSpecificVideoInterfaces(uint16_t vendor) {
+    constexpr uint16_t kVendor199E = 0x199E;
+    return vendor == kVendorLogitech || vendor == kVendor199E;
+}
+
+bool isInterfaceNumberedCamera(uint16_t vendor, uint16_t product) {
+    constexpr uint16_t kVendorApple = 0x05AC;
+    constexpr uint16_t kProductAppleBuiltIn = 0x8501;
+    return vendor == kVendorApple && product == kProductAppleBuiltIn;
 }
 
 }  // namespace orvella::models

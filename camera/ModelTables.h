@@ -37,9 +37,33 @@ bool isRelativePanTiltMotorCamera(uint16_t product);
 // although they work; the status walk treats them as enabled.
 bool reportsFalseAutoModeDisable(uint16_t vendor, uint16_t product);
 
-// LED type of a camera of vendor 0x046D: 0 none, 1 plain extension-unit write (unit 13),
-// 2 the 5-byte extension-unit request.
-int32_t ledType(uint16_t product);
+// LED type of a camera: 0 none, 1 plain extension-unit write (unit 13), 2 the 5-byte
+// extension-unit request. Only vendor 0x046D cameras have one.
+int32_t ledType(uint16_t vendor, uint16_t product);
+inline bool hasLedModels(uint16_t vendor) {
+    return vendor == kVendorLogitech;
+}
+
+// Vendors whose video interfaces may be vendor-specific (class 255) rather than video class.
+bool hasVendorSpecificVideoInterfaces(uint16_t vendor);
+
+// The built-in camera that does not describe its interfaces by class: interface 0 is its
+// control interface, 1 its streaming interface.
+bool isInterfaceNumberedCamera(uint16_t vendor, uint16_t product);
+
+// The media-device vendor whose control objects mishandle one exact value per control (the
+// control catalog's nudgedValue), which is sent nudged instead.
+inline bool hasMediaDeviceValueQuirk(uint16_t vendor) {
+    return vendor == kVendorBuiltInMediaDevice;
+}
+
+// Vendor 0x046D cameras show their model after the capture device's name.
+inline bool namesModelAfterCaptureDevice(uint16_t vendor) {
+    return vendor == kVendorLogitech;
+}
+
+// The model whose product string is never read; its name is fixed.
+constexpr uint16_t kProductConferenceCam = 0x0837;
 
 // Where the 5-byte LED request of an LED type 2 camera goes, and its rate byte.
 struct LedType2Unit {

@@ -54,7 +54,7 @@ bool onMediaDevice(const QTCamera& camera, const ControlDescription& row) {
 }
 
 bool hasMediaDeviceQuirk(const QTCamera& camera) {
-    return usesMediaDevice(camera) && camera.vendorID() == models::kVendorBuiltInMediaDevice;
+    return usesMediaDevice(camera) && models::hasMediaDeviceValueQuirk(camera.vendorID());
 }
 
 CMIOControl* objectOf(QTCamera& camera, const ControlDescription& row) {

@@ -6,6 +6,7 @@
 #include <cstdlib>
 
 #include "camera/ModelNames.h"
+#include "camera/ModelTables.h"
 #include "camera/QTCamera.h"
 #include "platform/CaptureDevice.h"
 #include "platform/Log.h"
@@ -14,8 +15,6 @@ namespace orvella {
 
 namespace {
 
-// This model's product string is never read; the name is fixed.
-constexpr uint16_t kProductConferenceCam = 0x0837;
 constexpr uint16_t kLanguageEnglishUS = 0x0409;
 constexpr uint16_t kProductStringBufferSize = 256;
 
@@ -81,10 +80,10 @@ std::optional<QString> productString(platform::UsbDevice& device) {
 // vendor without a USB device interface cannot be controlled: its capture device is cleared so
 // that the caller drops it.
 void nameLogitechCamera(QTCamera& camera) {
-    if (camera.vendorID() != kVendorLogitech) return;
+    if (!models::namesModelAfterCaptureDevice(camera.vendorID())) return;
     std::optional<QString> model;
-    if (camera.productID() == kProductConferenceCam) {
-        model = logitechModelName(kProductConferenceCam);
+    if (camera.productID() == models::kProductConferenceCam) {
+        model = logitechModelName(models::kProductConferenceCam);
     } else if (camera.devCamera) {
         model = productString(*camera.devCamera);
     } else {

@@ -4,6 +4,7 @@
 #include <cstring>
 #include <functional>
 
+#include "camera/ModelTables.h"
 #include "camera/QTCamera.h"
 #include "platform/Log.h"
 #include "platform/UvcProtocol.h"
@@ -12,16 +13,11 @@ namespace orvella {
 
 namespace {
 
-constexpr uint16_t kVendorApple = 0x05AC;
-constexpr uint16_t kProductAppleBuiltIn = 0x8501;
-constexpr uint16_t kVendorLogitech = 0x046D;
-constexpr uint16_t kVendor199E = 0x199E;
-
 // Vendor-specific interfaces (class 255) count as video only for these vendors.
 bool qualifies(uint8_t interfaceClass, uint16_t vendor) {
     if (interfaceClass == uvc::kClassVideo) return true;
     return interfaceClass == uvc::kClassVendorSpecific &&
-           (vendor == kVendorLogitech || vendor == kVendor199E);
+           models::hasVendorSpecificVideoInterfaces(vendor);
 }
 
 // Opens a handle on a device service; logs and yields null on failure.
@@ -75,7 +71,7 @@ IOReturn QTCamera::getControlInferace(std::shared_ptr<platform::UsbInterface>* c
         handle->getDeviceVendor(vendor);
         handle->getDeviceProduct(product);
 
-        if (vendor == kVendorApple && product == kProductAppleBuiltIn) {
+        if (models::isInterfaceNumberedCamera(vendor, product)) {
             // This built-in camera does not describe its interfaces by class; the numbers
             // decide, and interfaceNumber stays as it is.
             uint8_t number = 0;

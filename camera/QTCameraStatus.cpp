@@ -172,8 +172,9 @@ SupportedControl* QTCamera::queryControlStatus() {
 
     for (const ControlDescription& row : catalog::all())
         if (inStatusWalk(row) && _supportedControl.*row.present) readStatus(*this, row);
-    if (_vendorID == models::kVendorLogitech)
-        _supportedControl.cameraLED = models::ledType(_productID);
+    // Only the LED vendor's cameras are told their type; others keep what they had.
+    if (models::hasLedModels(_vendorID))
+        _supportedControl.cameraLED = models::ledType(_vendorID, _productID);
     return &_supportedControl;
 }
 
