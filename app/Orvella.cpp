@@ -2,7 +2,6 @@
 
 #include <QApplication>
 #include <QBoxLayout>
-#include <QComboBox>
 #include <QIdentityProxyModel>
 #include <QLabel>
 #include <QMessageBox>
@@ -22,7 +21,6 @@
 #include "ui/ProfileItemRoles.h"
 #include "ui/StatusBar.h"
 #include "ui/StatusMenu.h"
-#include "ui_ControlPanel.h"
 
 namespace orvella::app {
 
@@ -66,12 +64,6 @@ class ProfilePopUpModel final : public QIdentityProxyModel {
 int storedInterval(const settings::DefaultsStore& defaults, const char* key) {
     const qint64 ticks = defaults.integerForKey(QLatin1String(key));
     return ticks > 0 && ticks <= settings::kMaxIntervalTicks ? static_cast<int>(ticks) : 0;
-}
-
-void showIntervalTag(QComboBox* pop, int tag) {
-    if (ui::ControlPanel::selectIntervalTag(pop, tag)) return;
-    pop->addItem(QStringLiteral("%1 s").arg(tag / 2.0), tag);
-    pop->setCurrentIndex(pop->count() - 1);
 }
 
 }  // namespace
@@ -167,7 +159,6 @@ void Orvella::setDemoCamera(std::function<void()> addDemoCamera) {
 // ---- Wiring ----
 
 void Orvella::wirePanel() {
-    Ui::ControlPanel& ui = panel_->outlets();
     panelDelegate_.updateSettings = [this](int32_t id) { updateSettings(id); };
     panelDelegate_.displayValues = [this]() -> std::optional<QMap<QString, bool>> {
         const QVariant stored = defaults_.objectForKey(QStringLiteral("Display Value"));
@@ -184,8 +175,8 @@ void Orvella::wirePanel() {
     panelDelegate_.buildProfileLists = [this] { buildProfileLists(); };
     panel_->setDelegate(&panelDelegate_);
 
-    ui.mPopProfile->setModel(new ProfilePopUpModel(profileList_, ui.mPopProfile));
-    ui.mPopCamera->setModel(cameras_.popUpModel());
+    panel_->setProfileModel(new ProfilePopUpModel(profileList_, nullptr));
+    panel_->setCameraModel(cameras_.popUpModel());
     connect(&profileList_, &ProfileListModel::currentRowChanged, this, &Orvella::followProfileRow);
     connect(&profileList_, &QAbstractItemModel::modelReset, this, &Orvella::followProfileRow);
     connect(&profileList_, &QAbstractItemModel::rowsInserted, this, &Orvella::followProfileRow);
@@ -273,8 +264,7 @@ void Orvella::wireMenu() {
 }
 
 void Orvella::buildNoCameraBanner() {
-    QWidget* window = panel_->window();
-    noCamera_ = new QWidget(window);
+    noCamera_ = new QWidget(panel_->window());
     noCamera_->setObjectName(QStringLiteral("mVwNoCamera"));
     auto* layout = new QHBoxLayout(noCamera_);
     auto* label = new QLabel(ui::localized("NoCameraFound"), noCamera_);
@@ -287,10 +277,7 @@ void Orvella::buildNoCameraBanner() {
     connect(button, &QPushButton::clicked, this, [this] {
         if (addDemoCamera_) addDemoCamera_();
     });
-    if (auto* box = qobject_cast<QBoxLayout*>(window->layout()))
-        box->insertWidget(0, noCamera_);
-    else if (window->layout())
-        window->layout()->addWidget(noCamera_);
+    panel_->showBanner(noCamera_);
     noCamera_->setVisible(cameras_.size() == 0);
 }
 
@@ -300,16 +287,14 @@ void Orvella::applicationDidFinishLaunching() {
     // The rows exist since construction; now the preferences, tidying the profile store.
     preferences_.startUp(profiles_);
     profiles_.watchForOtherProcesses();
-    Ui::ControlPanel& ui = panel_->outlets();
-    ui.mBtnLaunchAtLogin->setChecked(preferences_.launchAtLogin());
-    ui.mBtnHideMenuBarIcon->setChecked(preferences_.hideMenuBarIcon() != 0);
-    ui.mBtnBWMenuIcon->setChecked(preferences_.bwMenuIcon() != 0);
+    panel_->showLaunchAtLogin(preferences_.launchAtLogin());
+    panel_->showTrayIconHidden(preferences_.hideMenuBarIcon() != 0);
+    panel_->showMenuIcon(preferences_.bwMenuIcon() != 0);
     // The timer counts what is stored, also an interval the pop-ups do not offer (a half-second
     // one written by a script); the pop-up then shows it as an extra item.
     const int updateSlider = storedInterval(defaults_, "UpdateSlider");
     const int reconfigureWebcam = storedInterval(defaults_, "ReconfigureWebcam");
-    showIntervalTag(ui.mPopUpdateSlider, updateSlider);
-    showIntervalTag(ui.mPopReconfigureWebcam, reconfigureWebcam);
+    panel_->showIntervals(updateSlider, reconfigureWebcam);
     timer_.setUpdateSliderTicks(updateSlider);
     timer_.setReconfigureWebcamTicks(reconfigureWebcam);
     guard_.setSettleTime(preferences_.guardSettleTime());
@@ -326,12 +311,7 @@ void Orvella::applicationDidFinishLaunching() {
     menu_->localize(ui::applicationName());
     statusBar_->setMenuIcon(preferences_.bwMenuIcon() != 0);
 
-    if (preferences_.hideMenuBarIcon() != 0) {
-        ui.mBtnBWMenuIcon->setEnabled(false);
-    } else {
-        installStatusBar();
-        ui.mBtnBWMenuIcon->setEnabled(true);
-    }
+    if (preferences_.hideMenuBarIcon() == 0) installStatusBar();
     showHidePanelAndUpdateMenu();
     timer_.installTimerAfterLaunch();
     // One line that scripts and benchmarks can wait for.
@@ -365,7 +345,7 @@ void Orvella::removeStatusBar() {
 
 void Orvella::setMenuIcon(bool blackAndWhite) {
     statusBar_->setMenuIcon(blackAndWhite);
-    panel_->outlets().mBtnBWMenuIcon->setChecked(blackAndWhite);
+    panel_->showMenuIcon(blackAndWhite);
     menu_->setBWMenuIcon(blackAndWhite);
     preferences_.setMenuIcon(blackAndWhite);
 }
@@ -427,7 +407,7 @@ void Orvella::refreshAutoSliders() {
     for (const ControlDescription* control : autoSlidersToRefresh(*camera->supportedControl())) {
         long value = 0;
         if (camera->queryControl(*control, &value) == 0)
-            if (ui::UVCValueViewController* row = panel_->row(control->id)) row->setValue(value);
+            panel_->showControlValue(control->id, value);
     }
 }
 

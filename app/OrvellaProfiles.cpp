@@ -1,7 +1,6 @@
 // The controller's profile and preference flows: the window-modal dialogs on the panel (save,
 // name conflict, delete, the two interval explanations), choosing, updating and starring profiles,
 // reset to the camera's defaults, and the Preferences tab's actions.
-#include <QComboBox>
 #include <QDialog>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -18,7 +17,6 @@
 #include "ui/ControlPanel.h"
 #include "ui/Localization.h"
 #include "ui/StatusMenu.h"
-#include "ui_ControlPanel.h"
 
 namespace orvella::app {
 
@@ -66,7 +64,6 @@ void Orvella::endSheet() {
 void Orvella::clickSaveNewProfile() {
     QTCamera* camera = qtCamera();
     if (!camera) return;
-    Ui::ControlPanel& ui = panel_->outlets();
     auto* dialog = new QInputDialog(panel_->window());
     dialog->setObjectName(QStringLiteral("SaveNewProfile"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -74,7 +71,7 @@ void Orvella::clickSaveNewProfile() {
     dialog->setWindowTitle(ui::localized("SaveNewProfile"));
     dialog->setLabelText(
         ui::localized("SaveNewProfile") + QStringLiteral("\n\n") +
-        ui::localizedFormat("SaveCurrentSettingsInfo", ui.mPopProfile->currentText()));
+        ui::localizedFormat("SaveCurrentSettingsInfo", panel_->selectedProfileTitle()));
     dialog->setOkButtonText(ui::localized("SaveBtn"));
     dialog->setCancelButtonText(ui::localized("CancelBtn"));
     dialog->setTextValue(QString());
@@ -128,9 +125,9 @@ void Orvella::clickUpdateProfile() {
 void Orvella::clickDeleteProfile() {
     QTCamera* camera = qtCamera();
     if (!camera) return;
-    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Critical, "DeleteProfile",
-                               ui::localizedFormat("DeleteSavedSettingsInfo",
-                                                   panel_->outlets().mPopProfile->currentText()));
+    QMessageBox* box =
+        alertOn(panel_->window(), QMessageBox::Critical, "DeleteProfile",
+                ui::localizedFormat("DeleteSavedSettingsInfo", panel_->selectedProfileTitle()));
     QPushButton* remove = box->addButton(ui::localized("DeleteBtn"), QMessageBox::AcceptRole);
     box->addButton(ui::localized("CancelBtn"), QMessageBox::RejectRole);
     box->setDefaultButton(remove);
@@ -146,10 +143,10 @@ void Orvella::clickDeleteProfile() {
 }
 
 void Orvella::clickLoadAtStart() {
-    const int row = panel_->outlets().mPopProfile->currentIndex();
+    const int row = panel_->selectedProfileRow();
     if (!qtCamera() || row < 0 || row == settings::ProfileListModel::kSeparatorRow) return;
     profileList_.markLoadAtStart(row);
-    panel_->outlets().mBtnLoadAtStart->setEnabled(false);
+    panel_->showLoadAtStartChosen();
 }
 
 void Orvella::clickResetToDefault() {
@@ -157,7 +154,7 @@ void Orvella::clickResetToDefault() {
     if (!camera) return;
     profileList_.setCurrentRow(settings::ProfileListModel::kCameraDefaultRow);
     // Resetting the camera switches launch at login off as well.
-    panel_->outlets().mBtnLaunchAtLogin->setChecked(false);
+    panel_->showLaunchAtLogin(false);
     preferences_.switchOffLaunchAtLogin();
     camera->setDefaults();
     refreshPanelValues();
@@ -209,17 +206,12 @@ void Orvella::refreshPanelValues() {
 }
 
 void Orvella::followProfileRow() {
-    QComboBox* pop = panel_->outlets().mPopProfile;
-    const int row = profileList_.currentRow();
-    if (pop->currentIndex() != row) pop->setCurrentIndex(row);
-    panel_->enableDisableProfileButton();
+    panel_->showProfileSelection(profileList_.currentRow());
 }
 
 void Orvella::followCameraRow() {
-    QComboBox* pop = panel_->outlets().mPopCamera;
-    const int popRow = cameras_.popUpRowForRow(cameras_.currentRow());
-    if (pop->currentIndex() != popRow) pop->setCurrentIndex(popRow);
-    pop->setEnabled(cameras_.size() > 0);
+    panel_->showCameraSelection(cameras_.popUpRowForRow(cameras_.currentRow()),
+                                cameras_.size() > 0);
     if (noCamera_) noCamera_->setVisible(cameras_.size() == 0);
 }
 
@@ -234,14 +226,11 @@ void Orvella::selectBWMenuIcon(bool on) {
 }
 
 void Orvella::clickHideMenuBarIcon(bool hidden) {
-    Ui::ControlPanel& ui = panel_->outlets();
-    if (hidden) {
+    if (hidden)
         removeStatusBar();
-        ui.mBtnBWMenuIcon->setEnabled(false);
-    } else {
+    else
         installStatusBar();
-        ui.mBtnBWMenuIcon->setEnabled(true);
-    }
+    panel_->showTrayIconHidden(hidden);
     preferences_.clickHideMenuBarIcon(hidden);
 }
 

@@ -1,6 +1,7 @@
 #include "ui/ControlPanel.h"
 
 #include <QAbstractItemModel>
+#include <QBoxLayout>
 #include <QCheckBox>
 #include <QComboBox>
 #include <QGroupBox>
@@ -459,6 +460,74 @@ void ControlPanel::enableDisableProfileButton() {
         ui.mBtnSaveNewProfile->setEnabled(ui.mPopCamera->currentIndex() >= 0);
         ui.mBtnDeleteProfile->setEnabled(false);
         ui.mBtnLoadAtStart->setEnabled(false);
+    }
+}
+
+// ---------------------------------------------------------------------------------------------
+// What the owner shows
+
+void ControlPanel::setCameraModel(QAbstractItemModel* model) {
+    ui_->mPopCamera->setModel(model);
+}
+
+void ControlPanel::setProfileModel(QAbstractItemModel* model) {
+    model->setParent(ui_->mPopProfile);
+    ui_->mPopProfile->setModel(model);
+}
+
+void ControlPanel::showCameraSelection(int row, bool anyCamera) {
+    if (ui_->mPopCamera->currentIndex() != row) ui_->mPopCamera->setCurrentIndex(row);
+    ui_->mPopCamera->setEnabled(anyCamera);
+}
+
+void ControlPanel::showProfileSelection(int row) {
+    if (ui_->mPopProfile->currentIndex() != row) ui_->mPopProfile->setCurrentIndex(row);
+    enableDisableProfileButton();
+}
+
+int ControlPanel::selectedProfileRow() const {
+    return ui_->mPopProfile->currentIndex();
+}
+
+QString ControlPanel::selectedProfileTitle() const {
+    return ui_->mPopProfile->currentText();
+}
+
+void ControlPanel::showLoadAtStartChosen() {
+    ui_->mBtnLoadAtStart->setEnabled(false);
+}
+
+void ControlPanel::showControlValue(int32_t settingsID, long value) {
+    if (UVCValueViewController* r = row(settingsID)) r->setValue(value);
+}
+
+void ControlPanel::showBanner(QWidget* banner) {
+    if (auto* box = qobject_cast<QBoxLayout*>(window_->layout()))
+        box->insertWidget(0, banner);
+    else if (window_->layout())
+        window_->layout()->addWidget(banner);
+}
+
+void ControlPanel::showLaunchAtLogin(bool on) {
+    ui_->mBtnLaunchAtLogin->setChecked(on);
+}
+
+void ControlPanel::showMenuIcon(bool blackAndWhite) {
+    ui_->mBtnBWMenuIcon->setChecked(blackAndWhite);
+}
+
+void ControlPanel::showTrayIconHidden(bool hidden) {
+    ui_->mBtnHideMenuBarIcon->setChecked(hidden);
+    ui_->mBtnBWMenuIcon->setEnabled(!hidden);
+}
+
+void ControlPanel::showIntervals(int updateSliderTicks, int reconfigureWebcamTicks) {
+    for (const auto& [pop, ticks] :
+         {std::pair{ui_->mPopUpdateSlider, updateSliderTicks},
+          std::pair{ui_->mPopReconfigureWebcam, reconfigureWebcamTicks}}) {
+        if (selectIntervalTag(pop, ticks)) continue;
+        pop->addItem(QStringLiteral("%1 s").arg(ticks / 2.0), ticks);
+        pop->setCurrentIndex(pop->count() - 1);
     }
 }
 

@@ -20,6 +20,7 @@
 namespace Ui {
 class ControlPanel;
 }
+class QAbstractItemModel;
 class QWidget;
 class QComboBox;
 
@@ -78,6 +79,34 @@ class ControlPanel : public QObject {
     // automatic mode owns -- without a single request to the camera: for changes the camera
     // took in from elsewhere (another program, its own automatic mode).
     void showCameraRecord();
+
+    // ---- What the owner shows ----
+    // The item models behind the camera and profile pop-ups. The profile model becomes the
+    // panel's (it goes with the pop-up); the camera model stays its owner's.
+    void setCameraModel(QAbstractItemModel* model);
+    void setProfileModel(QAbstractItemModel* model);
+    // The camera pop-up shows the current camera's row (-1: none); it can be used while any
+    // camera is listed.
+    void showCameraSelection(int row, bool anyCamera);
+    // The profile pop-up shows `row` (-1: none) and the profile buttons follow it.
+    void showProfileSelection(int row);
+    int selectedProfileRow() const;
+    QString selectedProfileTitle() const;
+    // The selected item just became the start profile: it cannot be made so again.
+    void showLoadAtStartChosen();
+    // A new value of a control, read from the camera by the owner (nothing is sent back).
+    void showControlValue(int32_t settingsID, long value);
+    // A widget of the owner's shown above the controls (the no-camera banner).
+    void showBanner(QWidget* banner);
+
+    // ---- Preferences tab ----
+    void showLaunchAtLogin(bool on);
+    void showMenuIcon(bool blackAndWhite);
+    // Whether the tray icon is hidden; its black-and-white choice only applies while it is not.
+    void showTrayIconHidden(bool hidden);
+    // The stored intervals (counts of half-second ticks); one the pop-ups do not offer (a script
+    // wrote it) is shown as an item of its own.
+    void showIntervals(int updateSliderTicks, int reconfigureWebcamTicks);
 
     // ---- Settings guard (Preferences tab) ----
     // Shows the guard's state and settle time; while it is on, the re-send box says that its
