@@ -1,11 +1,13 @@
 #pragma once
-// The control panel: the application's one window with the current camera's controls. It holds
-// the sixteen control rows, the automatic-mode switches, the pan/tilt buttons and the LED control,
-// the capture format and frame rate, and lays out the profile box and the preferences tab. It is
-// owned and driven by the application controller: the controller makes a camera current
-// (setQTCamera + loadSupportedControl) or clears the panel (disableAllCameraControl); the panel
-// writes every user change to the camera and reports it back through ControlPanelDelegate. The
-// profile and preference widgets only emit signals; their flows belong to the controller.
+// The control panel: the application's one window. It puts together the camera pop-up, the
+// camera's controls (CameraControlsPage, on the Basic and Advanced tabs), the Preferences tab
+// (PreferencesPage), the profile box (ProfileBox) and the bottom line with the capture format,
+// the frame rate and the reset button. It is owned and driven by the application controller: the
+// controller makes a camera current (setQTCamera + loadSupportedControl) or clears the panel
+// (disableAllCameraControl) and shows what it holds through calls named for what the user sees;
+// the panel writes every user change to the camera and reports it back through
+// ControlPanelDelegate. The profile and preference widgets only emit signals; their flows belong
+// to the controller.
 
 #include <QObject>
 #include <QTimer>
@@ -13,8 +15,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "ui/CameraControlsPage.h"
 #include "ui/ControlPanelDelegate.h"
-#include "ui/UVCValueDelegate.h"
 #include "ui/UVCValueViewController.h"
 
 namespace Ui {
@@ -33,15 +35,19 @@ class CaptureDevice;
 
 namespace orvella::ui {
 
+class PreferencesPage;
+class ProfileBox;
+
 class ControlPanel : public QObject {
     Q_OBJECT
 
   public:
-    static constexpr int kRowCount = 16;
+    static constexpr int kRowCount = CameraControlsPage::kRowCount;
     // Delay between applying a stored zoom and the stepped zoom of the camera that needs it.
     static constexpr int kSteppedZoomDelayMs = 1000;
-    // Key of an interval item's title, kept so that a second localize still finds it.
-    static constexpr int kItemKeyRole = Qt::UserRole + 10;
+    // Every room's outlets under their interface files' names (ui/ControlPanelOutlets.h), for
+    // tests and the screenshot tool.
+    struct Outlets;
 
     // Loads the panel's interface file, builds the sixteen rows on their placeholders, localizes
     // every text and leaves the panel empty (no camera). Install the string table first: the
@@ -50,20 +56,21 @@ class ControlPanel : public QObject {
     ~ControlPanel() override;
 
     QWidget* window() const { return window_.get(); }
-    Ui::ControlPanel& outlets() { return *ui_; }
+    Outlets& outlets() { return *outlets_; }
+    CameraControlsPage& controls() { return *controls_; }
+    ProfileBox& profileBox() { return *profileBox_; }
+    PreferencesPage& preferencesPage() { return *preferences_; }
 
     ControlPanelDelegate* delegate() const { return delegate_; }
     void setDelegate(ControlPanelDelegate* delegate) { delegate_ = delegate; }
 
     // The row of a setting identifier (3, 4, ... 21), null for identifiers without a row.
-    UVCValueViewController* row(int32_t settingsID) const;
-    const std::array<std::unique_ptr<UVCValueViewController>, kRowCount>& rows() const {
-        return rows_;
-    }
+    UVCValueViewController* row(int32_t settingsID) const { return controls_->row(settingsID); }
+    const CameraControlsPage::Rows& rows() const { return controls_->rows(); }
 
     // The current camera (borrowed); the panel reads and writes it until told otherwise.
-    QTCamera* qtCamera() const { return _qtCamera; }
-    void setQTCamera(QTCamera* camera) { _qtCamera = camera; }
+    QTCamera* qtCamera() const { return controls_->qtCamera(); }
+    void setQTCamera(QTCamera* camera) { controls_->setQTCamera(camera); }
 
     // Sets every text from the string table (the panel's part of the controller's localize).
     void localize();
@@ -113,17 +120,11 @@ class ControlPanel : public QObject {
     // blind re-send is not needed.
     void showGuardSettings(bool on, int settleMs);
 
-    // ---- Row delegate messages ----
+    // ---- What the camera's controls report ----
+    // The user changed a setting: the selected profile counts as changed by hand and the owner
+    // stores the change.
     void settingChanged(int32_t settingsID);
     void titleClicked(bool displayValue, int32_t settingsID);
-
-    // ---- Actions ----
-    void switchAutoExposureMode();
-    void clickWhiteBalanceTemperatureAuto();
-    void switchPowerLineFrequency();
-    void clickFocusAuto();
-    void clickPTZ(int tag);
-    void swictLED();
 
     // ---- Format and frame rate ----
     void showQTFormat(const platform::CaptureDevice* device);
@@ -173,17 +174,18 @@ class ControlPanel : public QObject {
   private:
     // disableAllCameraControl without the pan/tilt buttons: the state before the first camera.
     void emptyPanel();
-    void buildRows();
+    void placeRooms();
     void wireActions();
-    void alignRows();
-    void loadImages();
+    bool cameraChosen() const;
 
     std::unique_ptr<Ui::ControlPanel> ui_;
     std::unique_ptr<QWidget> window_;
-    std::array<std::unique_ptr<UVCValueViewController>, kRowCount> rows_;
-    UVCValueDelegate rowDelegate_;
+    // The rooms; the profile box and the preferences page belong to the window.
+    std::unique_ptr<CameraControlsPage> controls_;
+    ProfileBox* profileBox_ = nullptr;
+    PreferencesPage* preferences_ = nullptr;
+    std::unique_ptr<Outlets> outlets_;
     ControlPanelDelegate* delegate_ = nullptr;
-    QTCamera* _qtCamera = nullptr;
 
     struct PendingZoom {
         int64_t target;
