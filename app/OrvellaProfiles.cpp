@@ -1,6 +1,6 @@
-// The controller's profile and preference flows: the window-modal dialogs on the panel (save,
-// name conflict, delete, the two interval explanations), choosing, updating and starring profiles,
-// reset to the camera's defaults, and the Preferences tab's actions.
+// The controller's profile flows and dialogs: the window-modal dialogs on the panel (save, name
+// conflict, delete, the two interval explanations), choosing, updating and starring profiles,
+// reset to the camera's defaults; the Preferences tab's actions pass to PreferencesPart.
 #include <QDialog>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -41,11 +41,11 @@ QMessageBox* alertOn(QWidget* window, QMessageBox::Icon icon, const char* messag
 void Orvella::showSheet(QDialog* dialog, std::function<void(int)> done) {
     endSheet();
     sheet_ = dialog;
-    menu_->setSheetOpen(true);
+    tray_->menu().setSheetOpen(true);
     connect(dialog, &QDialog::finished, this, [this, dialog, done = std::move(done)](int result) {
         if (sheet_ == dialog) {
             sheet_ = nullptr;
-            menu_->setSheetOpen(false);
+            tray_->menu().setSheetOpen(false);
         }
         if (done) done(result);
     });
@@ -55,7 +55,7 @@ void Orvella::showSheet(QDialog* dialog, std::function<void(int)> done) {
 void Orvella::endSheet() {
     if (QDialog* open = sheet_) {
         sheet_ = nullptr;
-        menu_->setSheetOpen(false);
+        tray_->menu().setSheetOpen(false);
         open->disconnect(this);
         open->reject();
     }
@@ -194,7 +194,7 @@ void Orvella::buildProfileLists() {
     // this camera current, so its record is complete (the aperture is read from the current
     // camera only).
     const int row = profileList_.showModel(camera->modelUniqueID(), camera->bLoadAtStart());
-    menu_->setCameraDefaultActive(true);
+    tray_->menu().setCameraDefaultActive(true);
     selectProfile(row);
     camera->setBLoadAtStart(true);
 }
@@ -218,41 +218,31 @@ void Orvella::followCameraRow() {
 // ---- Preferences tab ----
 
 void Orvella::clickLaunchAtLogin(bool on) {
-    preferences_.clickLaunchAtLogin(on);
+    preferencesPart_->clickLaunchAtLogin(on);
 }
 
 void Orvella::selectBWMenuIcon(bool on) {
-    setMenuIcon(on);
+    preferencesPart_->selectBWMenuIcon(on);
 }
 
 void Orvella::clickHideMenuBarIcon(bool hidden) {
-    if (hidden)
-        removeStatusBar();
-    else
-        installStatusBar();
-    panel_->showTrayIconHidden(hidden);
-    preferences_.clickHideMenuBarIcon(hidden);
+    preferencesPart_->clickHideMenuBarIcon(hidden);
 }
 
 void Orvella::selectUpdateSlider(int tag) {
-    preferences_.selectUpdateSlider(tag);
-    timer_.setUpdateSliderTicks(tag);
+    preferencesPart_->selectUpdateSlider(tag);
 }
 
 void Orvella::selectReconfigureWebcam(int tag) {
-    preferences_.selectReconfigureWebcam(tag);
-    timer_.setReconfigureWebcamTicks(tag);
+    preferencesPart_->selectReconfigureWebcam(tag);
 }
 
 void Orvella::clickGuardSettings(bool on) {
-    preferences_.setGuardSettings(on);
-    guard_.setEnabled(on);
-    panel_->showGuardSettings(on, guard_.settleTime());
+    preferencesPart_->clickGuardSettings(on);
 }
 
 void Orvella::selectGuardSettleTime(int milliseconds) {
-    preferences_.setGuardSettleTime(milliseconds);
-    guard_.setSettleTime(preferences_.guardSettleTime());
+    preferencesPart_->selectGuardSettleTime(milliseconds);
 }
 
 void Orvella::clickReadIntervalInfo() {
