@@ -2,12 +2,10 @@
 
 #include <QApplication>
 #include <QBoxLayout>
-#include <QComboBox>
 #include <QIdentityProxyModel>
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
-#include <QTimer>
 
 #include "app/PeriodicReapply.h"
 #include "camera/ControlCatalog.h"
@@ -22,7 +20,6 @@
 #include "ui/ProfileItemRoles.h"
 #include "ui/StatusBar.h"
 #include "ui/StatusMenu.h"
-#include "ui_ControlPanel.h"
 
 namespace orvella::app {
 
@@ -62,18 +59,6 @@ class ProfilePopUpModel final : public QIdentityProxyModel {
     ProfileListModel& list_;
 };
 
-// A stored interval in ticks; nonsense (negative, huge) reads as off.
-int storedInterval(const settings::DefaultsStore& defaults, const char* key) {
-    const qint64 ticks = defaults.integerForKey(QLatin1String(key));
-    return ticks > 0 && ticks <= settings::kMaxIntervalTicks ? static_cast<int>(ticks) : 0;
-}
-
-void showIntervalTag(QComboBox* pop, int tag) {
-    if (ui::ControlPanel::selectIntervalTag(pop, tag)) return;
-    pop->addItem(QStringLiteral("%1 s").arg(tag / 2.0), tag);
-    pop->setCurrentIndex(pop->count() - 1);
-}
-
 }  // namespace
 
 class Orvella::FormatFollower final : public platform::CaptureFormatObserver {
@@ -110,9 +95,12 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
              }()) {
     // The sixteen rows are built with the panel.
     panel_ = std::make_unique<ui::ControlPanel>();
-    menu_ = std::make_unique<ui::StatusMenu>();
-    statusBar_ = std::make_unique<ui::StatusBar>(menu_.get(), options_.trayAvailable);
-    panel_->window()->installEventFilter(this);
+    tray_ = std::make_unique<TrayPart>(
+        *panel_, preferences_, TrayPart::Options{options_.trayAvailable, options_.popoverDelayMs});
+    // A dialog open on the panel ends before the panel is hidden or closed.
+    connect(tray_.get(), &TrayPart::panelClosing, this, &Orvella::endSheet);
+    preferencesPart_ =
+        std::make_unique<PreferencesPart>(preferences_, defaults_, *panel_, *tray_, timer_, guard_);
     wirePanel();
     wireMenu();
     buildNoCameraBanner();
@@ -149,7 +137,6 @@ Orvella::~Orvella() {
         }
     if (power_) power_->setObserver(nullptr);
     endSheet();
-    if (panel_) panel_->window()->removeEventFilter(this);
 }
 
 void Orvella::setPowerEvents(platform::PowerEventSource* power) {
@@ -167,7 +154,6 @@ void Orvella::setDemoCamera(std::function<void()> addDemoCamera) {
 // ---- Wiring ----
 
 void Orvella::wirePanel() {
-    Ui::ControlPanel& ui = panel_->outlets();
     panelDelegate_.updateSettings = [this](int32_t id) { updateSettings(id); };
     panelDelegate_.displayValues = [this]() -> std::optional<QMap<QString, bool>> {
         const QVariant stored = defaults_.objectForKey(QStringLiteral("Display Value"));
@@ -184,8 +170,8 @@ void Orvella::wirePanel() {
     panelDelegate_.buildProfileLists = [this] { buildProfileLists(); };
     panel_->setDelegate(&panelDelegate_);
 
-    ui.mPopProfile->setModel(new ProfilePopUpModel(profileList_, ui.mPopProfile));
-    ui.mPopCamera->setModel(cameras_.popUpModel());
+    panel_->setProfileModel(new ProfilePopUpModel(profileList_, nullptr));
+    panel_->setCameraModel(cameras_.popUpModel());
     connect(&profileList_, &ProfileListModel::currentRowChanged, this, &Orvella::followProfileRow);
     connect(&profileList_, &QAbstractItemModel::modelReset, this, &Orvella::followProfileRow);
     connect(&profileList_, &QAbstractItemModel::rowsInserted, this, &Orvella::followProfileRow);
@@ -227,54 +213,38 @@ void Orvella::wirePanel() {
 }
 
 void Orvella::wireMenu() {
-    menu_->setCameraModel(&cameras_);
+    ui::StatusMenu* menu = &tray_->menu();
+    menu->setCameraModel(&cameras_);
     // The camera-default item acts only while there is a camera: the panel's emptying takes its
     // action away, building the lists for a camera gives it back.
-    menu_->setCameraDefaultActive(false);
-    connect(panel_.get(), &ui::ControlPanel::cameraControlsCleared, menu_.get(),
-            [this] { menu_->setCameraDefaultActive(false); });
-    menu_->setProfileModel(&profileList_, settings::kFirstProfileIndex,
-                           ProfileListModel::MenuStarImageRole);
-    connect(menu_.get(), &ui::StatusMenu::cameraSelected, this, [this](int row) {
+    menu->setCameraDefaultActive(false);
+    connect(panel_.get(), &ui::ControlPanel::cameraControlsCleared, menu,
+            [menu] { menu->setCameraDefaultActive(false); });
+    menu->setProfileModel(&profileList_, settings::kFirstProfileIndex,
+                          ProfileListModel::MenuStarImageRole);
+    connect(menu, &ui::StatusMenu::cameraSelected, this, [this](int row) {
         if (discovery_) discovery_->selectCamera(row);
         followCameraRow();
     });
-    connect(menu_.get(), &ui::StatusMenu::profileSelected, this, [this](int row) {
+    connect(menu, &ui::StatusMenu::profileSelected, this, [this](int row) {
         // The menu's camera-default item always resets the camera to its own defaults.
         if (row == ProfileListModel::kCameraDefaultRow)
             clickResetToDefault();
         else
             selectProfile(row);
     });
-    connect(menu_.get(), &ui::StatusMenu::showHideClicked, this, [this] {
-        _panelOn = !_panelOn;
-        showHidePanelAndUpdateMenu();
-    });
-    connect(menu_.get(), &ui::StatusMenu::bwMenuIconClicked, this, &Orvella::setMenuIcon);
-    connect(menu_.get(), &ui::StatusMenu::quitClicked, qApp, &QCoreApplication::quit);
-    connect(menu_.get(), &ui::StatusMenu::aboutClicked, this, [this] {
+    connect(menu, &ui::StatusMenu::quitClicked, qApp, &QCoreApplication::quit);
+    connect(menu, &ui::StatusMenu::aboutClicked, this, [this] {
         QMessageBox::about(
             panel_->window(), ui::nameFormat("About"),
             QStringLiteral("<b>%1</b> %2<br>%3")
                 .arg(ui::applicationName(), QCoreApplication::applicationVersion(),
                      ui::PopViewController::infoValueForKey(QStringLiteral("Comment"))));
     });
-    connect(statusBar_.get(), &ui::StatusBar::disablePopupClicked, this,
-            [this](bool disabled) { preferences_.setDisablePopup(disabled); });
-    connect(statusBar_.get(), &ui::StatusBar::trayAvailabilityChanged, this,
-            [this](bool available) {
-                // The icon went away with its host: the panel must be reachable without it.
-                if (!available && statusBar_->isInstalled() && !_panelOn) {
-                    NSLog("The system tray went away; the control panel opens as a window");
-                    _panelOn = true;
-                    showHidePanelAndUpdateMenu();
-                }
-            });
 }
 
 void Orvella::buildNoCameraBanner() {
-    QWidget* window = panel_->window();
-    noCamera_ = new QWidget(window);
+    noCamera_ = new QWidget(panel_->window());
     noCamera_->setObjectName(QStringLiteral("mVwNoCamera"));
     auto* layout = new QHBoxLayout(noCamera_);
     auto* label = new QLabel(ui::localized("NoCameraFound"), noCamera_);
@@ -287,10 +257,7 @@ void Orvella::buildNoCameraBanner() {
     connect(button, &QPushButton::clicked, this, [this] {
         if (addDemoCamera_) addDemoCamera_();
     });
-    if (auto* box = qobject_cast<QBoxLayout*>(window->layout()))
-        box->insertWidget(0, noCamera_);
-    else if (window->layout())
-        window->layout()->addWidget(noCamera_);
+    panel_->showBanner(noCamera_);
     noCamera_->setVisible(cameras_.size() == 0);
 }
 
@@ -300,22 +267,8 @@ void Orvella::applicationDidFinishLaunching() {
     // The rows exist since construction; now the preferences, tidying the profile store.
     preferences_.startUp(profiles_);
     profiles_.watchForOtherProcesses();
-    Ui::ControlPanel& ui = panel_->outlets();
-    ui.mBtnLaunchAtLogin->setChecked(preferences_.launchAtLogin());
-    ui.mBtnHideMenuBarIcon->setChecked(preferences_.hideMenuBarIcon() != 0);
-    ui.mBtnBWMenuIcon->setChecked(preferences_.bwMenuIcon() != 0);
-    // The timer counts what is stored, also an interval the pop-ups do not offer (a half-second
-    // one written by a script); the pop-up then shows it as an extra item.
-    const int updateSlider = storedInterval(defaults_, "UpdateSlider");
-    const int reconfigureWebcam = storedInterval(defaults_, "ReconfigureWebcam");
-    showIntervalTag(ui.mPopUpdateSlider, updateSlider);
-    showIntervalTag(ui.mPopReconfigureWebcam, reconfigureWebcam);
-    timer_.setUpdateSliderTicks(updateSlider);
-    timer_.setReconfigureWebcamTicks(reconfigureWebcam);
-    guard_.setSettleTime(preferences_.guardSettleTime());
-    guard_.setEnabled(preferences_.guardSettings());
-    panel_->showGuardSettings(guard_.isEnabled(), guard_.settleTime());
-    _panelOn = preferences_.panelOn();
+    preferencesPart_->showStored();
+    tray_->setPanelOn(preferences_.panelOn());
 
     if (discovery_) discovery_->registerDeviceCallbackHandler();
     launched_ = true;
@@ -323,25 +276,21 @@ void Orvella::applicationDidFinishLaunching() {
 
     profileList_.setCameraDefaultTitle(ui::localized("CameraDefault"));
     panel_->localize();
-    menu_->localize(ui::applicationName());
-    statusBar_->setMenuIcon(preferences_.bwMenuIcon() != 0);
+    tray_->menu().localize(ui::applicationName());
+    tray_->statusBar().setMenuIcon(preferences_.bwMenuIcon() != 0);
 
-    if (preferences_.hideMenuBarIcon() != 0) {
-        ui.mBtnBWMenuIcon->setEnabled(false);
-    } else {
-        installStatusBar();
-        ui.mBtnBWMenuIcon->setEnabled(true);
-    }
+    if (preferences_.hideMenuBarIcon() == 0) installStatusBar();
     showHidePanelAndUpdateMenu();
     timer_.installTimerAfterLaunch();
     // One line that scripts and benchmarks can wait for.
-    NSLog("Ready: %d camera(s), control panel %s", cameras_.size(), _panelOn ? "shown" : "hidden");
+    NSLog("Ready: %d camera(s), control panel %s", cameras_.size(),
+          tray_->panelOn() ? "shown" : "hidden");
 }
 
 void Orvella::applicationWillBecomeActive() {
-    _panelOn = true;
-    bringPanelToFront();
-    updatePanelMenu();
+    tray_->setPanelOn(true);
+    tray_->bringPanelToFront();
+    tray_->updatePanelMenu();
 }
 
 void Orvella::applicationWillTerminate() {
@@ -350,73 +299,33 @@ void Orvella::applicationWillTerminate() {
     guard_.setEnabled(false);
     setPowerEvents(nullptr);
     endSheet();
-    statusBar_->removeStatusBar();
+    tray_->removeStatusBar();
 }
 
 // ---- Tray and panel ----
 
 void Orvella::installStatusBar() {
-    statusBar_->installStatusBar();
+    tray_->installStatusBar();
 }
 
 void Orvella::removeStatusBar() {
-    statusBar_->removeStatusBar();
+    tray_->removeStatusBar();
 }
 
 void Orvella::setMenuIcon(bool blackAndWhite) {
-    statusBar_->setMenuIcon(blackAndWhite);
-    panel_->outlets().mBtnBWMenuIcon->setChecked(blackAndWhite);
-    menu_->setBWMenuIcon(blackAndWhite);
-    preferences_.setMenuIcon(blackAndWhite);
+    tray_->setMenuIcon(blackAndWhite);
 }
 
 void Orvella::updatePanelMenu() {
-    menu_->setPanelOn(_panelOn, ui::applicationName());
-    preferences_.setPanelOn(_panelOn);
-    if (!preferences_.disablePopup())
-        QTimer::singleShot(options_.popoverDelayMs, this, &Orvella::showPopover);
-}
-
-void Orvella::bringPanelToFront() {
-    QWidget* window = panel_->window();
-    window->show();
-    window->raise();
-    window->activateWindow();
+    tray_->updatePanelMenu();
 }
 
 void Orvella::showHidePanelAndUpdateMenu() {
-    // Without anything to show the tray icon, the panel is the only way in: it stays open.
-    const bool standAlone = !statusBar_->isInstalled() || statusBar_->panelMustStandAlone();
-    if (!_panelOn && standAlone && statusBar_->isInstalled()) {
-        NSLog("No system tray shows the icon; the control panel opens as a window");
-        _panelOn = true;
-    }
-    if (_panelOn) {
-        bringPanelToFront();
-    } else {
-        endSheet();
-        closingForHide_ = true;
-        panel_->window()->hide();
-        closingForHide_ = false;
-    }
-    updatePanelMenu();
+    tray_->showHidePanelAndUpdateMenu();
 }
 
 void Orvella::showPopover() {
-    if (_panelOn || preferences_.disablePopup()) return;
-    statusBar_->showPopover();
-}
-
-bool Orvella::eventFilter(QObject* watched, QEvent* event) {
-    if (watched == panel_->window() && event->type() == QEvent::Close && !closingForHide_)
-        windowWillClose();  // the panel may always be closed; it is hidden, not destroyed
-    return QObject::eventFilter(watched, event);
-}
-
-void Orvella::windowWillClose() {
-    endSheet();
-    _panelOn = false;
-    updatePanelMenu();
+    tray_->showPopover();
 }
 
 // ---- Timer work ----
@@ -427,7 +336,7 @@ void Orvella::refreshAutoSliders() {
     for (const ControlDescription* control : autoSlidersToRefresh(*camera->supportedControl())) {
         long value = 0;
         if (camera->queryControl(*control, &value) == 0)
-            if (ui::UVCValueViewController* row = panel_->row(control->id)) row->setValue(value);
+            panel_->showControlValue(control->id, value);
     }
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 // The application controller: the one object that lives as long as the process and wires the
-// parts together. It owns the control panel, the tray item with its menu and reminder popover,
-// the profile store with its list model, the preferences and the half-second timer; it is the
+// parts together. It owns the control panel, the tray item with its menu and reminder popover
+// (TrayPart), the profile store with its list model, the preferences with the Preferences tab's
+// actions (PreferencesPart) and the half-second timer; it is the
 // camera discovery's delegate (last state at plug-in, the current camera), the panel's delegate
 // (a change is stored in the model's last-state record at once), the bus object's scripting
 // target and the observer of sleep and wake. It follows every listed camera's changes made behind
@@ -21,8 +22,10 @@
 
 #include "app/CameraDiscovery.h"
 #include "app/CameraList.h"
+#include "app/PreferencesPart.h"
 #include "app/ScriptingTarget.h"
 #include "app/SettingsGuard.h"
+#include "app/TrayPart.h"
 #include "app/UpdateTimer.h"
 #include "capture/QTCameraCapture.h"
 #include "platform/PowerEvents.h"
@@ -36,8 +39,6 @@ class QWidget;
 
 namespace orvella::ui {
 class ControlPanel;
-class StatusBar;
-class StatusMenu;
 }  // namespace orvella::ui
 
 namespace orvella::app {
@@ -85,14 +86,14 @@ class Orvella final : public QObject,
     // Before the event loop ends: the timer stops, the observers go, the tray item is removed.
     void applicationWillTerminate();
 
-    // ---- Tray and panel ----
+    // ---- Tray and panel (TrayPart) ----
     void installStatusBar();
     void removeStatusBar();
     void setMenuIcon(bool blackAndWhite);
     void updatePanelMenu();
     void showHidePanelAndUpdateMenu();
     void showPopover();
-    bool panelOn() const { return _panelOn; }
+    bool panelOn() const { return tray_->panelOn(); }
 
     // ---- Profiles ----
     void clickSaveNewProfile();
@@ -105,7 +106,7 @@ class Orvella final : public QObject,
     void updateSettings(int32_t settingsID);
     void buildProfileLists();
 
-    // ---- Preferences tab ----
+    // ---- Preferences tab (PreferencesPart; the explanations are dialogs) ----
     void clickLaunchAtLogin(bool on);
     void selectBWMenuIcon(bool on);
     void clickHideMenuBarIcon(bool hidden);
@@ -151,8 +152,8 @@ class Orvella final : public QObject,
 
     // ---- Parts, for the entry point and tests ----
     ui::ControlPanel& panel() { return *panel_; }
-    ui::StatusMenu& statusMenu() { return *menu_; }
-    ui::StatusBar& statusBar() { return *statusBar_; }
+    ui::StatusMenu& statusMenu() { return tray_->menu(); }
+    ui::StatusBar& statusBar() { return tray_->statusBar(); }
     settings::DefaultsStore& defaults() { return defaults_; }
     settings::ProfileStore& profileStore() { return profiles_; }
     settings::ProfileListModel& profileList() { return profileList_; }
@@ -165,9 +166,6 @@ class Orvella final : public QObject,
     // The banner the panel shows while no camera is there.
     QWidget* noCameraBanner() const { return noCamera_; }
 
-  protected:
-    bool eventFilter(QObject* watched, QEvent* event) override;
-
   private:
     void wirePanel();
     void wireMenu();
@@ -178,8 +176,6 @@ class Orvella final : public QObject,
     void followCameraRow();
     void followCameras(int first, int last);
     void refreshPanelValues();
-    void windowWillClose();
-    void bringPanelToFront();
     void followCaptureSession(QTCamera* camera);
     void followFormats(QTCamera* camera);
     void stopFollowingFormats(QTCamera* camera);
@@ -192,8 +188,8 @@ class Orvella final : public QObject,
     Options options_;
     std::unique_ptr<ui::ControlPanel> panel_;
     ui::ControlPanelDelegate panelDelegate_;
-    std::unique_ptr<ui::StatusMenu> menu_;
-    std::unique_ptr<ui::StatusBar> statusBar_;
+    std::unique_ptr<TrayPart> tray_;
+    std::unique_ptr<PreferencesPart> preferencesPart_;
     UpdateTimer timer_;
     SettingsGuard guard_;
     CameraDiscovery* discovery_ = nullptr;
@@ -201,9 +197,7 @@ class Orvella final : public QObject,
     std::function<void()> addDemoCamera_;
     QPointer<QDialog> sheet_;
     QWidget* noCamera_ = nullptr;
-    bool _panelOn = true;
     bool launched_ = false;
-    bool closingForHide_ = false;
     std::unique_ptr<capture::QTCameraCapture> capture_;  // of the current camera
     // While format changes are observed: one follower per listed camera's capture device, which
     // passes the device's format changes to the panel (it shows those of the current camera).

@@ -1,7 +1,6 @@
-// The controller's profile and preference flows: the window-modal dialogs on the panel (save,
-// name conflict, delete, the two interval explanations), choosing, updating and starring profiles,
-// reset to the camera's defaults, and the Preferences tab's actions.
-#include <QComboBox>
+// The controller's profile flows and dialogs: the window-modal dialogs on the panel (save, name
+// conflict, delete, the two interval explanations), choosing, updating and starring profiles,
+// reset to the camera's defaults; the Preferences tab's actions pass to PreferencesPart.
 #include <QDialog>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -18,7 +17,6 @@
 #include "ui/ControlPanel.h"
 #include "ui/Localization.h"
 #include "ui/StatusMenu.h"
-#include "ui_ControlPanel.h"
 
 namespace orvella::app {
 
@@ -43,11 +41,11 @@ QMessageBox* alertOn(QWidget* window, QMessageBox::Icon icon, const char* messag
 void Orvella::showSheet(QDialog* dialog, std::function<void(int)> done) {
     endSheet();
     sheet_ = dialog;
-    menu_->setSheetOpen(true);
+    tray_->menu().setSheetOpen(true);
     connect(dialog, &QDialog::finished, this, [this, dialog, done = std::move(done)](int result) {
         if (sheet_ == dialog) {
             sheet_ = nullptr;
-            menu_->setSheetOpen(false);
+            tray_->menu().setSheetOpen(false);
         }
         if (done) done(result);
     });
@@ -57,7 +55,7 @@ void Orvella::showSheet(QDialog* dialog, std::function<void(int)> done) {
 void Orvella::endSheet() {
     if (QDialog* open = sheet_) {
         sheet_ = nullptr;
-        menu_->setSheetOpen(false);
+        tray_->menu().setSheetOpen(false);
         open->disconnect(this);
         open->reject();
     }
@@ -66,7 +64,6 @@ void Orvella::endSheet() {
 void Orvella::clickSaveNewProfile() {
     QTCamera* camera = qtCamera();
     if (!camera) return;
-    Ui::ControlPanel& ui = panel_->outlets();
     auto* dialog = new QInputDialog(panel_->window());
     dialog->setObjectName(QStringLiteral("SaveNewProfile"));
     dialog->setAttribute(Qt::WA_DeleteOnClose);
@@ -74,7 +71,7 @@ void Orvella::clickSaveNewProfile() {
     dialog->setWindowTitle(ui::localized("SaveNewProfile"));
     dialog->setLabelText(
         ui::localized("SaveNewProfile") + QStringLiteral("\n\n") +
-        ui::localizedFormat("SaveCurrentSettingsInfo", ui.mPopProfile->currentText()));
+        ui::localizedFormat("SaveCurrentSettingsInfo", panel_->selectedProfileTitle()));
     dialog->setOkButtonText(ui::localized("SaveBtn"));
     dialog->setCancelButtonText(ui::localized("CancelBtn"));
     dialog->setTextValue(QString());
@@ -128,9 +125,9 @@ void Orvella::clickUpdateProfile() {
 void Orvella::clickDeleteProfile() {
     QTCamera* camera = qtCamera();
     if (!camera) return;
-    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Critical, "DeleteProfile",
-                               ui::localizedFormat("DeleteSavedSettingsInfo",
-                                                   panel_->outlets().mPopProfile->currentText()));
+    QMessageBox* box =
+        alertOn(panel_->window(), QMessageBox::Critical, "DeleteProfile",
+                ui::localizedFormat("DeleteSavedSettingsInfo", panel_->selectedProfileTitle()));
     QPushButton* remove = box->addButton(ui::localized("DeleteBtn"), QMessageBox::AcceptRole);
     box->addButton(ui::localized("CancelBtn"), QMessageBox::RejectRole);
     box->setDefaultButton(remove);
@@ -146,10 +143,10 @@ void Orvella::clickDeleteProfile() {
 }
 
 void Orvella::clickLoadAtStart() {
-    const int row = panel_->outlets().mPopProfile->currentIndex();
+    const int row = panel_->selectedProfileRow();
     if (!qtCamera() || row < 0 || row == settings::ProfileListModel::kSeparatorRow) return;
     profileList_.markLoadAtStart(row);
-    panel_->outlets().mBtnLoadAtStart->setEnabled(false);
+    panel_->showLoadAtStartChosen();
 }
 
 void Orvella::clickResetToDefault() {
@@ -157,7 +154,7 @@ void Orvella::clickResetToDefault() {
     if (!camera) return;
     profileList_.setCurrentRow(settings::ProfileListModel::kCameraDefaultRow);
     // Resetting the camera switches launch at login off as well.
-    panel_->outlets().mBtnLaunchAtLogin->setChecked(false);
+    panel_->showLaunchAtLogin(false);
     preferences_.switchOffLaunchAtLogin();
     camera->setDefaults();
     refreshPanelValues();
@@ -197,7 +194,7 @@ void Orvella::buildProfileLists() {
     // this camera current, so its record is complete (the aperture is read from the current
     // camera only).
     const int row = profileList_.showModel(camera->modelUniqueID(), camera->bLoadAtStart());
-    menu_->setCameraDefaultActive(true);
+    tray_->menu().setCameraDefaultActive(true);
     selectProfile(row);
     camera->setBLoadAtStart(true);
 }
@@ -209,61 +206,43 @@ void Orvella::refreshPanelValues() {
 }
 
 void Orvella::followProfileRow() {
-    QComboBox* pop = panel_->outlets().mPopProfile;
-    const int row = profileList_.currentRow();
-    if (pop->currentIndex() != row) pop->setCurrentIndex(row);
-    panel_->enableDisableProfileButton();
+    panel_->showProfileSelection(profileList_.currentRow());
 }
 
 void Orvella::followCameraRow() {
-    QComboBox* pop = panel_->outlets().mPopCamera;
-    const int popRow = cameras_.popUpRowForRow(cameras_.currentRow());
-    if (pop->currentIndex() != popRow) pop->setCurrentIndex(popRow);
-    pop->setEnabled(cameras_.size() > 0);
+    panel_->showCameraSelection(cameras_.popUpRowForRow(cameras_.currentRow()),
+                                cameras_.size() > 0);
     if (noCamera_) noCamera_->setVisible(cameras_.size() == 0);
 }
 
 // ---- Preferences tab ----
 
 void Orvella::clickLaunchAtLogin(bool on) {
-    preferences_.clickLaunchAtLogin(on);
+    preferencesPart_->clickLaunchAtLogin(on);
 }
 
 void Orvella::selectBWMenuIcon(bool on) {
-    setMenuIcon(on);
+    preferencesPart_->selectBWMenuIcon(on);
 }
 
 void Orvella::clickHideMenuBarIcon(bool hidden) {
-    Ui::ControlPanel& ui = panel_->outlets();
-    if (hidden) {
-        removeStatusBar();
-        ui.mBtnBWMenuIcon->setEnabled(false);
-    } else {
-        installStatusBar();
-        ui.mBtnBWMenuIcon->setEnabled(true);
-    }
-    preferences_.clickHideMenuBarIcon(hidden);
+    preferencesPart_->clickHideMenuBarIcon(hidden);
 }
 
 void Orvella::selectUpdateSlider(int tag) {
-    preferences_.selectUpdateSlider(tag);
-    timer_.setUpdateSliderTicks(tag);
+    preferencesPart_->selectUpdateSlider(tag);
 }
 
 void Orvella::selectReconfigureWebcam(int tag) {
-    preferences_.selectReconfigureWebcam(tag);
-    timer_.setReconfigureWebcamTicks(tag);
+    preferencesPart_->selectReconfigureWebcam(tag);
 }
 
 void Orvella::clickGuardSettings(bool on) {
-    preferences_.setGuardSettings(on);
-    guard_.setEnabled(on);
-    panel_->showGuardSettings(on, guard_.settleTime());
+    preferencesPart_->clickGuardSettings(on);
 }
 
 void Orvella::selectGuardSettleTime(int milliseconds) {
-    preferences_.setGuardSettleTime(milliseconds);
-    guard_.setSettleTime(preferences_.guardSettleTime());
+    preferencesPart_->selectGuardSettleTime(milliseconds);
 }
 
 void Orvella::clickReadIntervalInfo() {

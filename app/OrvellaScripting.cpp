@@ -37,7 +37,7 @@ QString Orvella::applyProfile(const QString& uniqueID, const QString& profile) {
 }
 
 void Orvella::setPanelVisible(bool visible) {
-    _panelOn = visible;
+    tray_->setPanelOn(visible);
     showHidePanelAndUpdateMenu();
 }
 

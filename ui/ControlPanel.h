@@ -1,11 +1,13 @@
 #pragma once
-// The control panel: the application's one window with the current camera's controls. It holds
-// the sixteen control rows, the automatic-mode switches, the pan/tilt buttons and the LED control,
-// the capture format and frame rate, and lays out the profile box and the preferences tab. It is
-// owned and driven by the application controller: the controller makes a camera current
-// (setQTCamera + loadSupportedControl) or clears the panel (disableAllCameraControl); the panel
-// writes every user change to the camera and reports it back through ControlPanelDelegate. The
-// profile and preference widgets only emit signals; their flows belong to the controller.
+// The control panel: the application's one window. It puts together the camera pop-up, the
+// camera's controls (CameraControlsPage, on the Basic and Advanced tabs), the Preferences tab
+// (PreferencesPage), the profile box (ProfileBox) and the bottom line with the capture format,
+// the frame rate and the reset button. It is owned and driven by the application controller: the
+// controller makes a camera current (setQTCamera + loadSupportedControl) or clears the panel
+// (disableAllCameraControl) and shows what it holds through calls named for what the user sees;
+// the panel writes every user change to the camera and reports it back through
+// ControlPanelDelegate. The profile and preference widgets only emit signals; their flows belong
+// to the controller.
 
 #include <QObject>
 #include <QTimer>
@@ -13,13 +15,14 @@
 #include <cstdint>
 #include <memory>
 
+#include "ui/CameraControlsPage.h"
 #include "ui/ControlPanelDelegate.h"
-#include "ui/UVCValueDelegate.h"
 #include "ui/UVCValueViewController.h"
 
 namespace Ui {
 class ControlPanel;
 }
+class QAbstractItemModel;
 class QWidget;
 class QComboBox;
 
@@ -32,15 +35,19 @@ class CaptureDevice;
 
 namespace orvella::ui {
 
+class PreferencesPage;
+class ProfileBox;
+
 class ControlPanel : public QObject {
     Q_OBJECT
 
   public:
-    static constexpr int kRowCount = 16;
+    static constexpr int kRowCount = CameraControlsPage::kRowCount;
     // Delay between applying a stored zoom and the stepped zoom of the camera that needs it.
     static constexpr int kSteppedZoomDelayMs = 1000;
-    // Key of an interval item's title, kept so that a second localize still finds it.
-    static constexpr int kItemKeyRole = Qt::UserRole + 10;
+    // Every room's outlets under their interface files' names (ui/ControlPanelOutlets.h), for
+    // tests and the screenshot tool.
+    struct Outlets;
 
     // Loads the panel's interface file, builds the sixteen rows on their placeholders, localizes
     // every text and leaves the panel empty (no camera). Install the string table first: the
@@ -49,20 +56,21 @@ class ControlPanel : public QObject {
     ~ControlPanel() override;
 
     QWidget* window() const { return window_.get(); }
-    Ui::ControlPanel& outlets() { return *ui_; }
+    Outlets& outlets() { return *outlets_; }
+    CameraControlsPage& controls() { return *controls_; }
+    ProfileBox& profileBox() { return *profileBox_; }
+    PreferencesPage& preferencesPage() { return *preferences_; }
 
     ControlPanelDelegate* delegate() const { return delegate_; }
     void setDelegate(ControlPanelDelegate* delegate) { delegate_ = delegate; }
 
     // The row of a setting identifier (3, 4, ... 21), null for identifiers without a row.
-    UVCValueViewController* row(int32_t settingsID) const;
-    const std::array<std::unique_ptr<UVCValueViewController>, kRowCount>& rows() const {
-        return rows_;
-    }
+    UVCValueViewController* row(int32_t settingsID) const { return controls_->row(settingsID); }
+    const CameraControlsPage::Rows& rows() const { return controls_->rows(); }
 
     // The current camera (borrowed); the panel reads and writes it until told otherwise.
-    QTCamera* qtCamera() const { return _qtCamera; }
-    void setQTCamera(QTCamera* camera) { _qtCamera = camera; }
+    QTCamera* qtCamera() const { return controls_->qtCamera(); }
+    void setQTCamera(QTCamera* camera) { controls_->setQTCamera(camera); }
 
     // Sets every text from the string table (the panel's part of the controller's localize).
     void localize();
@@ -79,22 +87,44 @@ class ControlPanel : public QObject {
     // took in from elsewhere (another program, its own automatic mode).
     void showCameraRecord();
 
+    // ---- What the owner shows ----
+    // The item models behind the camera and profile pop-ups. The profile model becomes the
+    // panel's (it goes with the pop-up); the camera model stays its owner's.
+    void setCameraModel(QAbstractItemModel* model);
+    void setProfileModel(QAbstractItemModel* model);
+    // The camera pop-up shows the current camera's row (-1: none); it can be used while any
+    // camera is listed.
+    void showCameraSelection(int row, bool anyCamera);
+    // The profile pop-up shows `row` (-1: none) and the profile buttons follow it.
+    void showProfileSelection(int row);
+    int selectedProfileRow() const;
+    QString selectedProfileTitle() const;
+    // The selected item just became the start profile: it cannot be made so again.
+    void showLoadAtStartChosen();
+    // A new value of a control, read from the camera by the owner (nothing is sent back).
+    void showControlValue(int32_t settingsID, long value);
+    // A widget of the owner's shown above the controls (the no-camera banner).
+    void showBanner(QWidget* banner);
+
+    // ---- Preferences tab ----
+    void showLaunchAtLogin(bool on);
+    void showMenuIcon(bool blackAndWhite);
+    // Whether the tray icon is hidden; its black-and-white choice only applies while it is not.
+    void showTrayIconHidden(bool hidden);
+    // The stored intervals (counts of half-second ticks); one the pop-ups do not offer (a script
+    // wrote it) is shown as an item of its own.
+    void showIntervals(int updateSliderTicks, int reconfigureWebcamTicks);
+
     // ---- Settings guard (Preferences tab) ----
     // Shows the guard's state and settle time; while it is on, the re-send box says that its
     // blind re-send is not needed.
     void showGuardSettings(bool on, int settleMs);
 
-    // ---- Row delegate messages ----
+    // ---- What the camera's controls report ----
+    // The user changed a setting: the selected profile counts as changed by hand and the owner
+    // stores the change.
     void settingChanged(int32_t settingsID);
     void titleClicked(bool displayValue, int32_t settingsID);
-
-    // ---- Actions ----
-    void switchAutoExposureMode();
-    void clickWhiteBalanceTemperatureAuto();
-    void switchPowerLineFrequency();
-    void clickFocusAuto();
-    void clickPTZ(int tag);
-    void swictLED();
 
     // ---- Format and frame rate ----
     void showQTFormat(const platform::CaptureDevice* device);
@@ -144,17 +174,18 @@ class ControlPanel : public QObject {
   private:
     // disableAllCameraControl without the pan/tilt buttons: the state before the first camera.
     void emptyPanel();
-    void buildRows();
+    void placeRooms();
     void wireActions();
-    void alignRows();
-    void loadImages();
+    bool cameraChosen() const;
 
     std::unique_ptr<Ui::ControlPanel> ui_;
     std::unique_ptr<QWidget> window_;
-    std::array<std::unique_ptr<UVCValueViewController>, kRowCount> rows_;
-    UVCValueDelegate rowDelegate_;
+    // The rooms; the profile box and the preferences page belong to the window.
+    std::unique_ptr<CameraControlsPage> controls_;
+    ProfileBox* profileBox_ = nullptr;
+    PreferencesPage* preferences_ = nullptr;
+    std::unique_ptr<Outlets> outlets_;
     ControlPanelDelegate* delegate_ = nullptr;
-    QTCamera* _qtCamera = nullptr;
 
     struct PendingZoom {
         int64_t target;

@@ -36,8 +36,8 @@ void ControlPanel::showQTFormat(const platform::CaptureDevice* device) {
 }
 
 void ControlPanel::qtCameraFormatChanged(const platform::CaptureDevice* device) {
-    if (!device || !_qtCamera || !device->hasMediaType(platform::MediaType::Video)) return;
-    if (_qtCamera->qtCaptureDevice().get() != device) return;
+    if (!device || !qtCamera() || !device->hasMediaType(platform::MediaType::Video)) return;
+    if (qtCamera()->qtCaptureDevice().get() != device) return;
     showQTFormat(device);
 }
 
@@ -71,7 +71,7 @@ void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera)
         orvella::zoomMSLifeCamStudio(*zoom.camera, zoom.target);
         // The last state was refreshed when the camera became current, before these steps: it
         // takes the zoom the steps reached, or the next plug-in would step to the old one.
-        if (zoom.camera == _qtCamera && delegate_ && delegate_->updateSettings)
+        if (zoom.camera == qtCamera() && delegate_ && delegate_->updateSettings)
             delegate_->updateSettings(SettingsID::kZoomAbsolute);
     });
     timer->start(kSteppedZoomDelayMs);
@@ -86,7 +86,7 @@ void ControlPanel::forgetCamera(QTCamera* camera) {
             ++it;
         }
     }
-    if (_qtCamera == camera) _qtCamera = nullptr;
+    if (qtCamera() == camera) setQTCamera(nullptr);
 }
 
 }  // namespace orvella::ui

@@ -27,11 +27,11 @@
 #include "platform/virtual/VirtualPlatform.h"
 #include "settings/DefaultsKeys.h"
 #include "ui/ControlPanel.h"
+#include "ui/ControlPanelOutlets.h"
 #include "ui/Localization.h"
 #include "ui/StatusBar.h"
 #include "ui/StatusMenu.h"
 #include "ui/UVCValueViewController.h"
-#include "ui_ControlPanel.h"
 #include "ui_UVCValueViewController.h"
 
 #include "support/Orvellactl.h"
@@ -127,7 +127,7 @@ struct Controller : ::testing::Test {
         return camera;
     }
 
-    Ui::ControlPanel& ui() { return orvella->panel().outlets(); }
+    orvella::ui::ControlPanel::Outlets& ui() { return orvella->panel().outlets(); }
     int popUpIndex() { return ui().mPopProfile->currentIndex(); }
     // The row of the profile list the tray menu shows checked (0 the camera default, -1 none).
     int menuCheckedRow() {

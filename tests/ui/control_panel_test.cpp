@@ -17,9 +17,9 @@
 #include "UiRig.h"
 #include "settings/SettingsID.h"
 #include "ui/ControlPanel.h"
+#include "ui/ControlPanelOutlets.h"
 #include "ui/ProfileItemRoles.h"
 #include "ui/SegmentedControl.h"
-#include "ui_ControlPanel.h"
 #include "ui_UVCValueViewController.h"
 
 namespace orvella::ui {
@@ -55,7 +55,7 @@ struct Panel {
         panel.loadSupportedControl();
         cam.device->clearRequests();
     }
-    Ui::ControlPanel& ui() { return panel.outlets(); }
+    orvella::ui::ControlPanel::Outlets& ui() { return panel.outlets(); }
     UVCValueViewController& row(int32_t id) { return *panel.row(id); }
     bool shown(int32_t id) { return row(id).isVisible() && !row(id).view()->isHidden(); }
     bool enabled(int32_t id) { return row(id).outlets().sldControl->isEnabled(); }

@@ -16,9 +16,9 @@
 
 #include "UiRig.h"
 #include "ui/ControlPanel.h"
+#include "ui/ControlPanelOutlets.h"
 #include "ui/Localization.h"
 #include "ui/SegmentedControl.h"
-#include "ui_ControlPanel.h"
 
 namespace orvella::ui {
 namespace {

@@ -28,11 +28,12 @@
 #include "platform/Clock.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "ui/ControlPanel.h"
+#include "ui/ControlPanelOutlets.h"
 #include "ui/Images.h"
 #include "ui/Localization.h"
+#include "ui/PreferencesPage.h"
 #include "ui/ProfileItemRoles.h"
 #include "ui/screenshots/TrayScreenshots.h"
-#include "ui_ControlPanel.h"
 
 using namespace orvella;
 
@@ -69,7 +70,7 @@ QPalette darkPalette() {
 // The panel as the application shows it for `camera`: the camera chosen, `profiles` listed as the
 // profile store would list them with the first one in force, and a stream at 30 frames a second.
 void fillPanel(ui::ControlPanel& panel, QTCamera& camera, const QStringList& profiles) {
-    Ui::ControlPanel& ui = panel.outlets();
+    ui::ControlPanel::Outlets& ui = panel.outlets();
     ui.mPopCamera->addItem(camera.displayName());
     ui.mPopCamera->setCurrentIndex(0);
     ui.mPopCamera->setEnabled(true);
@@ -82,7 +83,7 @@ void fillPanel(ui::ControlPanel& panel, QTCamera& camera, const QStringList& pro
 }
 
 QImage grabTabs(ui::ControlPanel& panel) {
-    Ui::ControlPanel& ui = panel.outlets();
+    ui::ControlPanel::Outlets& ui = panel.outlets();
     QList<QImage> shots;
     for (int tab = 0; tab < ui.mTabView->count(); ++tab) {
         ui.mTabView->setCurrentIndex(tab);
@@ -178,8 +179,8 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
         ui::ControlPanel panel;
         fillPanel(panel, *camera, {QStringLiteral("Video call")});
         panel.showGuardSettings(true, 1000);
-        Ui::ControlPanel& ui = panel.outlets();
-        ui.mTabView->setCurrentWidget(ui.mTabPreferences);
+        ui::ControlPanel::Outlets& ui = panel.outlets();
+        ui.mTabView->setCurrentWidget(&panel.preferencesPage());
         panel.window()->show();
         QApplication::processEvents();
         const QString path = QStringLiteral("%1/preferences-guard-%2.png").arg(out, language);
