@@ -12,14 +12,7 @@ namespace {
 
 // The catalog's rows that are re-sent, in re-send order.
 const std::vector<const ControlDescription*>& resendRows() {
-    static const auto rows = [] {
-        std::vector<const ControlDescription*> found;
-        for (const ControlDescription& control : catalog::all())
-            if (control.resendOrder != 0) found.push_back(&control);
-        std::sort(found.begin(), found.end(),
-                  [](const auto* a, const auto* b) { return a->resendOrder < b->resendOrder; });
-        return found;
-    }();
+    static const auto rows = catalog::inOrder(&ControlDescription::resendOrder);
     return rows;
 }
 

@@ -460,6 +460,15 @@ const ControlDescription* byKey(std::string_view key) {
     return found == std::end(kRows) ? nullptr : found;
 }
 
+std::vector<const ControlDescription*> inOrder(uint8_t ControlDescription::*order) {
+    std::vector<const ControlDescription*> rows;
+    for (const ControlDescription& row : kRows)
+        if (row.*order != 0) rows.push_back(&row);
+    std::sort(rows.begin(), rows.end(),
+              [order](const auto* a, const auto* b) { return a->*order < b->*order; });
+    return rows;
+}
+
 const ControlDescription* byBit(UnitKind unit, uint8_t bit) {
     const auto found = std::find_if(std::begin(kRows), std::end(kRows), [&](const auto& row) {
         return row.probe != ProbeKind::None && row.bit == bit && row.uvc.unit == unit;

@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <span>
 #include <string_view>
+#include <vector>
 
 #include "camera/CMIOControl.h"
 #include "camera/ControlTable.h"
@@ -151,6 +152,10 @@ const ControlDescription* byUvc(UnitKind unit, uint8_t selector);
 
 // The row named by its settings key ("Brightness"); null when none is.
 const ControlDescription* byKey(std::string_view key);
+
+// The rows that have a place in one of the other orders (`&ControlDescription::resendOrder`,
+// `&ControlDescription::panelOrder`), in that order.
+std::vector<const ControlDescription*> inOrder(uint8_t ControlDescription::*order);
 
 // The row at a bmControls bit of a unit, if the system drives that control.
 const ControlDescription* byBit(UnitKind unit, uint8_t bit);

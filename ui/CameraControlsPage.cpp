@@ -59,11 +59,7 @@ QWidget* Ui::CameraControlsPage::*placeholderFor(int32_t id) {
 // restored, in the same order without the aperture row (which follows its own rule).
 const std::array<const ControlDescription*, CameraControlsPage::kRowCount>& panelRows() {
     static const auto rows = [] {
-        std::vector<const ControlDescription*> found;
-        for (const ControlDescription& control : catalog::all())
-            if (control.panelOrder != 0) found.push_back(&control);
-        std::sort(found.begin(), found.end(),
-                  [](const auto* a, const auto* b) { return a->panelOrder < b->panelOrder; });
+        const auto found = catalog::inOrder(&ControlDescription::panelOrder);
         std::array<const ControlDescription*, CameraControlsPage::kRowCount> ordered{};
         Q_ASSERT(found.size() == ordered.size());
         std::copy_n(found.begin(), std::min(found.size(), ordered.size()), ordered.begin());

@@ -4,8 +4,6 @@
 #include <QPointer>
 #include <QRegularExpression>
 #include <QTranslator>
-#include <algorithm>
-#include <vector>
 
 #include "camera/ControlCatalog.h"
 
@@ -82,15 +80,11 @@ const QStringList& nameFormatKeys() {
 
 // The titles of the control rows, in panel order (rows inside a named box have none).
 static QStringList controlRowTitles() {
-    std::vector<const ControlDescription*> rows;
-    for (const ControlDescription& row : catalog::all())
-        if (row.panelOrder != 0 && !row.panelTitle.empty()) rows.push_back(&row);
-    std::sort(rows.begin(), rows.end(),
-              [](const auto* a, const auto* b) { return a->panelOrder < b->panelOrder; });
     QStringList titles;
-    for (const ControlDescription* row : rows)
-        titles << QString::fromLatin1(row->panelTitle.data(),
-                                      static_cast<qsizetype>(row->panelTitle.size()));
+    for (const ControlDescription* row : catalog::inOrder(&ControlDescription::panelOrder))
+        if (!row->panelTitle.empty())
+            titles << QString::fromLatin1(row->panelTitle.data(),
+                                          static_cast<qsizetype>(row->panelTitle.size()));
     return titles;
 }
 
