@@ -91,8 +91,7 @@ void CameraDiscovery::qtCameraDeviceFound(const std::shared_ptr<platform::Captur
 void CameraDiscovery::addCamera(std::unique_ptr<QTCamera> camera, bool followFormats) {
     const bool hadCurrent = list_.currentRow() >= 0;
     const int row = list_.add(std::move(camera));
-    QTCamera& added = *list_.at(row);
-    delegate_.loadAppDefault(added);
+    delegate_.loadAppDefault(*list_.at(row));
     if (hadCurrent) return;
     switchTo(row);
     if (!followFormats) return;
@@ -110,9 +109,9 @@ void CameraDiscovery::captureDeviceDisconnected(
     if (!device) return;
     bool currentRemoved = false;
     int removedAt = -1;
-    std::vector<std::unique_ptr<QTCamera>> removed;
+    std::vector<std::unique_ptr<CameraSession>> removed;
     for (int row = list_.size() - 1; row >= 0; --row) {
-        if (list_.at(row)->qtCaptureDevice() != device) continue;
+        if (list_.at(row)->camera().qtCaptureDevice() != device) continue;
         if (row == list_.currentRow()) {
             currentRemoved = true;
             removedAt = row;

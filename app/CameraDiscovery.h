@@ -25,11 +25,11 @@ class CameraDiscoveryDelegate {
   public:
     virtual ~CameraDiscoveryDelegate() = default;
     // A camera joined the list: its model's last state is applied now, current or not.
-    virtual void loadAppDefault(QTCamera& camera) = 0;
+    virtual void loadAppDefault(CameraSession& camera) = 0;
     // `camera` becomes current (the panel is rebuilt for it); null when no camera is left (the
     // panel's camera controls are disabled). Called before a camera that was current is
-    // destroyed.
-    virtual void switchCamera(QTCamera* camera) = 0;
+    // closed.
+    virtual void switchCamera(CameraSession* camera) = 0;
     // Start (true) or stop following format changes of the capture devices.
     virtual void observeFormatChanges(bool on) = 0;
 };

@@ -15,8 +15,9 @@ int CameraList::rowCount(const QModelIndex& parent) const {
 }
 
 QVariant CameraList::data(const QModelIndex& index, int role) const {
-    const QTCamera* camera = index.isValid() ? at(index.row()) : nullptr;
-    if (!camera) return {};
+    const CameraSession* session = index.isValid() ? at(index.row()) : nullptr;
+    if (!session) return {};
+    const QTCamera* camera = &session->camera();
     switch (role) {
         case Qt::DisplayRole:
             return camera->displayName();
@@ -27,7 +28,7 @@ QVariant CameraList::data(const QModelIndex& index, int role) const {
         case InPopUpRole:
             // A later row with the same unique identifier has taken this one's place.
             for (int row = index.row() + 1; row < size(); ++row)
-                if (cameras_[static_cast<size_t>(row)]->uniqueID() == camera->uniqueID())
+                if (cameras_[static_cast<size_t>(row)]->camera().uniqueID() == camera->uniqueID())
                     return false;
             return true;
         default:
@@ -46,17 +47,17 @@ int CameraList::add(std::unique_ptr<QTCamera> camera) {
     if (!camera) return -1;
     const int row = size();
     beginInsertRows(QModelIndex(), row, row);
-    cameras_.push_back(std::move(camera));
+    cameras_.push_back(std::make_unique<CameraSession>(std::move(camera)));
     endInsertRows();
     // Earlier rows with the same identifier leave the pop-up.
     if (row > 0) emit dataChanged(index(0), index(row - 1), {InPopUpRole});
     return row;
 }
 
-std::unique_ptr<QTCamera> CameraList::take(int row) {
+std::unique_ptr<CameraSession> CameraList::take(int row) {
     if (row < 0 || row >= size()) return nullptr;
     beginRemoveRows(QModelIndex(), row, row);
-    std::unique_ptr<QTCamera> camera = std::move(cameras_[static_cast<size_t>(row)]);
+    std::unique_ptr<CameraSession> camera = std::move(cameras_[static_cast<size_t>(row)]);
     cameras_.erase(cameras_.begin() + row);
     if (current_ == row)
         current_ = -1;
@@ -77,14 +78,14 @@ int CameraList::popUpRowForRow(int row) const {
     return popUp_.mapFromSource(index(row)).row();
 }
 
-QTCamera* CameraList::at(int row) const {
+CameraSession* CameraList::at(int row) const {
     if (row < 0 || row >= size()) return nullptr;
     return cameras_[static_cast<size_t>(row)].get();
 }
 
-int CameraList::rowOf(const QTCamera* camera) const {
+int CameraList::rowOf(const CameraSession* session) const {
     for (int row = 0; row < size(); ++row)
-        if (cameras_[static_cast<size_t>(row)].get() == camera) return row;
+        if (cameras_[static_cast<size_t>(row)].get() == session) return row;
     return -1;
 }
 

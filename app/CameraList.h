@@ -1,7 +1,8 @@
 #pragma once
 // The list of usable cameras, as one item model that both the panel's camera pop-up and the
 // tray menu's camera section show, so the two are in step by construction. The list owns the
-// camera objects and knows which one is current.
+// cameras' sessions (camera/CameraSession.h: each owns its camera object and does its I/O on a
+// thread of its own) and knows which one is current.
 //
 // Rows: Qt::DisplayRole is the display name; Qt::CheckStateRole is Checked for the current
 // camera (the menu item's state); UniqueIDRole the unique identifier; InPopUpRole whether the
@@ -14,7 +15,7 @@
 #include <memory>
 #include <vector>
 
-#include "camera/QTCamera.h"
+#include "camera/CameraSession.h"
 
 namespace orvella::app {
 
@@ -30,19 +31,20 @@ class CameraList final : public QAbstractListModel {
     QVariant data(const QModelIndex& index, int role) const override;
     QHash<int, QByteArray> roleNames() const override;
 
-    // Appends a camera and returns its row.
+    // Appends a camera, starting its session, and returns its row.
     int add(std::unique_ptr<QTCamera> camera);
-    // Takes the camera out of the list and hands it back; the current row follows its camera
-    // (or becomes -1 when the current camera is the one taken).
-    std::unique_ptr<QTCamera> take(int row);
+    // Takes the camera out of the list and hands its session back (closing it, or letting it go,
+    // drops its queued work); the current row follows its camera (or becomes -1 when the current
+    // camera is the one taken).
+    std::unique_ptr<CameraSession> take(int row);
 
     int size() const { return static_cast<int>(cameras_.size()); }
-    QTCamera* at(int row) const;
-    int rowOf(const QTCamera* camera) const;
+    CameraSession* at(int row) const;
+    int rowOf(const CameraSession* session) const;
 
     // The current camera's row, -1 for none.
     int currentRow() const { return current_; }
-    QTCamera* current() const { return at(current_); }
+    CameraSession* current() const { return at(current_); }
     // Makes a row current (-1: none); out-of-range rows mean none.
     void setCurrentRow(int row);
 
@@ -53,7 +55,7 @@ class CameraList final : public QAbstractListModel {
     int popUpRowForRow(int row) const;
 
   private:
-    std::vector<std::unique_ptr<QTCamera>> cameras_;
+    std::vector<std::unique_ptr<CameraSession>> cameras_;
     int current_ = -1;
     QSortFilterProxyModel popUp_;
 };

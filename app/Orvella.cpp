@@ -8,10 +8,12 @@
 #include <QPushButton>
 
 #include "app/PeriodicReapply.h"
+#include "camera/CameraSession.h"
 #include "camera/ControlCatalog.h"
-#include "camera/QTCamera.h"
 #include "platform/CaptureDevice.h"
 #include "platform/Log.h"
+#include "settings/CameraProfiles.h"
+#include "settings/DefaultsKeys.h"
 #include "settings/SettingsRecord.h"
 #include "ui/ControlPanel.h"
 #include "ui/Images.h"
@@ -26,6 +28,9 @@ namespace orvella::app {
 namespace {
 
 using settings::ProfileListModel;
+
+// Keys of the timer's jobs: one of each kind waits in a session at most.
+constexpr uint64_t kRefreshKey = 1, kResendKey = 2;
 
 // The profile list as the panel's pop-up reads it: the star as the item's image, the
 // load-at-start tag under the panel's tag role, and a mark of "changed by hand" passed on to the
@@ -63,18 +68,18 @@ class ProfilePopUpModel final : public QIdentityProxyModel {
 
 class Orvella::FormatFollower final : public platform::CaptureFormatObserver {
   public:
-    FormatFollower(ui::ControlPanel& panel, QTCamera* camera,
+    FormatFollower(ui::ControlPanel& panel, CameraSession* camera,
                    std::shared_ptr<platform::CaptureDevice> device)
         : panel_(panel), camera_(camera), device_(std::move(device)) {
         device_->setFormatObserver(this);
     }
     ~FormatFollower() override { device_->setFormatObserver(nullptr); }
-    QTCamera* camera() const { return camera_; }
+    CameraSession* camera() const { return camera_; }
     void captureFormatChanged() override { panel_.qtCameraFormatChanged(device_.get()); }
 
   private:
     ui::ControlPanel& panel_;
-    QTCamera* camera_;
+    CameraSession* camera_;
     std::shared_ptr<platform::CaptureDevice> device_;
 };
 
@@ -87,7 +92,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
       profileList_(profiles_),
       options_(std::move(options)),
       timer_(options_.timing),
-      guard_([this](QTCamera& camera) { restoreLastState(camera); },
+      guard_([this](CameraSession& camera) { restoreLastState(camera); },
              [this] {
                  SettingsGuard::Options guard = options_.guard;
                  guard.wakeDelayMs = options_.timing.wakeDelayMs;
@@ -111,11 +116,11 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
     connect(&cameras_, &QAbstractItemModel::rowsAboutToBeRemoved, this,
             [this](const QModelIndex&, int first, int last) {
                 for (int row = first; row <= last; ++row) {
-                    QTCamera* camera = cameras_.at(row);
+                    CameraSession* camera = cameras_.at(row);
                     if (!camera) continue;
                     panel_->forgetCamera(camera);
                     stopFollowingFormats(camera);
-                    camera->stopFollowingChanges();
+                    // Its following ends with the session, which the list closes.
                     guard_.forget(camera);
                 }
             });
@@ -129,10 +134,11 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
 
 Orvella::~Orvella() {
     formatFollowers_.clear();
-    // The list outlives the controller; its cameras must not call back into it.
+    // The list outlives the controller; its cameras must not call back into it: their sessions
+    // close, dropping what they still had to do and tell.
     for (int row = 0; row < cameras_.size(); ++row)
-        if (QTCamera* camera = cameras_.at(row)) {
-            camera->stopFollowingChanges();
+        if (CameraSession* camera = cameras_.at(row)) {
+            camera->close();
             guard_.forget(camera);
         }
     if (power_) power_->setObserver(nullptr);
@@ -331,88 +337,145 @@ void Orvella::showPopover() {
 // ---- Timer work ----
 
 void Orvella::refreshAutoSliders() {
-    QTCamera* camera = qtCamera();
+    CameraSession* camera = qtCamera();
     if (!camera) return;
-    for (const ControlDescription* control : autoSlidersToRefresh(*camera->supportedControl())) {
-        long value = 0;
-        if (camera->queryControl(*control, &value) == 0)
-            panel_->showControlValue(control->id, value);
-    }
+    // A refresh still waiting behind a slow request is not asked for twice.
+    camera->ask(
+        [this, camera](QTCamera& device) -> CameraSession::Reply {
+            std::vector<std::pair<int32_t, long>> values;
+            for (const ControlDescription* control :
+                 autoSlidersToRefresh(*device.supportedControl())) {
+                long value = 0;
+                if (device.queryControl(*control, &value) == 0)
+                    values.emplace_back(control->id, value);
+            }
+            return [this, camera, values] {
+                if (camera != qtCamera()) return;
+                for (const auto& [id, value] : values)
+                    panel_->showControlValue(id, value);
+            };
+        },
+        kRefreshKey);
 }
 
 void Orvella::reconfigureWebcams() {
     for (int row = 0; row < cameras_.size(); ++row)
-        if (QTCamera* camera = cameras_.at(row)) reconfigureWebcam(*camera);
+        if (CameraSession* camera = cameras_.at(row))
+            camera->post([](QTCamera& device) { reconfigureWebcam(device); }, kResendKey);
 }
 
 // ---- Changes behind the process's back ----
 
 void Orvella::followCameras(int first, int last) {
     for (int row = first; row <= last; ++row) {
-        QTCamera* camera = cameras_.at(row);
+        CameraSession* camera = cameras_.at(row);
         if (!camera) continue;
         guard_.follow(camera);
         followFormats(camera);
-        camera->followChanges(
-            [this, camera](const FollowedChange& change) { cameraControlChanged(*camera, change); },
-            [this, camera](int foreignOpens) { guard_.captureUseChanged(camera, foreignOpens); });
+        // The camera tells its changes on its session's thread, having taken them into its
+        // record; they reach the interface with the record.
+        auto publish = camera->publisher();
+        camera->post([this, camera, publish](QTCamera& device) {
+            device.followChanges(
+                [this, camera, publish](const FollowedChange& change) {
+                    publish([this, camera, change] { cameraControlChanged(*camera, change); });
+                },
+                [this, camera, publish](int foreignOpens) {
+                    publish([this, camera, foreignOpens] {
+                        guard_.captureUseChanged(camera, foreignOpens);
+                    });
+                });
+        });
     }
 }
 
-void Orvella::cameraControlChanged(QTCamera& camera, const FollowedChange& change) {
-    if (cameras_.rowOf(&camera) < 0) return;  // on its way out
+void Orvella::cameraControlChanged(CameraSession& session, const FollowedChange& change) {
+    if (cameras_.rowOf(&session) < 0) return;  // on its way out
+    const QTCamera& camera = session.camera();
     // What an automatic mode moves changes all the time; another program's write is worth a line.
     if (change.change.valueChanged && !change.governed && change.control)
         NSLog("%.*s of %s was changed by another program",
               static_cast<int>(change.control->title.size()), change.control->title.data(),
               qUtf8Printable(camera.displayName()));
-    if (&camera == qtCamera()) panel_->showCameraRecord();
-    guard_.controlChanged(&camera, change);
+    if (&session == qtCamera()) panel_->showCameraRecord();
+    guard_.controlChanged(&session, change);
 }
 
-void Orvella::restoreLastState(QTCamera& camera) {
-    const std::optional<settings::SettingsRecord> wanted =
-        profiles_.appDefaultRecord(camera.modelUniqueID());
-    if (!wanted) {
+void Orvella::restoreLastState(CameraSession& session) {
+    const QTCamera& camera = session.camera();
+    const QList<settings::SettingsRecord> lastStates =
+        profiles_.appDefaultRecords(camera.modelUniqueID());
+    if (lastStates.isEmpty()) {
         NSLog("Settings guard: %s has no last state to restore",
               qUtf8Printable(camera.displayName()));
         return;
     }
-    const auto outcome = profiles_.loadAppDefault(camera, qtCamera());
-    if (outcome.steppedZoomTarget)
-        panel_->scheduleZoomMSLifeCamStudio(*outcome.steppedZoomTarget, &camera);
-    // What the camera holds now, against what was sent.
-    camera.readCurrentValues();
-    settings::SettingsRecord now;
-    settings::allSettingsDict(now, camera, nullptr);
-    for (const settings::SettingMismatch& miss : settings::settingsThatDidNotStick(*wanted, now)) {
-        // The stepped zoom gets there a second later.
-        const std::string_view zoomKey = catalog::byID(settings::kZoomAbsolute)->key;
-        if (outcome.steppedZoomTarget &&
-            miss.key == QLatin1String(zoomKey.data(), static_cast<qsizetype>(zoomKey.size())))
-            continue;
-        NSLog("Settings guard: %s of %s did not stick: wanted %lld, got %lld",
-              qUtf8Printable(miss.key), qUtf8Printable(camera.displayName()),
-              static_cast<long long>(miss.wanted), static_cast<long long>(miss.got));
-    }
-    if (&camera == qtCamera()) panel_->showCameraRecord();
+    std::optional<long> steppedZoom;
+    for (const settings::SettingsRecord& record : lastStates)
+        if (const auto target = settings::steppedZoomTarget(camera, record)) steppedZoom = target;
+    const settings::SettingsRecord wanted = lastStates.front();
+    session.ask([this, &session, lastStates, wanted,
+                 steppedZoom](QTCamera& device) -> CameraSession::Reply {
+        for (const settings::SettingsRecord& record : lastStates)
+            settings::loadSettings(record, device);
+        // What the camera holds now, against what was sent.
+        device.readCurrentValues();
+        settings::SettingsRecord now;
+        settings::allSettingsDict(now, device, nullptr);
+        for (const settings::SettingMismatch& miss :
+             settings::settingsThatDidNotStick(wanted, now)) {
+            // The stepped zoom gets there a second later.
+            const std::string_view zoomKey = catalog::byID(settings::kZoomAbsolute)->key;
+            if (steppedZoom &&
+                miss.key == QLatin1String(zoomKey.data(), static_cast<qsizetype>(zoomKey.size())))
+                continue;
+            NSLog("Settings guard: %s of %s did not stick: wanted %lld, got %lld",
+                  qUtf8Printable(miss.key), qUtf8Printable(device.displayName()),
+                  static_cast<long long>(miss.wanted), static_cast<long long>(miss.got));
+        }
+        return [this, &session, steppedZoom] {
+            if (steppedZoom) panel_->scheduleZoomMSLifeCamStudio(*steppedZoom, &session);
+            if (&session == qtCamera()) panel_->showCameraRecord();
+        };
+    });
 }
 
 // ---- Camera discovery ----
 
-void Orvella::loadAppDefault(QTCamera& camera) {
-    const auto outcome = profiles_.loadAppDefault(camera, qtCamera());
-    if (outcome.steppedZoomTarget)
-        panel_->scheduleZoomMSLifeCamStudio(*outcome.steppedZoomTarget, &camera);
+void Orvella::loadAppDefault(CameraSession& session) {
+    const QTCamera& camera = session.camera();
+    const QString model = camera.modelUniqueID();
+    const QList<settings::SettingsRecord> lastStates = profiles_.appDefaultRecords(model);
+    if (lastStates.isEmpty()) {
+        // A model seen for the first time: its last state is what the camera holds.
+        const bool current = &session == qtCamera();
+        session.ask([this, model, current](QTCamera& device) -> CameraSession::Reply {
+            auto state = settings::readRecord(device, settings::kAllSettings, current);
+            return [this, model, state] {
+                profiles_.saveSettings(QString(settings::keys::kAppDefaultName), true, model,
+                                       state);
+            };
+        });
+    } else {
+        std::optional<long> steppedZoom;
+        for (const settings::SettingsRecord& record : lastStates)
+            if (const auto target = settings::steppedZoomTarget(camera, record))
+                steppedZoom = target;
+        session.post([lastStates](QTCamera& device) {
+            for (const settings::SettingsRecord& record : lastStates)
+                settings::loadSettings(record, device);
+        });
+        if (steppedZoom) panel_->scheduleZoomMSLifeCamStudio(*steppedZoom, &session);
+    }
     followCameraRow();
 }
 
-void Orvella::switchCamera(QTCamera* camera) {
+void Orvella::switchCamera(CameraSession* session) {
     endSheet();
-    followCaptureSession(camera);
-    panel_->setQTCamera(camera);
-    if (camera) {
-        NSLog("Current camera: %s", qUtf8Printable(camera->displayName()));
+    followCaptureSession(session);
+    panel_->setQTCamera(session);
+    if (session) {
+        NSLog("Current camera: %s", qUtf8Printable(session->camera().displayName()));
         panel_->loadSupportedControl();
     } else {
         panel_->disableAllCameraControl();
@@ -431,15 +494,15 @@ void Orvella::observeFormatChanges(bool on) {
             followFormats(cameras_.at(row));
 }
 
-void Orvella::followFormats(QTCamera* camera) {
-    if (!observingFormats_ || !camera || !camera->qtCaptureDevice()) return;
+void Orvella::followFormats(CameraSession* camera) {
+    if (!observingFormats_ || !camera || !camera->camera().qtCaptureDevice()) return;
     for (const auto& follower : formatFollowers_)
         if (follower->camera() == camera) return;
     formatFollowers_.push_back(
-        std::make_unique<FormatFollower>(*panel_, camera, camera->qtCaptureDevice()));
+        std::make_unique<FormatFollower>(*panel_, camera, camera->camera().qtCaptureDevice()));
 }
 
-void Orvella::stopFollowingFormats(QTCamera* camera) {
+void Orvella::stopFollowingFormats(CameraSession* camera) {
     std::erase_if(formatFollowers_,
                   [camera](const auto& follower) { return follower->camera() == camera; });
 }

@@ -105,6 +105,9 @@ class Orvella final : public QObject,
     void selectProfile(int row);
     void updateSettings(int32_t settingsID);
     void buildProfileLists();
+    // The save dialog's name with the camera's state read for it: stored, or the reason why not.
+    void saveNewProfile(const QString& typed, const QString& model,
+                        const std::optional<settings::SettingsRecord>& state);
 
     // ---- Preferences tab (PreferencesPart; the explanations are dialogs) ----
     void clickLaunchAtLogin(bool on);
@@ -124,14 +127,14 @@ class Orvella final : public QObject,
     // ---- Changes behind the process's back ----
     // A followed camera's control changed: the panel shows it at once when the camera is current;
     // the guard hears of it. The last-state record is left as it is.
-    void cameraControlChanged(QTCamera& camera, const FollowedChange& change);
+    void cameraControlChanged(CameraSession& camera, const FollowedChange& change);
     // The guard's restore: the model's last state applied as at plug-in, then the controls read
-    // back from the camera and those that did not stick logged.
-    void restoreLastState(QTCamera& camera);
+    // back from the camera and those that did not stick logged (in the camera's session).
+    void restoreLastState(CameraSession& camera);
 
     // ---- Camera discovery ----
-    void loadAppDefault(QTCamera& camera) override;
-    void switchCamera(QTCamera* camera) override;
+    void loadAppDefault(CameraSession& camera) override;
+    void switchCamera(CameraSession* camera) override;
     void observeFormatChanges(bool on) override;
 
     // ---- Scripting ----
@@ -139,7 +142,7 @@ class Orvella final : public QObject,
     QString applyProfile(const QString& uniqueID, const QString& profile) override;
     void setPanelVisible(bool visible) override;
     bool isPanelVisible() const override;
-    std::optional<QVariantMap> controlValues(const QString& uniqueID) override;
+    void controlValues(const QString& uniqueID, ValuesReply reply) override;
 
     // ---- Sleep and wake ----
     void systemWillSleep() override;
@@ -160,7 +163,8 @@ class Orvella final : public QObject,
     settings::Preferences& preferences() { return preferences_; }
     UpdateTimer& timer() { return timer_; }
     SettingsGuard& guard() { return guard_; }
-    QTCamera* qtCamera() const { return cameras_.current(); }
+    // The current camera's session, null for none.
+    CameraSession* qtCamera() const { return cameras_.current(); }
     // The dialog open on the panel, null when none is.
     QDialog* sheet() const { return sheet_; }
     // The banner the panel shows while no camera is there.
@@ -176,9 +180,15 @@ class Orvella final : public QObject,
     void followCameraRow();
     void followCameras(int first, int last);
     void refreshPanelValues();
-    void followCaptureSession(QTCamera* camera);
-    void followFormats(QTCamera* camera);
-    void stopFollowingFormats(QTCamera* camera);
+    void followCaptureSession(CameraSession* camera);
+    void followFormats(CameraSession* camera);
+    void stopFollowingFormats(CameraSession* camera);
+    // The last-state record of the camera's model brought up to what the camera holds: the
+    // entries of `settingsID` (all for 0), read in the camera's session, then stored.
+    void updateLastState(CameraSession& camera, int32_t settingsID);
+    // The settings record's apply in the camera's session, then the panel follows (when the
+    // camera is current) and the last state with it.
+    void applyRecord(CameraSession& camera, const settings::SettingsRecord& record);
 
     settings::DefaultsStore& defaults_;
     CameraList& cameras_;

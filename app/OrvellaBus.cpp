@@ -174,14 +174,20 @@ bool OrvellaBus::IsPanelVisible() {
 QVariantMap OrvellaBus::GetControlValues(const QString& camera) {
     const QString uniqueID = cameraOrError(camera);
     if (uniqueID.isEmpty()) return {};
-    const std::optional<QVariantMap> values = target_.controlValues(uniqueID);
-    if (!values) {
-        if (calledFromDBus())
-            sendErrorReply(kErrorFailed,
-                           QStringLiteral("the control values of %1 cannot be read").arg(uniqueID));
-        return {};
-    }
-    return *values;
+    // The camera is read on its own thread; the answer goes out when it is done, and the bus
+    // object answers other calls meanwhile.
+    if (!calledFromDBus()) return {};
+    setDelayedReply(true);
+    target_.controlValues(uniqueID, [call = message(), bus = connection(),
+                                     uniqueID](const std::optional<QVariantMap>& values) {
+        if (!values)
+            bus.send(call.createErrorReply(
+                kErrorFailed,
+                QStringLiteral("the control values of %1 cannot be read").arg(uniqueID)));
+        else
+            bus.send(call.createReply(QVariant::fromValue(*values)));
+    });
+    return {};
 }
 
 }  // namespace orvella::app

@@ -11,7 +11,7 @@
 #include <QTimer>
 
 #include "app/Orvella.h"
-#include "camera/QTCamera.h"
+#include "camera/CameraSession.h"
 #include "settings/ProfileListModel.h"
 #include "settings/SettingsRecord.h"
 #include "ui/ControlPanel.h"
@@ -62,7 +62,7 @@ void Orvella::endSheet() {
 }
 
 void Orvella::clickSaveNewProfile() {
-    QTCamera* camera = qtCamera();
+    CameraSession* camera = qtCamera();
     if (!camera) return;
     auto* dialog = new QInputDialog(panel_->window());
     dialog->setObjectName(QStringLiteral("SaveNewProfile"));
@@ -84,10 +84,23 @@ void Orvella::clickSaveNewProfile() {
     }
     showSheet(dialog, [this, dialog](int result) {
         if (result != QDialog::Accepted) return;
-        QTCamera* current = qtCamera();
+        CameraSession* current = qtCamera();
         if (!current) return;
         const QString typed = dialog->textValue();
-        const auto outcome = profiles_.saveNewProfile(typed, *current, current);
+        if (settings::ProfileStore::refuseName(typed)) return;  // blank: nothing is saved
+        // The camera's state is read in its session; the store takes it when it comes back.
+        const QString model = current->camera().modelUniqueID();
+        current->ask([this, typed, model](QTCamera& device) -> CameraSession::Reply {
+            auto state = settings::readRecord(device, settings::kAllSettings, true);
+            return [this, typed, model, state] { saveNewProfile(typed, model, state); };
+        });
+    });
+}
+
+void Orvella::saveNewProfile(const QString& typed, const QString& model,
+                             const std::optional<settings::SettingsRecord>& state) {
+    const auto outcome = profiles_.saveNewProfile(typed, model, state);
+    {
         switch (outcome.result) {
             case settings::ProfileStore::SaveResult::Saved:
                 panel_->enableDisableProfileButton();
@@ -110,20 +123,26 @@ void Orvella::clickSaveNewProfile() {
                 break;
             }
         }
-    });
+    }
 }
 
 void Orvella::clickUpdateProfile() {
-    QTCamera* camera = qtCamera();
+    CameraSession* camera = qtCamera();
     const int row = profileList_.currentRow();
     if (!camera || !profileList_.isProfileRow(row)) return;
     const std::optional<settings::SettingsRecord> shown = profileList_.recordAt(row);
-    profiles_.updateProfile(row, *camera, camera, shown ? &*shown : nullptr);
-    panel_->enableDisableProfileButton();
+    const QString model = camera->camera().modelUniqueID();
+    camera->ask([this, row, model, shown](QTCamera& device) -> CameraSession::Reply {
+        auto state = settings::readRecord(device, settings::kAllSettings, true);
+        return [this, row, model, shown, state] {
+            profiles_.updateProfile(row, model, state, shown ? &*shown : nullptr);
+            panel_->enableDisableProfileButton();
+        };
+    });
 }
 
 void Orvella::clickDeleteProfile() {
-    QTCamera* camera = qtCamera();
+    CameraSession* camera = qtCamera();
     if (!camera) return;
     QMessageBox* box =
         alertOn(panel_->window(), QMessageBox::Critical, "DeleteProfile",
@@ -133,11 +152,11 @@ void Orvella::clickDeleteProfile() {
     box->setDefaultButton(remove);
     showSheet(box, [this, box, remove](int) {
         if (box->clickedButton() != remove) return;
-        QTCamera* current = qtCamera();
+        CameraSession* current = qtCamera();
         if (!current) return;
         const int row = profileList_.currentRow();
         const std::optional<settings::SettingsRecord> shown = profileList_.recordAt(row);
-        profiles_.deleteSettings(current->modelUniqueID(), row, shown ? &*shown : nullptr);
+        profiles_.deleteSettings(current->camera().modelUniqueID(), row, shown ? &*shown : nullptr);
         panel_->enableDisableProfileButton();
     });
 }
@@ -150,19 +169,19 @@ void Orvella::clickLoadAtStart() {
 }
 
 void Orvella::clickResetToDefault() {
-    QTCamera* camera = qtCamera();
+    CameraSession* camera = qtCamera();
     if (!camera) return;
     profileList_.setCurrentRow(settings::ProfileListModel::kCameraDefaultRow);
     // Resetting the camera switches launch at login off as well.
     panel_->showLaunchAtLogin(false);
     preferences_.switchOffLaunchAtLogin();
-    camera->setDefaults();
+    camera->post([](QTCamera& device) { device.setDefaults(); });
     refreshPanelValues();
     updateSettings(0);
 }
 
 void Orvella::selectProfile(int row) {
-    QTCamera* camera = qtCamera();
+    CameraSession* camera = qtCamera();
     if (!camera) return;
     // The separator is never chosen; the lists keep what they show.
     if (row == settings::ProfileListModel::kSeparatorRow) {
@@ -174,18 +193,40 @@ void Orvella::selectProfile(int row) {
     // the panel follows the camera's modes and the last state follows what the camera now holds.
     profileList_.setCurrentRow(row);
     followProfileRow();
-    if (profileList_.isProfileRow(row)) profiles_.applyProfile(profileList_.model(), row, *camera);
+    if (profileList_.isProfileRow(row))
+        if (const auto record = profiles_.profileAt(profileList_.model(), row))
+            camera->post(
+                [record = *record](QTCamera& device) { settings::loadSettings(record, device); });
     refreshPanelValues();
     updateSettings(0);
 }
 
 void Orvella::updateSettings(int32_t settingsID) {
-    profiles_.updateSettings(settingsID, qtCamera());
+    if (CameraSession* camera = qtCamera()) updateLastState(*camera, settingsID);
+}
+
+void Orvella::updateLastState(CameraSession& camera, int32_t settingsID) {
+    const QString model = camera.camera().modelUniqueID();
+    const bool whole = settingsID == settings::kAllSettings || !profiles_.hasAppDefault(model);
+    const bool current = &camera == qtCamera();
+    // One refresh of an identifier waits at a time: a drag's steps share it, after their sets.
+    camera.ask(
+        [this, model, whole, current, settingsID](QTCamera& device) -> CameraSession::Reply {
+            auto state =
+                settings::readRecord(device, whole ? settings::kAllSettings : settingsID, current);
+            return [this, model, state, whole] { profiles_.updateSettings(model, state, whole); };
+        },
+        CameraSession::recordKey(whole ? settings::kAllSettings : settingsID));
+}
+
+void Orvella::applyRecord(CameraSession& camera, const settings::SettingsRecord& record) {
+    camera.post([record](QTCamera& device) { settings::loadSettings(record, device); });
+    updateLastState(camera, settings::kAllSettings);
 }
 
 void Orvella::buildProfileLists() {
-    QTCamera* camera = qtCamera();
-    if (!camera) {
+    CameraSession* session = qtCamera();
+    if (!session) {
         profileList_.clear();
         return;
     }
@@ -193,10 +234,11 @@ void Orvella::buildProfileLists() {
     // applies it (nothing for the camera default or no item) and refreshes the last state with
     // this camera current, so its record is complete (the aperture is read from the current
     // camera only).
-    const int row = profileList_.showModel(camera->modelUniqueID(), camera->bLoadAtStart());
+    const int row =
+        profileList_.showModel(session->camera().modelUniqueID(), session->bLoadAtStart);
     tray_->menu().setCameraDefaultActive(true);
     selectProfile(row);
-    camera->setBLoadAtStart(true);
+    session->bLoadAtStart = true;
 }
 
 void Orvella::refreshPanelValues() {

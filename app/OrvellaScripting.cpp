@@ -1,37 +1,45 @@
 // The controller as the bus object's target: the cameras, applying a profile by name, the panel's
-// visibility and a camera's control values read from it.
+// visibility and a camera's control values read from it (in the camera's session).
 
 #include "app/Orvella.h"
-#include "camera/QTCamera.h"
+#include "camera/CameraSession.h"
 #include "settings/SettingsRecord.h"
 #include "ui/ControlPanel.h"
 
 namespace orvella::app {
 
+namespace {
+
+CameraSession* sessionWithID(const CameraList& cameras, const QString& uniqueID) {
+    for (int row = 0; row < cameras.size(); ++row)
+        if (cameras.at(row)->camera().uniqueID() == uniqueID) return cameras.at(row);
+    return nullptr;
+}
+
+}  // namespace
+
 std::vector<ScriptingTarget::Camera> Orvella::cameras() const {
     std::vector<Camera> list;
     for (int row = 0; row < cameras_.size(); ++row)
-        list.push_back({cameras_.at(row)->uniqueID(), cameras_.at(row)->displayName(),
-                        row == cameras_.currentRow()});
+        list.push_back({cameras_.at(row)->camera().uniqueID(),
+                        cameras_.at(row)->camera().displayName(), row == cameras_.currentRow()});
     return list;
 }
 
 QString Orvella::applyProfile(const QString& uniqueID, const QString& profile) {
-    QTCamera* camera = nullptr;
-    for (int row = 0; row < cameras_.size() && !camera; ++row)
-        if (cameras_.at(row)->uniqueID() == uniqueID) camera = cameras_.at(row);
+    CameraSession* camera = sessionWithID(cameras_, uniqueID);
     if (!camera) return QStringLiteral("no camera %1").arg(uniqueID);
     // The profiles as the file holds them now, so that a name is not looked up in lists another
     // process has changed since.
     if (profiles_.defaults().changedOnDisk()) profiles_.reload();
-    const int index = profiles_.listIndexOf(camera->modelUniqueID(), profile);
+    const QString model = camera->camera().modelUniqueID();
+    const int index = profiles_.listIndexOf(model, profile);
     if (index < settings::kFirstProfileIndex)
         return QStringLiteral("no profile named \"%1\" for this camera").arg(profile);
     if (camera == qtCamera()) {
         selectProfile(index);  // the lists show it in force
-    } else {
-        profiles_.applyProfile(camera->modelUniqueID(), index, *camera);
-        profiles_.updateSettings(0, camera);
+    } else if (const auto record = profiles_.profileAt(model, index)) {
+        applyRecord(*camera, *record);
     }
     return {};
 }
@@ -45,17 +53,21 @@ bool Orvella::isPanelVisible() const {
     return panel_->window()->isVisible();
 }
 
-std::optional<QVariantMap> Orvella::controlValues(const QString& uniqueID) {
-    for (int row = 0; row < cameras_.size(); ++row)
-        if (QTCamera* camera = cameras_.at(row); camera->uniqueID() == uniqueID) {
-            // Read from the camera: a camera whose backend cannot tell of changes may hold other
-            // values than the record.
-            camera->readCurrentValues();
-            settings::SettingsRecord record;
-            settings::allSettingsDict(record, *camera, qtCamera());
-            return record;
-        }
-    return std::nullopt;
+void Orvella::controlValues(const QString& uniqueID, ValuesReply reply) {
+    CameraSession* camera = sessionWithID(cameras_, uniqueID);
+    if (!camera) {
+        reply(std::nullopt);
+        return;
+    }
+    const bool current = camera == qtCamera();
+    camera->ask([current, reply](QTCamera& device) -> CameraSession::Reply {
+        // Read from the camera: a camera whose backend cannot tell of changes may hold other
+        // values than the record.
+        device.readCurrentValues();
+        std::optional<QVariantMap> values =
+            settings::readRecord(device, settings::kAllSettings, current);
+        return [reply, values = std::move(values)] { reply(values); };
+    });
 }
 
 }  // namespace orvella::app

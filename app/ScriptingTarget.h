@@ -4,6 +4,7 @@
 
 #include <QString>
 #include <QVariantMap>
+#include <functional>
 #include <optional>
 #include <vector>
 
@@ -26,11 +27,13 @@ class ScriptingTarget {
     virtual QString applyProfile(const QString& uniqueID, const QString& profile) = 0;
     virtual void setPanelVisible(bool visible) = 0;
     virtual bool isPanelVisible() const = 0;
-    // The camera's current control values by settings key (the control catalog's keys); none
-    // when they cannot be read.
-    virtual std::optional<QVariantMap> controlValues(const QString& uniqueID) {
+    // The camera's current control values by settings key (the control catalog's keys), passed
+    // to `reply` once read (the camera is read on its own thread, so the reply comes later); none
+    // when they cannot be read (the camera is gone or does not answer).
+    using ValuesReply = std::function<void(std::optional<QVariantMap>)>;
+    virtual void controlValues(const QString& uniqueID, ValuesReply reply) {
         Q_UNUSED(uniqueID);
-        return std::nullopt;
+        reply(std::nullopt);
     }
 };
 

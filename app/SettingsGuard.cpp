@@ -37,13 +37,13 @@ void SettingsGuard::setSettleTime(int milliseconds) {
     options_.settleMs = std::max(1, milliseconds);
 }
 
-SettingsGuard::Watch* SettingsGuard::watchOf(const QTCamera* camera) const {
+SettingsGuard::Watch* SettingsGuard::watchOf(const CameraSession* camera) const {
     for (const auto& watch : watches_)
         if (watch->camera == camera) return watch.get();
     return nullptr;
 }
 
-void SettingsGuard::follow(QTCamera* camera) {
+void SettingsGuard::follow(CameraSession* camera) {
     if (!camera || watchOf(camera)) return;
     auto watch = std::make_unique<Watch>();
     watch->camera = camera;
@@ -54,11 +54,11 @@ void SettingsGuard::follow(QTCamera* camera) {
     watches_.push_back(std::move(watch));
 }
 
-void SettingsGuard::forget(QTCamera* camera) {
+void SettingsGuard::forget(CameraSession* camera) {
     std::erase_if(watches_, [camera](const auto& watch) { return watch->camera == camera; });
 }
 
-void SettingsGuard::captureUseChanged(QTCamera* camera, int foreignOpens) {
+void SettingsGuard::captureUseChanged(CameraSession* camera, int foreignOpens) {
     Watch* watch = watchOf(camera);
     if (!watch) return;
     const bool rose = foreignOpens > watch->foreignOpens;
@@ -70,7 +70,7 @@ void SettingsGuard::captureUseChanged(QTCamera* camera, int foreignOpens) {
     arm(*watch);
 }
 
-void SettingsGuard::controlChanged(QTCamera* camera, const FollowedChange& change) {
+void SettingsGuard::controlChanged(CameraSession* camera, const FollowedChange& change) {
     Watch* watch = watchOf(camera);
     if (!watch || !enabled_ || paused_ || restoring_) return;
     // Automatic modes report flag changes, with a value or without; a governed control's value
@@ -96,7 +96,7 @@ void SettingsGuard::settled(Watch& watch) {
     const qint64 at = now();
     while (!watch.restores.empty() && at - watch.restores.front() >= options_.windowMs)
         watch.restores.pop_front();
-    const QString name = watch.camera->displayName();
+    const QString name = watch.camera->camera().displayName();
     if (static_cast<int>(watch.restores.size()) >= options_.maxRestores) {
         if (!watch.limitLogged)
             NSLog("Settings guard: %s was restored %d times within %d s; leaving it alone for now",
@@ -135,12 +135,12 @@ void SettingsGuard::systemDidWake() {
     wake_.start(options_.wakeDelayMs);
 }
 
-bool SettingsGuard::isPending(const QTCamera* camera) const {
+bool SettingsGuard::isPending(const CameraSession* camera) const {
     const Watch* watch = watchOf(camera);
     return watch && watch->settle->isActive();
 }
 
-int SettingsGuard::restoreCount(const QTCamera* camera) const {
+int SettingsGuard::restoreCount(const CameraSession* camera) const {
     const Watch* watch = watchOf(camera);
     return watch ? watch->restoreCount : 0;
 }

@@ -24,7 +24,7 @@
 #include <memory>
 #include <vector>
 
-#include "camera/QTCamera.h"
+#include "camera/CameraSession.h"
 
 namespace orvella::app {
 
@@ -41,7 +41,7 @@ class SettingsGuard final : public QObject {
     Q_OBJECT
   public:
     using Options = SettingsGuardOptions;
-    using Restore = std::function<void(QTCamera& camera)>;
+    using Restore = std::function<void(CameraSession& camera)>;
 
     explicit SettingsGuard(Restore restore, Options options = {}, QObject* parent = nullptr);
     ~SettingsGuard() override;
@@ -53,23 +53,23 @@ class SettingsGuard final : public QObject {
     int settleTime() const { return options_.settleMs; }
 
     // The cameras watched (borrowed); forget a camera before it is destroyed.
-    void follow(QTCamera* camera);
-    void forget(QTCamera* camera);
+    void follow(CameraSession* camera);
+    void forget(CameraSession* camera);
 
-    // What the cameras tell (QTCamera::followChanges).
-    void captureUseChanged(QTCamera* camera, int foreignOpens);
-    void controlChanged(QTCamera* camera, const FollowedChange& change);
+    // What the cameras tell (QTCamera::followChanges, through the camera's session).
+    void captureUseChanged(CameraSession* camera, int foreignOpens);
+    void controlChanged(CameraSession* camera, const FollowedChange& change);
 
     void systemWillSleep();
     void systemDidWake();
 
     // For tests and diagnostics.
-    bool isPending(const QTCamera* camera) const;
-    int restoreCount(const QTCamera* camera) const;
+    bool isPending(const CameraSession* camera) const;
+    int restoreCount(const CameraSession* camera) const;
 
   private:
     struct Watch {
-        QTCamera* camera = nullptr;
+        CameraSession* camera = nullptr;
         int foreignOpens = 0;
         qint64 lastForeignUse = kNever;   // last open or close by another program
         qint64 unclaimedChange = kNever;  // a value change no foreign use explained yet
@@ -81,7 +81,7 @@ class SettingsGuard final : public QObject {
     };
     static constexpr qint64 kNever = -(qint64{1} << 62);
 
-    Watch* watchOf(const QTCamera* camera) const;
+    Watch* watchOf(const CameraSession* camera) const;
     qint64 now() const;
     bool recently(qint64 at) const;
     void arm(Watch& watch);

@@ -13,6 +13,7 @@
 #include "app/Orvella.h"
 #include "app/OrvellaBus.h"
 #include "app/QuitOnSignal.h"
+#include "camera/CameraSession.h"
 #include "platform/Log.h"
 #include "platform/linux/XdgAutostart.h"
 #include "platform/virtual/VirtualCamera.h"
@@ -21,6 +22,9 @@
 #include "ui/Localization.h"
 
 namespace {
+
+// How long the end of the process waits for a camera session still in a request.
+constexpr int kSessionEndWaitMs = 300;
 
 using namespace orvella;
 
@@ -137,6 +141,15 @@ int main(int argc, char** argv) {
         controller.switchCamera(nullptr);
         while (cameras.size() > 0)
             cameras.take(cameras.size() - 1);
+        // A camera in the middle of a request that will not be answered holds its session for
+        // up to the driver's time-out; the user asked to quit now and nothing is left to save,
+        // so the process does not wait for it.
+        if (!CameraSession::waitForSessionsToEnd(kSessionEndWaitMs)) {
+            NSLog("Quitting while %d camera(s) are still in a request", CameraSession::busyCount());
+            std::fflush(stdout);
+            std::fflush(stderr);
+            std::_Exit(status);
+        }
     }
     return status;
 }

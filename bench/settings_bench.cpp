@@ -12,6 +12,7 @@
 #include "platform/Clock.h"
 #include "platform/Log.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "settings/CameraProfiles.h"
 #include "settings/DefaultsStore.h"
 #include "settings/PlistCodec.h"
 #include "settings/ProfileStore.h"
@@ -64,7 +65,7 @@ void UpdateSettingsOneControl(benchmark::State& state) {
     settings::ProfileStore profiles(defaults);
     for (auto _ : state) {
         rig.camera->supportedControl()->curBrightness ^= 1;
-        profiles.updateSettings(settings::kBrightness, rig.camera.get());
+        settings::updateSettings(profiles, settings::kBrightness, rig.camera.get());
     }
 }
 BENCHMARK(UpdateSettingsOneControl)->Unit(benchmark::kMicrosecond);

@@ -120,6 +120,10 @@ class QTCamera {
     // True when the camera is there and answers one read of its request error code (a stall is an
     // answer). A camera that vanished or fell silent may have been read only in part.
     bool isAnswering();
+    // Requests sent so far, and whether the last of them was answered (a stall is an answer; a
+    // camera that is gone or does not answer is not). Both count the wake-and-retry as one.
+    uint64_t requestsMade() const { return _requestsMade; }
+    bool lastRequestAnswered() const { return _lastRequestAnswered; }
     static float mapValue(float v, float fromMin, float fromMax, float toMin, float toMax);
 
     // ---- USB device and interface lookup ----
@@ -274,6 +278,8 @@ class QTCamera {
     int32_t _cameraHeight = 0;
     std::optional<std::chrono::system_clock::time_point> _date;
     bool _bLoadAtStart = false;
+    uint64_t _requestsMade = 0;
+    bool _lastRequestAnswered = true;
 };
 
 // Reads USB string descriptor `index` in language `languageID` and writes it as UTF-8 with a

@@ -34,11 +34,14 @@ IOReturn badLength(int32_t length) {
 }  // namespace
 
 IOReturn QTCamera::sendControlRequest(platform::ControlRequest& request) {
+    ++_requestsMade;
     if (!controlInterface) {
         NSLog("CameraControl Error: No interface to send request");
+        _lastRequestAnswered = false;
         return kIOReturnNoDevice;
     }
     IOReturn status = controlInterface->controlRequest(0, request);
+    _lastRequestAnswered = status != kIOReturnNoDevice && !isNotResponding(status);
     if (status == kIOReturnSuccess) return kIOReturnSuccess;
 
     if (isNotResponding(status)) {
@@ -47,9 +50,11 @@ IOReturn QTCamera::sendControlRequest(platform::ControlRequest& request) {
         if (wake == kIOReturnSuccess) {
             request.wLenDone = 0;
             status = controlInterface->controlRequest(0, request);
+            _lastRequestAnswered = status != kIOReturnNoDevice && !isNotResponding(status);
             if (status == kIOReturnSuccess) return kIOReturnSuccess;
         } else {
             status = wake;
+            _lastRequestAnswered = false;
         }
     }
     NSLog("CameraControl Error: Control request failed: %08x", static_cast<uint32_t>(status));

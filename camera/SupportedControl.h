@@ -147,6 +147,8 @@ struct SupportedControl {
     int8_t bNoiseReductionDisabled = 0;
 
     ExtUnitControl* extUnitControl = nullptr;  // never filled
+
+    bool operator==(const SupportedControl&) const = default;
     int32_t cameraLED = 0;                     // LED type 0, 1 or 2
     long ledIndex = 0;
 };

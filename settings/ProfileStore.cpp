@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "camera/ControlCatalog.h"
-#include "camera/SteppedZoom.h"
 #include "platform/Log.h"
 #include "settings/DefaultsKeys.h"
 #include "settings/PlistCodec.h"
@@ -13,16 +12,6 @@
 namespace orvella::settings {
 
 namespace {
-
-// A record holds the camera's state as last read; a camera that has gone away or stopped
-// answering may have been read only in part, and a record of it would replace the user's settings
-// with that half-read state, so nothing is written from it.
-bool answers(QTCamera& camera) {
-    if (camera.isAnswering()) return true;
-    NSLog("Settings of %s not written: the camera is gone or does not answer",
-          qPrintable(camera.displayName()));
-    return false;
-}
 
 bool isAppDefault(const QVariant& record) {
     const QVariant flag = record.toMap().value(keys::kAppDefault);
@@ -176,13 +165,19 @@ QStringList ProfileStore::models() const {
     return out;
 }
 
-bool ProfileStore::saveSettings(const QString& name, bool isAppDefaultRecord, QTCamera& camera,
-                                QTCamera* currentCamera) {
-    if (!answers(camera)) return false;
-    SettingsRecord record{{keys::kSettingsName, name}};
-    allSettingsDict(record, camera, currentCamera);
+QList<SettingsRecord> ProfileStore::appDefaultRecords(const QString& model) const {
+    QList<SettingsRecord> found;
+    for (const SettingsRecord& record : records(model))
+        if (isAppDefault(record)) found << record;
+    return found;
+}
+
+bool ProfileStore::saveSettings(const QString& name, bool isAppDefaultRecord, const QString& model,
+                                const std::optional<SettingsRecord>& state) {
+    if (!state) return false;
+    SettingsRecord record = *state;
+    record.insert(keys::kSettingsName, name);
     if (isAppDefaultRecord) record.insert(keys::kAppDefault, true);
-    const QString model = camera.modelUniqueID();
     problem_.clear();
     bool saved = false;
     const bool written = defaults_.modify([&] {
@@ -198,8 +193,7 @@ bool ProfileStore::saveSettings(const QString& name, bool isAppDefaultRecord, QT
     return written && saved;
 }
 
-ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName, QTCamera& camera,
-                                                       QTCamera* currentCamera) {
+std::optional<ProfileStore::SaveOutcome> ProfileStore::refuseName(const QString& typedName) {
     SaveOutcome outcome;
     outcome.name = trimmedName(typedName);
     if (outcome.name.isEmpty()) {
@@ -210,10 +204,18 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
         outcome.result = SaveResult::InvalidName;
         return outcome;
     }
-    if (!answers(camera)) return outcome;
-    SettingsRecord record{{keys::kSettingsName, outcome.name}};
-    allSettingsDict(record, camera, currentCamera);
-    const QString model = camera.modelUniqueID();
+    return std::nullopt;
+}
+
+ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
+                                                       const QString& model,
+                                                       const std::optional<SettingsRecord>& state) {
+    if (const auto refused = refuseName(typedName)) return *refused;
+    SaveOutcome outcome;
+    outcome.name = trimmedName(typedName);
+    if (!state) return outcome;
+    SettingsRecord record = *state;
+    record.insert(keys::kSettingsName, outcome.name);
     // The clash is decided on the file's current content, under the lock.
     problem_.clear();
     const bool written = defaults_.modify([&] {
@@ -244,10 +246,9 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
     return outcome;
 }
 
-bool ProfileStore::updateSettings(int32_t settingsID, QTCamera* currentCamera) {
-    if (!currentCamera || !answers(*currentCamera)) return false;
-    QTCamera& camera = *currentCamera;
-    const QString model = camera.modelUniqueID();
+bool ProfileStore::updateSettings(const QString& model, const std::optional<SettingsRecord>& state,
+                                  bool stateIsWhole) {
+    if (!state) return false;
     problem_.clear();
     bool updated = false;
     const bool written = defaults_.modify([&] {
@@ -256,16 +257,19 @@ bool ProfileStore::updateSettings(int32_t settingsID, QTCamera* currentCamera) {
         if (!writableSettings(model, &settings, &array)) return;
         const auto found = std::find_if(array.begin(), array.end(), isAppDefault);
         if (found == array.end()) {
-            SettingsRecord record{{keys::kSettingsName, QString(keys::kAppDefaultName)}};
-            allSettingsDict(record, camera, currentCamera);
+            if (!stateIsWhole) {
+                NSLog("The last state of %s is gone; it is written whole with the next change",
+                      qUtf8Printable(model));
+                return;
+            }
+            SettingsRecord record = *state;
+            record.insert(keys::kSettingsName, QString(keys::kAppDefaultName));
             record.insert(keys::kAppDefault, true);
             array.append(record);
         } else {
             SettingsRecord record = found->toMap();
-            if (settingsID != kAllSettings)
-                settingsDict(record, settingsID, camera, currentCamera);
-            else
-                allSettingsDict(record, camera, currentCamera);
+            for (auto it = state->cbegin(); it != state->cend(); ++it)
+                record.insert(it.key(), it.value());
             *found = record;
         }
         settings.insert(model, array);
@@ -275,38 +279,10 @@ bool ProfileStore::updateSettings(int32_t settingsID, QTCamera* currentCamera) {
     return written && updated;
 }
 
-ProfileStore::AppDefaultOutcome ProfileStore::loadAppDefault(QTCamera& camera,
-                                                             QTCamera* currentCamera,
-                                                             platform::Clock* clock) {
-    AppDefaultOutcome outcome;
-    bool found = false;
-    for (const SettingsRecord& record : records(camera.modelUniqueID())) {
-        if (!isAppDefault(record)) continue;
-        found = true;
-        loadSettings(record, camera, clock);
-        const std::string_view zoomKey = catalog::byID(kZoomAbsolute)->key;
-        const QVariant zoom = record.value(
-            QString::fromLatin1(zoomKey.data(), static_cast<qsizetype>(zoomKey.size())));
-        if (needsSteppedZoom(camera) && zoom.typeId() == QMetaType::LongLong)
-            outcome.steppedZoomTarget = static_cast<long>(zoom.toLongLong());
-    }
-    if (!found)
-        outcome.created = saveSettings(QString(keys::kAppDefaultName), true, camera, currentCamera);
-    return outcome;
-}
-
-bool ProfileStore::applyProfile(const QString& model, int listIndex, QTCamera& camera,
-                                platform::Clock* clock) {
-    const auto record = profileAt(model, listIndex);
-    if (!record) return false;
-    loadSettings(*record, camera, clock);
-    return true;
-}
-
-bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* currentCamera,
+bool ProfileStore::updateProfile(int listIndex, const QString& model,
+                                 const std::optional<SettingsRecord>& state,
                                  const SettingsRecord* shown) {
-    if (listIndex < kFirstProfileIndex || !answers(camera)) return false;
-    const QString model = camera.modelUniqueID();
+    if (listIndex < kFirstProfileIndex || !state) return false;
     bool updated = false;
     int updatedIndex = -1;
     problem_.clear();
@@ -317,7 +293,8 @@ bool ProfileStore::updateProfile(int listIndex, QTCamera& camera, QTCamera* curr
         const qsizetype position = positionOf(array, listIndex, shown);
         if (position < 0) return;
         SettingsRecord record = array[position].toMap();
-        allSettingsDict(record, camera, currentCamera);
+        for (auto it = state->cbegin(); it != state->cend(); ++it)
+            record.insert(it.key(), it.value());
         array[position] = record;
         settings.insert(model, array);
         defaults_.setObject(settings, keys::kSettings);

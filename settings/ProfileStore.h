@@ -19,7 +19,6 @@
 #include <functional>
 #include <optional>
 
-#include "camera/QTCamera.h"
 #include "settings/DefaultsStore.h"
 #include "settings/SettingsRecord.h"
 
@@ -59,10 +58,14 @@ class ProfileStore : public QObject {
     QStringList models() const;
 
     // ---- Changing ----
-    // Appends a record of the camera's state named `name` (a last-state record when
-    // `isAppDefault`), as it is given. False when the store cannot be written.
-    bool saveSettings(const QString& name, bool isAppDefault, QTCamera& camera,
-                      QTCamera* currentCamera);
+    // The camera's state arrives as a settings record read on the camera's own thread
+    // (readRecord in SettingsRecord.h); none means the camera was gone or did not answer, and
+    // nothing is written from it (a half-read state would replace the user's settings).
+
+    // Appends the state as a record named `name` (a last-state record when `isAppDefault`).
+    // False when there is no state or the store cannot be written.
+    bool saveSettings(const QString& name, bool isAppDefault, const QString& model,
+                      const std::optional<SettingsRecord>& state);
 
     // Saving a profile under a name the user typed: the name is trimmed; a blank name saves
     // nothing; a name the model already has (its last-state record's "AppDefault" included) is
@@ -73,32 +76,28 @@ class ProfileStore : public QObject {
         QString name;        // the trimmed name
         int listIndex = -1;  // where the new profile stands in the lists, when saved
     };
-    SaveOutcome saveNewProfile(const QString& typedName, QTCamera& camera, QTCamera* currentCamera);
+    // The outcome for a name that cannot be saved whatever the camera holds (blank, control
+    // characters); none for a name worth reading the camera for.
+    static std::optional<SaveOutcome> refuseName(const QString& typedName);
+    SaveOutcome saveNewProfile(const QString& typedName, const QString& model,
+                               const std::optional<SettingsRecord>& state);
 
-    // Refreshes the current camera's last-state record: only the entries of `settingsID`, or all
-    // for 0; creates the record when the model has none. Nothing without a current camera.
-    bool updateSettings(int32_t settingsID, QTCamera* currentCamera);
+    // Lays `state` (the entries of one setting identifier, or a whole record) over the model's
+    // last-state record; creates the record from `state` when the model has none and `state` is
+    // whole. False when there is no state or nothing could be written.
+    bool updateSettings(const QString& model, const std::optional<SettingsRecord>& state,
+                        bool stateIsWhole);
+    // True when the model has a last-state record, so a change needs only its own entries.
+    bool hasAppDefault(const QString& model) const { return appDefaultRecord(model).has_value(); }
 
-    // Applies the model's last-state records to the camera, or creates one when there is none.
-    struct AppDefaultOutcome {
-        bool created = false;
-        // A camera that cannot take a large zoom jump (camera/SteppedZoom.h): the stored zoom to
-        // reach with zoomMSLifeCamStudio one second later.
-        std::optional<long> steppedZoomTarget;
-    };
-    AppDefaultOutcome loadAppDefault(QTCamera& camera, QTCamera* currentCamera,
-                                     platform::Clock* clock = nullptr);
+    // The model's last-state records, to apply in this order when a camera of it appears.
+    QList<SettingsRecord> appDefaultRecords(const QString& model) const;
 
-    // Applies the profile at a list index to the camera (choosing a profile, on the data side; the
-    // caller then refreshes the last state with updateSettings(0)). False for an index with no
-    // profile.
-    bool applyProfile(const QString& model, int listIndex, QTCamera& camera,
-                      platform::Clock* clock = nullptr);
-
-    // Overwrites the profile at a list index with the camera's state, keeping its name and flags.
-    // With `shown`, the record the caller's list shows there: when another process has moved the
-    // profiles meanwhile, the record equal to it is updated instead (none, when it is gone).
-    bool updateProfile(int listIndex, QTCamera& camera, QTCamera* currentCamera,
+    // Lays the state over the profile at a list index, keeping its name and flags. With `shown`,
+    // the record the caller's list shows there: when another process has moved the profiles
+    // meanwhile, the record equal to it is updated instead (none, when it is gone).
+    bool updateProfile(int listIndex, const QString& model,
+                       const std::optional<SettingsRecord>& state,
                        const SettingsRecord* shown = nullptr);
 
     // Deletes the profile at a list index (indices below 2 delete nothing). Whatever the index,

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <optional>
 
+#include "camera/CameraSession.h"
 #include "camera/ControlCatalog.h"
 #include "platform/Log.h"
 
@@ -222,6 +223,21 @@ void settingsDict(SettingsRecord& record, int32_t settingsID, QTCamera& camera,
 void allSettingsDict(SettingsRecord& record, QTCamera& camera, QTCamera* currentCamera) {
     for (const Row& row : catalog::all())
         fill(row, record, camera, currentCamera);
+}
+
+std::optional<SettingsRecord> readRecord(QTCamera& camera, int32_t settingsID, bool isCurrent) {
+    if (!CameraSession::isThereAndAnswering(camera)) {
+        NSLog("Settings of %s not written: the camera is gone or does not answer",
+              qPrintable(camera.displayName()));
+        return std::nullopt;
+    }
+    SettingsRecord record;
+    QTCamera* current = isCurrent ? &camera : nullptr;
+    if (settingsID == kAllSettings)
+        allSettingsDict(record, camera, current);
+    else
+        settingsDict(record, settingsID, camera, current);
+    return record;
 }
 
 void loadSettings(const SettingsRecord& record, QTCamera& camera, platform::Clock* clock) {

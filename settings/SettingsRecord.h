@@ -9,6 +9,7 @@
 
 #include <QVariantMap>
 #include <cstdint>
+#include <optional>
 
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
@@ -27,6 +28,13 @@ void settingsDict(SettingsRecord& record, int32_t settingsID, QTCamera& camera,
 
 // Fills a whole record: identifiers 1 to 18, then 20, 21 and 22 (19 writes what 18 writes).
 void allSettingsDict(SettingsRecord& record, QTCamera& camera, QTCamera* currentCamera);
+
+// On the camera's own thread: the camera's state as a record -- the entries of `settingsID`, or
+// all of them for 0 -- or none (logged) when the camera is gone or does not answer, since a
+// record of a half-read camera would replace the user's settings. Whether it answers is what
+// its last request of the job under way said, else one read (CameraSession). `isCurrent`: the
+// camera is the application's current one (the aperture position is read only then).
+std::optional<SettingsRecord> readRecord(QTCamera& camera, int32_t settingsID, bool isCurrent);
 
 // Applies a record to a camera in the fixed order of application: automatic modes before the
 // manual values they govern. Single failures are not reported. The pause before a stored focus

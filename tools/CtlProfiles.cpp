@@ -5,6 +5,7 @@
 
 #include "camera/SteppedZoom.h"
 #include "platform/Clock.h"
+#include "settings/CameraProfiles.h"
 #include "settings/DefaultsKeys.h"
 #include "settings/DefaultsStore.h"
 #include "settings/ProfileStore.h"
@@ -90,7 +91,8 @@ std::optional<CtlFailure> list(ProfileStore& profiles, const CtlCameras& cameras
 }
 
 std::optional<CtlFailure> save(ProfileStore& profiles, const Target& target) {
-    const auto outcome = profiles.saveNewProfile(target.name, *target.camera, target.camera);
+    const auto outcome =
+        settings::saveNewProfile(profiles, target.name, *target.camera, target.camera);
     switch (outcome.result) {
         case ProfileStore::SaveResult::Saved:
             return std::nullopt;
@@ -114,7 +116,7 @@ std::optional<CtlFailure> apply(ProfileStore& profiles, const Target& target) {
     if (!record) return unknownProfile(target);
     settings::loadSettings(*record, *target.camera);
     // The last state follows the profile, as when a profile is chosen in the application.
-    if (!profiles.updateSettings(settings::kAllSettings, target.camera))
+    if (!settings::updateSettings(profiles, settings::kAllSettings, target.camera))
         return notWritten(profiles);
     return std::nullopt;
 }
@@ -160,7 +162,7 @@ void noteSetAside(const settings::DefaultsStore& store, std::ostream& err) {
 }
 
 void applyLast(ProfileStore& profiles, QTCamera& camera, std::ostream& err) {
-    const auto outcome = profiles.loadAppDefault(camera, &camera);
+    const auto outcome = settings::loadAppDefault(profiles, camera, &camera);
     // A camera with no last state gets one; say so when it could not be kept.
     if (!profiles.problem().isEmpty())
         err << "orvellactl: note: " << profiles.problem().toStdString() << '\n';

@@ -7,6 +7,9 @@
 #include <algorithm>
 #include <vector>
 
+#include <QPointer>
+
+#include "camera/CameraSession.h"
 #include "camera/ControlCatalog.h"
 #include "camera/QTCamera.h"
 #include "settings/SettingsID.h"
@@ -217,7 +220,7 @@ void CameraControlsPage::localize() {
 void CameraControlsPage::loadSupportedModes() {
     if (!qtCamera_) return;
     Ui::CameraControlsPage& ui = *ui_;
-    const SupportedControl& sc = *qtCamera_->supportedControl();
+    const SupportedControl& sc = qtCamera_->snapshot().controls;
 
     // Auto-exposure: segments by the modes the camera offers.
     ui.mSegAutoExposureMode->setEnabled(sc.bAutoExposureMode);
@@ -250,7 +253,7 @@ void CameraControlsPage::loadSupportedControlUVCValue(
     const std::optional<QMap<QString, bool>>& displayValues) {
     if (!qtCamera_) return;
     Ui::CameraControlsPage& ui = *ui_;
-    const SupportedControl& sc = *qtCamera_->supportedControl();
+    const SupportedControl& sc = qtCamera_->snapshot().controls;
 
     const auto& controls = panelRows();
     for (size_t i = 0; i < controls.size(); ++i) {
@@ -286,7 +289,7 @@ void CameraControlsPage::loadLED() {
     if (!qtCamera_) return;
     Ui::CameraControlsPage& ui = *ui_;
     // The indicator LED, by index: 2 off, 1 on, anything else automatic.
-    const SupportedControl& now = *qtCamera_->supportedControl();
+    const SupportedControl& now = qtCamera_->snapshot().controls;
     ui.mSegLED->deselectAll();
     if (now.cameraLED == 0) {
         ui.mBoxLED->hide();
@@ -298,10 +301,36 @@ void CameraControlsPage::loadLED() {
     }
 }
 
-void CameraControlsPage::disableAutoControl() {
+CameraControlsPage::StatusRead CameraControlsPage::readStatus(QTCamera& camera, int walks) {
+    const SupportedControl* sc = camera.supportedControl();
+    for (int i = 0; i < walks; ++i)
+        sc = camera.queryControlStatus();
+    StatusRead read;
+    long position = 0;
+    if (irisFree(*sc) && camera.queryIrisRelative(&position) == kIOReturnSuccess) {
+        read.irisKnown = true;
+        read.iris = position;
+    }
+    return read;
+}
+
+void CameraControlsPage::disableAutoControl(std::function<void()> then) {
     if (!qtCamera_) return;
+    CameraSession* session = qtCamera_;
+    session->ask([page = QPointer(this), session,
+                  then = std::move(then)](QTCamera& camera) -> CameraSession::Reply {
+        const StatusRead read = readStatus(camera, 2);
+        return [page, session, read, then] {
+            if (!page || page->qtCamera_ != session) return;
+            page->showAutoControl(read);
+            if (then) then();
+        };
+    });
+}
+
+void CameraControlsPage::showAutoControl(const StatusRead& read) {
     Ui::CameraControlsPage& ui = *ui_;
-    const SupportedControl& sc = *qtCamera_->queryControlStatus();
+    const SupportedControl& sc = qtCamera_->snapshot().controls;
     if (sc.bAutoExposureMode)
         ui.mSegAutoExposureMode->selectSegmentWithTag(static_cast<int>(sc.curAutoExposureMode));
     if (sc.bWhiteBalanceTemperatureAuto) {
@@ -314,12 +343,22 @@ void CameraControlsPage::disableAutoControl() {
         ui.mBtnFocusAuto->setEnabled(true);
         ui.mBtnFocusAuto->setChecked(sc.curFocusAuto != 0);
     }
-    disableAutoControlUVCValue();
+    showAutoControlUVCValue(read);
 }
 
 void CameraControlsPage::disableAutoControlUVCValue() {
     if (!qtCamera_) return;
-    const SupportedControl& sc = *qtCamera_->queryControlStatus();
+    CameraSession* session = qtCamera_;
+    session->ask([page = QPointer(this), session](QTCamera& camera) -> CameraSession::Reply {
+        const StatusRead read = readStatus(camera, 1);
+        return [page, session, read] {
+            if (page && page->qtCamera_ == session) page->showAutoControlUVCValue(read);
+        };
+    });
+}
+
+void CameraControlsPage::showAutoControlUVCValue(const StatusRead& read) {
+    const SupportedControl& sc = qtCamera_->snapshot().controls;
     const auto& controls = panelRows();
     for (size_t i = 0; i < controls.size(); ++i) {
         const ControlDescription& control = *controls[i];
@@ -332,10 +371,9 @@ void CameraControlsPage::disableAutoControlUVCValue() {
 
     // The iris row shows a position only when the camera tells it.
     UVCValueViewController& aperture = *row(SettingsID::kAperture);
-    long position = 0;
-    if (irisFree(sc) && qtCamera_->queryIrisRelative(&position) == kIOReturnSuccess) {
+    if (read.irisKnown) {
         aperture.setEnabled(true);
-        aperture.setCur(position);
+        aperture.setCur(read.iris);
     } else {
         aperture.setEnabled(false);
     }
@@ -344,7 +382,7 @@ void CameraControlsPage::disableAutoControlUVCValue() {
 void CameraControlsPage::showCameraRecord() {
     if (!qtCamera_) return;
     Ui::CameraControlsPage& ui = *ui_;
-    const SupportedControl& sc = *qtCamera_->supportedControl();
+    const SupportedControl& sc = qtCamera_->snapshot().controls;
     if (sc.bAutoExposureMode)
         ui.mSegAutoExposureMode->selectSegmentWithTag(static_cast<int>(sc.curAutoExposureMode));
     if (sc.bWhiteBalanceTemperatureAuto)
@@ -388,56 +426,75 @@ void CameraControlsPage::disablePanTilt() {
 // ---------------------------------------------------------------------------------------------
 // Actions
 
-void CameraControlsPage::switchAutoExposureMode() {
+void CameraControlsPage::switchMode(const ControlDescription& mode, long value, int32_t manualID,
+                                    bool readManual, int32_t settingsID) {
     if (!qtCamera_) return;
-    qtCamera_->setAutoExposureMode(ui_->mSegAutoExposureMode->selectedTag());
-    disableAutoControl();
-    // The exposure time the new mode left is written back, so the camera holds what is shown.
-    UVCValueViewController& exposure = *row(SettingsID::kExposureTimeAbsolute);
-    long value = 0;
-    exposure.setCur(
-        qtCamera_->queryExposureTimeAbsolute(&value) == kIOReturnSuccess ? value : exposure.cur());
-    emit settingChanged(SettingsID::kAutoExposureMode);
+    CameraSession* session = qtCamera_;
+    UVCValueViewController& manualRow = *row(manualID);
+    const ControlDescription& manual = *catalog::byID(manualID);
+    // What the row would write if the camera does not tell the value: the row's own, clamped.
+    const int64_t min = manualRow.min(), max = manualRow.max(), shown = manualRow.cur();
+    session->ask([page = QPointer(this), session, &mode, &manual, value, readManual, min, max,
+                  shown, settingsID](QTCamera& camera) -> CameraSession::Reply {
+        camera.setControl(mode, value);
+        const StatusRead read = readStatus(camera, 2);
+        std::optional<int64_t> written;
+        if (readManual) {
+            // The value the new mode left is written back, so the camera holds what is shown.
+            const SupportedControl& sc = *camera.supportedControl();
+            int64_t fallback = shown;
+            if (sc.*manual.present && !(sc.*manual.disabled))
+                fallback = std::clamp<int64_t>(sc.*manual.cur, min, max);
+            long now = 0;
+            const int64_t left =
+                camera.queryControl(manual, &now) == kIOReturnSuccess ? now : fallback;
+            written = std::clamp<int64_t>(left, min, max);
+            camera.setControl(manual, static_cast<long>(*written));
+        }
+        return [page, session, read, written, manualID = manual.id, settingsID] {
+            if (!page || page->qtCamera_ != session) return;
+            page->showAutoControl(read);
+            if (written) page->row(manualID)->setValue(*written);
+            emit page->settingChanged(settingsID);
+        };
+    });
+}
+
+void CameraControlsPage::switchAutoExposureMode() {
+    switchMode(*catalog::byID(SettingsID::kAutoExposureMode),
+               ui_->mSegAutoExposureMode->selectedTag(), SettingsID::kExposureTimeAbsolute, true,
+               SettingsID::kAutoExposureMode);
 }
 
 void CameraControlsPage::clickWhiteBalanceTemperatureAuto() {
-    if (!qtCamera_) return;
     const long on = ui_->mBtnWhiteBalanceTemperatureAuto->isChecked() ? 1 : 0;
-    qtCamera_->setWhiteBalanceTemperatureAuto(on);
-    disableAutoControl();
-    if (!on) {
-        UVCValueViewController& temperature = *row(SettingsID::kWhiteBalanceTemperature);
-        long value = 0;
-        temperature.setCur(qtCamera_->queryWhiteBalanceTemperature(&value) == kIOReturnSuccess
-                               ? value
-                               : temperature.cur());
-    }
-    emit settingChanged(SettingsID::kWhiteBalanceTemperatureAuto);
+    // Switched off, the temperature the automatic mode found is kept.
+    switchMode(*catalog::byID(SettingsID::kWhiteBalanceTemperatureAuto), on,
+               SettingsID::kWhiteBalanceTemperature, !on, SettingsID::kWhiteBalanceTemperatureAuto);
 }
 
 void CameraControlsPage::switchPowerLineFrequency() {
     if (!qtCamera_) return;
-    qtCamera_->setPowerLineFrequency(ui_->mSegPowerLineFrequency->selectedTag());
+    const long tag = ui_->mSegPowerLineFrequency->selectedTag();
+    qtCamera_->post([tag](QTCamera& camera) { camera.setPowerLineFrequency(tag); },
+                    CameraSession::setKey(SettingsID::kPowerLineFrequency));
     emit settingChanged(SettingsID::kPowerLineFrequency);
 }
 
 void CameraControlsPage::clickFocusAuto() {
-    if (!qtCamera_) return;
-    qtCamera_->setFocusAuto(ui_->mBtnFocusAuto->isChecked() ? 1 : 0);
-    disableAutoControl();
-    UVCValueViewController& focus = *row(SettingsID::kFocusAbsolute);
-    long value = 0;
-    focus.setCur(qtCamera_->queryFocusAbsolute(&value) == kIOReturnSuccess ? value : focus.cur());
-    emit settingChanged(SettingsID::kFocusAuto);
+    switchMode(*catalog::byID(SettingsID::kFocusAuto), ui_->mBtnFocusAuto->isChecked() ? 1 : 0,
+               SettingsID::kFocusAbsolute, true, SettingsID::kFocusAuto);
 }
 
 void CameraControlsPage::clickPTZ(int tag) {
-    if (qtCamera_) qtCamera_->setPTZ(tag);
+    if (qtCamera_) qtCamera_->post([tag](QTCamera& camera) { camera.setPTZ(tag); });
 }
 
 void CameraControlsPage::swictLED() {
     if (!qtCamera_) return;
-    qtCamera_->setLEDIndex(ui_->mSegLED->selectedSegment());
+    const long index = ui_->mSegLED->selectedSegment();
+    qtCamera_->post([index](QTCamera& camera) { camera.setLEDIndex(index); },
+                    CameraSession::setKey(SettingsID::kLED));
     // Stored, but the LED does not make the profile count as modified.
     emit settingStored(SettingsID::kLED);
 }

@@ -9,6 +9,7 @@
 #include <QString>
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -21,8 +22,10 @@ class CameraControlsPage;
 class QWidget;
 
 namespace orvella {
+class CameraSession;
 class QTCamera;
-}
+struct ControlDescription;
+}  // namespace orvella
 
 namespace orvella::ui {
 
@@ -47,9 +50,9 @@ class CameraControlsPage : public QObject {
     UVCValueViewController* row(int32_t settingsID) const;
     const Rows& rows() const { return rows_; }
 
-    // The current camera (borrowed).
-    QTCamera* qtCamera() const { return qtCamera_; }
-    void setQTCamera(QTCamera* camera) { qtCamera_ = camera; }
+    // The current camera's session (borrowed).
+    CameraSession* qtCamera() const { return qtCamera_; }
+    void setQTCamera(CameraSession* camera) { qtCamera_ = camera; }
 
     void localize();
 
@@ -61,9 +64,10 @@ class CameraControlsPage : public QObject {
     void loadSupportedControlUVCValue(const std::optional<QMap<QString, bool>>& displayValues);
     // The indicator LED, when the camera has one.
     void loadLED();
-    // The modes and values as the camera reports them; a row an automatic mode owns is greyed
-    // and keeps the value it showed.
-    void disableAutoControl();
+    // The modes and values as the camera reports them (read in the camera's session, shown when
+    // it answers); a row an automatic mode owns is greyed and keeps the value it showed. `then`
+    // runs after they are shown.
+    void disableAutoControl(std::function<void()> then = {});
     void disableAutoControlUVCValue();
     // What the camera's record holds, without a request (ControlPanel::showCameraRecord).
     void showCameraRecord();
@@ -89,6 +93,22 @@ class CameraControlsPage : public QObject {
     void titleClicked(bool displayValue, int32_t settingsID);
 
   private:
+    // What the status walk found that the record does not hold: the iris position, when the
+    // camera told it.
+    struct StatusRead {
+        bool irisKnown = false;
+        long iris = 0;
+    };
+    // Session thread: the status walks and iris read that disableAutoControl (`walks` 2) or
+    // disableAutoControlUVCValue (1) shows.
+    static StatusRead readStatus(QTCamera& camera, int walks);
+    void showAutoControl(const StatusRead& read);
+    void showAutoControlUVCValue(const StatusRead& read);
+    // Sends a job that changes an automatic mode, reads the status, reads the manual control's
+    // value the mode left and writes it back (so the camera holds what is shown), then shows it
+    // and tells the setting.
+    void switchMode(const ControlDescription& mode, long value, int32_t manualID, bool readManual,
+                    int32_t settingsID);
     void buildRows();
     void wireActions();
     void loadImages();
@@ -99,7 +119,7 @@ class CameraControlsPage : public QObject {
     std::unique_ptr<QWidget> holder_;
     Rows rows_;
     UVCValueDelegate rowDelegate_;
-    QTCamera* qtCamera_ = nullptr;
+    CameraSession* qtCamera_ = nullptr;
 };
 
 }  // namespace orvella::ui

@@ -6,7 +6,9 @@
 #include <QPushButton>
 #include <QTabWidget>
 
-#include "camera/QTCamera.h"
+#include <QPointer>
+
+#include "camera/CameraSession.h"
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Localization.h"
 #include "ui/PreferencesPage.h"
@@ -100,6 +102,7 @@ void ControlPanel::localize() {
     ui.mTxtCameraLabel->setText(localized("Webcam"));
     ui.mTxtFormatLabel->setText(localized("Format"));
     ui.mTxtFPSLabel->setText(localized("FPS"));
+    ui.mTxtNotAnswering->setText(localized("CameraNotAnswering"));
     ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
     controls_->localize();
     profileBox_->localize();
@@ -121,8 +124,20 @@ bool ControlPanel::cameraChosen() const {
 // ---------------------------------------------------------------------------------------------
 // Filling the panel
 
+void ControlPanel::setQTCamera(CameraSession* camera) {
+    controls_->setQTCamera(camera);
+    // Whether the camera answers shows in the bottom line, whenever its session tells.
+    if (camera && !watched_.contains(camera)) {
+        watched_.insert(camera);
+        camera->onPublished([panel = QPointer(this), camera] {
+            if (panel && camera == panel->qtCamera()) panel->showAnswering(camera->answering());
+        });
+    }
+    showAnswering(!camera || camera->answering());
+}
+
 void ControlPanel::loadSupportedControl() {
-    QTCamera* camera = qtCamera();
+    CameraSession* camera = qtCamera();
     if (!camera) return;
     controls_->loadSupportedModes();
     loadSupportedControlUVCValue();
@@ -132,7 +147,7 @@ void ControlPanel::loadSupportedControl() {
     profileBox_->setChoosable(true);
     enableDisableProfileButton();
     disableAutoControl();
-    showQTFormat(camera->qtCaptureDevice().get());
+    showQTFormat(camera->camera().qtCaptureDevice().get());
     ui_->mBtnResetToDefault->setEnabled(true);
     controls_->loadLED();
 }
@@ -146,8 +161,7 @@ void ControlPanel::loadSupportedControlUVCValue() {
 
 void ControlPanel::disableAutoControl() {
     if (!qtCamera()) return;
-    controls_->disableAutoControl();
-    enableDisableProfileButton();
+    controls_->disableAutoControl([this] { enableDisableProfileButton(); });
 }
 
 void ControlPanel::disableAutoControlUVCValue() {

@@ -10,6 +10,7 @@
 // to the controller.
 
 #include <QObject>
+#include <QSet>
 #include <QTimer>
 #include <array>
 #include <cstdint>
@@ -27,7 +28,7 @@ class QWidget;
 class QComboBox;
 
 namespace orvella {
-class QTCamera;
+class CameraSession;
 namespace platform {
 class CaptureDevice;
 }
@@ -69,8 +70,10 @@ class ControlPanel : public QObject {
     const CameraControlsPage::Rows& rows() const { return controls_->rows(); }
 
     // The current camera (borrowed); the panel reads and writes it until told otherwise.
-    QTCamera* qtCamera() const { return controls_->qtCamera(); }
-    void setQTCamera(QTCamera* camera) { controls_->setQTCamera(camera); }
+    // The current camera's session (borrowed): the panel sends it what the user does and shows
+    // what it publishes.
+    CameraSession* qtCamera() const { return controls_->qtCamera(); }
+    void setQTCamera(CameraSession* camera);
 
     // Sets every text from the string table (the panel's part of the controller's localize).
     void localize();
@@ -138,9 +141,9 @@ class ControlPanel : public QObject {
     // ---- Stepped zoom ----
     // zoomMSLifeCamStudio (camera/SteppedZoom.h) kSteppedZoomDelayMs from now on the event loop.
     // A camera that goes away before then must be passed to forgetCamera.
-    void scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera);
+    void scheduleZoomMSLifeCamStudio(int64_t target, CameraSession* camera);
     // Drops the pending stepped zooms of a camera that is going away.
-    void forgetCamera(QTCamera* camera);
+    void forgetCamera(CameraSession* camera);
     bool hasPendingZoom() const { return !pendingZooms_.empty(); }
 
     // The tag of each item of an interval pop-up (the stored preference values).
@@ -172,6 +175,9 @@ class ControlPanel : public QObject {
     void cameraControlsCleared();
 
   private:
+    // The bottom line says whether the current camera answers.
+    void showAnswering(bool answering);
+    QSet<CameraSession*> watched_;  // sessions whose publishing the panel follows
     // disableAllCameraControl without the pan/tilt buttons: the state before the first camera.
     void emptyPanel();
     void placeRooms();
@@ -189,7 +195,7 @@ class ControlPanel : public QObject {
 
     struct PendingZoom {
         int64_t target;
-        QTCamera* camera;
+        CameraSession* camera;
         QTimer* timer;
     };
     std::vector<PendingZoom> pendingZooms_;

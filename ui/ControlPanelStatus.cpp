@@ -5,7 +5,7 @@
 #include <QTimer>
 #include <algorithm>
 
-#include "camera/QTCamera.h"
+#include "camera/CameraSession.h"
 #include "camera/SteppedZoom.h"
 #include "platform/CaptureDevice.h"
 #include "settings/SettingsID.h"
@@ -37,8 +37,12 @@ void ControlPanel::showQTFormat(const platform::CaptureDevice* device) {
 
 void ControlPanel::qtCameraFormatChanged(const platform::CaptureDevice* device) {
     if (!device || !qtCamera() || !device->hasMediaType(platform::MediaType::Video)) return;
-    if (qtCamera()->qtCaptureDevice().get() != device) return;
+    if (qtCamera()->camera().qtCaptureDevice().get() != device) return;
     showQTFormat(device);
+}
+
+void ControlPanel::showAnswering(bool answering) {
+    ui_->mTxtNotAnswering->setVisible(!answering && qtCamera());
 }
 
 void ControlPanel::updateFPS(double framesPerSecond) {
@@ -56,7 +60,7 @@ void ControlPanel::clearFPS() {
     ui_->mTxtFPS->clear();
 }
 
-void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera) {
+void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, CameraSession* camera) {
     auto timer = new QTimer();
     timer->setSingleShot(true);
     pendingZooms_.push_back({target, camera, timer});
@@ -68,7 +72,9 @@ void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera)
         pendingZooms_.erase(it);
         timer->deleteLater();
         if (!zoom.camera) return;
-        orvella::zoomMSLifeCamStudio(*zoom.camera, zoom.target);
+        zoom.camera->post([target = zoom.target](QTCamera& device) {
+            orvella::zoomMSLifeCamStudio(device, target);
+        });
         // The last state was refreshed when the camera became current, before these steps: it
         // takes the zoom the steps reached, or the next plug-in would step to the old one.
         if (zoom.camera == qtCamera() && delegate_ && delegate_->updateSettings)
@@ -77,7 +83,8 @@ void ControlPanel::scheduleZoomMSLifeCamStudio(int64_t target, QTCamera* camera)
     timer->start(kSteppedZoomDelayMs);
 }
 
-void ControlPanel::forgetCamera(QTCamera* camera) {
+void ControlPanel::forgetCamera(CameraSession* camera) {
+    watched_.remove(camera);
     for (auto it = pendingZooms_.begin(); it != pendingZooms_.end();) {
         if (it->camera == camera) {
             delete it->timer;

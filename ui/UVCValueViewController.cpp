@@ -7,7 +7,10 @@
 #include <algorithm>
 #include <limits>
 
+#include <QPointer>
 #include "camera/ControlCatalog.h"
+
+#include "camera/CameraSession.h"
 #include "camera/QTCamera.h"
 #include "settings/SettingsID.h"
 #include "ui/Images.h"
@@ -185,8 +188,8 @@ void UVCValueViewController::arrangeAperture() {
     ui.layout->setAlignment(ui.lblMax, Qt::AlignRight | Qt::AlignVCenter);
 }
 
-void UVCValueViewController::setQTCamera(QTCamera* camera, int64_t min, int64_t max, int64_t res,
-                                         int64_t def, int64_t cur) {
+void UVCValueViewController::setQTCamera(CameraSession* camera, int64_t min, int64_t max,
+                                         int64_t res, int64_t def, int64_t cur) {
     Ui::UVCValueViewController& ui = *ui_;
     _qtCamera = camera;
     _min = min;
@@ -266,8 +269,11 @@ void UVCValueViewController::writeToCamera() {
     }
     // Only a control with a place in the panel is written; other identifiers only show the value.
     const ControlDescription* control = catalog::byID(_controlID);
-    if (control && control->panelOrder != 0 && _qtCamera)
-        _qtCamera->setControl(*control, static_cast<long>(_cur));
+    if (control && control->panelOrder != 0 && _qtCamera) {
+        const long value = static_cast<long>(_cur);
+        _qtCamera->post([control, value](QTCamera& camera) { camera.setControl(*control, value); },
+                        CameraSession::setKey(_controlID));
+    }
 }
 
 void UVCValueViewController::setVisible(bool visible) {
@@ -349,33 +355,35 @@ void UVCValueViewController::slideAction(int value) {
 }
 
 void UVCValueViewController::minusAction() {
-    int64_t value = saturatingSub(_cur, _res);
-    if (_controlID == SettingsID::kAperture && _qtCamera) {
-        if (_qtCamera->setIrisRelative(-1) == kIOReturnSuccess) {
-            long position = 0;
-            if (_qtCamera->queryIrisRelative(&position) == kIOReturnSuccess) {
-                value = position;
-                ui_->txtValue->setText(QString::number(value));
-            }
-        }
-    }
-    setCur(value);
-    settingChanged(_controlID);
+    stepAction(-1, saturatingSub(_cur, _res));
 }
 
 void UVCValueViewController::plusAction() {
-    int64_t value = saturatingAdd(_cur, _res);
-    if (_controlID == SettingsID::kAperture && _qtCamera) {
-        if (_qtCamera->setIrisRelative(1) == kIOReturnSuccess) {
-            long position = 0;
-            if (_qtCamera->queryIrisRelative(&position) == kIOReturnSuccess) {
-                value = position;
-                ui_->txtValue->setText(QString::number(value));
-            }
-        }
+    stepAction(1, saturatingAdd(_cur, _res));
+}
+
+void UVCValueViewController::stepAction(long direction, int64_t value) {
+    if (_controlID != SettingsID::kAperture || !_qtCamera) {
+        setCur(value);
+        settingChanged(_controlID);
+        return;
     }
-    setCur(value);
-    settingChanged(_controlID);
+    // The iris moves by one step; its position is what the camera tells afterwards.
+    CameraSession* session = _qtCamera;
+    session->ask([self = QPointer(this), session, direction,
+                  value](QTCamera& camera) -> CameraSession::Reply {
+        std::optional<long> position;
+        long now = 0;
+        if (camera.setIrisRelative(direction) == kIOReturnSuccess &&
+            camera.queryIrisRelative(&now) == kIOReturnSuccess)
+            position = now;
+        return [self, session, value, position] {
+            if (!self || self->_qtCamera != session) return;
+            if (position) self->ui_->txtValue->setText(QString::number(*position));
+            self->setCur(position ? *position : value);
+            self->settingChanged(self->_controlID);
+        };
+    });
 }
 
 void UVCValueViewController::switchAction() {

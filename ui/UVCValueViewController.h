@@ -19,7 +19,7 @@ class UVCValueViewController;
 class QWidget;
 
 namespace orvella {
-class QTCamera;
+class CameraSession;
 }
 
 namespace orvella::ui {
@@ -51,8 +51,10 @@ class UVCValueViewController : public QObject {
     QWidget* view() const { return view_; }
     Ui::UVCValueViewController& outlets() { return *ui_; }
 
-    // Binds the row to a camera (borrowed) and range, and chooses the presentation kind.
-    void setQTCamera(QTCamera* camera, int64_t min, int64_t max, int64_t res, int64_t def,
+    // Binds the row to a camera's session (borrowed) and range, and chooses the presentation
+    // kind. A value the user sets goes to the session, which writes it on its own thread; while
+    // the camera is slow, only the last of the values waiting is written.
+    void setQTCamera(CameraSession* camera, int64_t min, int64_t max, int64_t res, int64_t def,
                      int64_t cur);
     // Shows a value, clamped to the range, without writing it and without telling the delegate.
     void setValue(int64_t value);
@@ -79,7 +81,7 @@ class UVCValueViewController : public QObject {
     void setDelegate(UVCValueDelegate* delegate) { delegate_ = delegate; }
 
     Kind kind() const;
-    QTCamera* qtCamera() const { return _qtCamera; }
+    CameraSession* qtCamera() const { return _qtCamera; }
     int64_t min() const { return _min; }
     int64_t max() const { return _max; }
     int64_t res() const { return _res; }
@@ -98,6 +100,8 @@ class UVCValueViewController : public QObject {
     void wireActions();
     void arrangeAperture();
     void writeToCamera();
+    // A step of the ± buttons: `value` for a control, one move of the iris for the aperture.
+    void stepAction(long direction, int64_t value);
     QWidget* mainControl() const;
 
     std::unique_ptr<Ui::UVCValueViewController> ui_;
@@ -105,7 +109,7 @@ class UVCValueViewController : public QObject {
     bool apertureArranged_ = false;
 
     int32_t _controlID = 0;
-    QTCamera* _qtCamera = nullptr;
+    CameraSession* _qtCamera = nullptr;
     int64_t _min = 0;
     int64_t _max = 0;
     int64_t _res = 0;

@@ -9,6 +9,7 @@
 
 #include "fuzz/FuzzTarget.h"
 #include "fuzz/NewCamera.h"
+#include "settings/CameraProfiles.h"
 #include "settings/DefaultsStore.h"
 #include "settings/PlistCodec.h"
 #include "settings/Preferences.h"
@@ -117,8 +118,9 @@ ORVELLA_FUZZ_SEEDS(preferences) {
             fuzz::NewCamera run(device);
             QTCamera* camera = run.bringUp();
             if (!camera) continue;
-            profiles.loadAppDefault(*camera, camera, &run.clock());
-            const auto saved = profiles.saveNewProfile(QStringLiteral("Evening"), *camera, camera);
+            settings::loadAppDefault(profiles, *camera, camera, &run.clock());
+            const auto saved =
+                settings::saveNewProfile(profiles, QStringLiteral("Evening"), *camera, camera);
             if (saved.result == ProfileStore::SaveResult::Saved)
                 profiles.setLoadAtStart(camera->modelUniqueID(), saved.listIndex);
         }

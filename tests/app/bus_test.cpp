@@ -5,6 +5,7 @@
 #include <QDBusConnection>
 #include <QDBusMessage>
 #include <QDBusMetaType>
+#include <QTimer>
 
 #include "app/OrvellaBus.h"
 #include "support/EventLoop.h"
@@ -33,9 +34,12 @@ class FakeController : public ScriptingTarget {
         ++panelCalls;
     }
     bool isPanelVisible() const override { return panel; }
-    std::optional<QVariantMap> controlValues(const QString& uniqueID) override {
-        if (uniqueID != list[0].uniqueID) return std::nullopt;
-        return QVariantMap{{"Brightness", qint64(12)}, {"Gain", qint64(3)}};
+    // Answers later, as a camera's session does.
+    void controlValues(const QString& uniqueID, ValuesReply reply) override {
+        QTimer::singleShot(0, [reply, known = uniqueID == list[0].uniqueID] {
+            if (!known) return reply(std::nullopt);
+            reply(QVariantMap{{"Brightness", qint64(12)}, {"Gain", qint64(3)}});
+        });
     }
 };
 

@@ -35,15 +35,15 @@ class FakeDevice final : public platform::CaptureDevice {
 
 struct Recorder : CameraDiscoveryDelegate {
     std::vector<QString> loaded;
-    std::vector<QTCamera*> switched;
+    std::vector<CameraSession*> switched;
     std::vector<bool> observing;
     CameraList* list = nullptr;
-    void loadAppDefault(QTCamera& camera) override {
+    void loadAppDefault(CameraSession& camera) override {
         // Applied to a camera that is already listed.
         EXPECT_GE(list->rowOf(&camera), 0);
-        loaded.push_back(camera.uniqueID());
+        loaded.push_back(camera.camera().uniqueID());
     }
-    void switchCamera(QTCamera* camera) override { switched.push_back(camera); }
+    void switchCamera(CameraSession* camera) override { switched.push_back(camera); }
     void observeFormatChanges(bool on) override { observing.push_back(on); }
 };
 
@@ -58,6 +58,13 @@ struct Discovery : ::testing::Test {
         recorder.list = &list;
         discovery = std::make_unique<CameraDiscovery>(platform.platform(&clock), platform.capture(),
                                                       list, recorder);
+    }
+    // The camera objects go on their sessions' threads, before the platform they talk to.
+    void TearDown() override {
+        discovery.reset();
+        while (list.size() > 0)
+            list.take(list.size() - 1);
+        EXPECT_TRUE(CameraSession::waitForSessionsToEnd(10000));
     }
     std::shared_ptr<virtualcam::VirtualCaptureDevice> plug(const QByteArray& json) {
         QString error;
@@ -78,7 +85,7 @@ TEST_F(Discovery, OnlyUvcAndMatchedBuiltInCamerasAreListedAndTheFirstBecomesCurr
     auto builtin = plug(fixture("builtin.json"));
     discovery->registerDeviceCallbackHandler();
     ASSERT_EQ(list.size(), 2);
-    EXPECT_EQ(list.at(1)->cameraType(), CameraType::MediaDevice);
+    EXPECT_EQ(list.at(1)->camera().cameraType(), CameraType::MediaDevice);
     EXPECT_EQ(recorder.loaded, (std::vector<QString>{uvc->uniqueID(), builtin->uniqueID()}));
     ASSERT_EQ(recorder.switched.size(), 1u);
     EXPECT_EQ(recorder.switched[0], list.at(0));
@@ -111,7 +118,7 @@ TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
     auto c = plug(genericAt("0x14300000"));
     discovery->registerDeviceCallbackHandler();
     discovery->selectCamera(1);
-    ASSERT_EQ(list.current()->uniqueID(), b->uniqueID());
+    ASSERT_EQ(list.current()->camera().uniqueID(), b->uniqueID());
     const size_t switches = recorder.switched.size();
     discovery->selectCamera(1);  // already current: nothing
     EXPECT_EQ(recorder.switched.size(), switches);
@@ -119,7 +126,7 @@ TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
     // A camera in the background goes: nothing else changes.
     platform.removeCamera(a);
     EXPECT_EQ(list.size(), 2);
-    EXPECT_EQ(list.current()->uniqueID(), b->uniqueID());
+    EXPECT_EQ(list.current()->camera().uniqueID(), b->uniqueID());
     EXPECT_EQ(recorder.switched.size(), switches);
 
     // The current one goes: the one that took its place is current.
@@ -127,7 +134,7 @@ TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
     ASSERT_EQ(list.size(), 1);
     ASSERT_EQ(recorder.switched.size(), switches + 1);
     EXPECT_EQ(recorder.switched.back(), list.at(0));
-    EXPECT_EQ(list.current()->uniqueID(), c->uniqueID());
+    EXPECT_EQ(list.current()->camera().uniqueID(), c->uniqueID());
     EXPECT_EQ(discovery->observingCount(), 4u);
 
     // The last one goes: no camera, format changes no longer followed.
@@ -166,9 +173,9 @@ TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
     log::ScopedCapture log;
     discovery->registerUSBDeviceCallbackHandler();
     ASSERT_EQ(list.size(), 2);
-    EXPECT_EQ(list.at(0)->displayName(), "Logitech Camera QuickCam Fusion");
-    EXPECT_EQ(list.at(0)->uniqueID(), list.at(0)->modelUniqueID());
-    EXPECT_FALSE(list.at(0)->qtCaptureDevice());
+    EXPECT_EQ(list.at(0)->camera().displayName(), "Logitech Camera QuickCam Fusion");
+    EXPECT_EQ(list.at(0)->camera().uniqueID(), list.at(0)->camera().modelUniqueID());
+    EXPECT_FALSE(list.at(0)->camera().qtCaptureDevice());
     EXPECT_EQ(titles(list.popUpModel()).size(), 1);
     EXPECT_EQ(list.rowForPopUpRow(0), 1);
     EXPECT_EQ(list.popUpRowForRow(1), 0);

@@ -54,10 +54,12 @@ inline QByteArray fixture(const char* name) {
 using testing::genericAt;
 
 inline int setCurCount(const virtualcam::VirtualCamera& camera, uint8_t unit, uint8_t selector) {
+    CameraSession::settleAll();
     return static_cast<int>(testing::setCursOf(camera, unit, selector).size());
 }
 
 inline int allSetCurCount(const virtualcam::VirtualCamera& camera) {
+    CameraSession::settleAll();
     return static_cast<int>(testing::setCurs(camera).size());
 }
 
@@ -104,13 +106,17 @@ struct Controller : ::testing::Test {
         orvella->setDiscovery(discovery.get());
         orvella->setPowerEvents(&power);
         orvella->applicationDidFinishLaunching();
+        settle();
     }
     void stop() {
         if (!orvella) return;
+        CameraSession::settleAll();
         orvella->applicationWillTerminate();
         orvella->switchCamera(nullptr);
         while (cameras.size() > 0)
             cameras.take(cameras.size() - 1);
+        // The camera objects go on their sessions' threads, before the platform they talk to.
+        CameraSession::waitForSessionsToEnd(10000);
         discovery.reset();
         orvella.reset();
         defaults.reset();
@@ -118,19 +124,36 @@ struct Controller : ::testing::Test {
     std::shared_ptr<virtualcam::VirtualCamera> plug(
         const QByteArray& json,
         std::shared_ptr<virtualcam::VirtualCaptureDevice>* device = nullptr) {
+        if (orvella) settle();  // what the application was doing first
         QString error;
         auto camera = virtualcam::VirtualCamera::fromJson(json, &error);
         EXPECT_TRUE(camera) << error.toStdString();
         auto added = platform.addCamera(camera, &error);
         EXPECT_TRUE(added) << error.toStdString();
         if (device) *device = added;
+        if (orvella) settle();  // the last state applied at plug-in
         return camera;
     }
 
-    orvella::ui::ControlPanel::Outlets& ui() { return orvella->panel().outlets(); }
+    // Waits for every camera session's work and replies: what the panel shows and the camera
+    // got once the application has done what it was asked.
+    static void settle() { ASSERT_TRUE(CameraSession::settleAll()); }
+    orvella::ui::ControlPanel::Outlets& ui() {
+        settle();
+        return orvella->panel().outlets();
+    }
+    // The bus's reading of a camera's values, once its session has read them.
+    std::optional<QVariantMap> controlValues(const QString& uniqueID) {
+        std::optional<std::optional<QVariantMap>> got;
+        orvella->controlValues(uniqueID,
+                               [&got](const std::optional<QVariantMap>& values) { got = values; });
+        settle();
+        return got ? *got : std::nullopt;
+    }
     int popUpIndex() { return ui().mPopProfile->currentIndex(); }
     // The row of the profile list the tray menu shows checked (0 the camera default, -1 none).
     int menuCheckedRow() {
+        settle();
         ui::StatusMenu& menu = orvella->statusMenu();
         if (menu.mItmSettingsDefault->isChecked()) return 0;
         const auto& items = menu.profileItems();
@@ -139,6 +162,7 @@ struct Controller : ::testing::Test {
         return -1;
     }
     QStringList menuProfileTitles() {
+        settle();
         QStringList titles;
         for (QAction* item : orvella->statusMenu().profileItems())
             titles << item->text().trimmed();  // the menu indents its profiles
@@ -157,7 +181,7 @@ struct Controller : ::testing::Test {
 
     template <typename Dialog>
     Dialog* sheetNamed(const char* name) {
-        QCoreApplication::processEvents();
+        settle();
         auto* dialog = qobject_cast<Dialog*>(orvella->sheet());
         if (!dialog || dialog->objectName() != QLatin1String(name)) return nullptr;
         return dialog;
@@ -169,16 +193,17 @@ struct Controller : ::testing::Test {
         ASSERT_TRUE(dialog);
         dialog->setTextValue(name);
         accept ? dialog->accept() : dialog->reject();
-        QCoreApplication::processEvents();
+        settle();
     }
     void deleteSelectedProfile() {
         orvella->clickDeleteProfile();
         auto* box = sheetNamed<QMessageBox>("DeleteProfile");
         ASSERT_TRUE(box);
         box->buttons().first()->click();
-        QCoreApplication::processEvents();
+        settle();
     }
     QStringList storedNames(const QString& model) {
+        settle();
         QStringList names;
         for (const auto& record : orvella->profileStore().profiles(model))
             names << record.value(QStringLiteral("SettingsName")).toString();
@@ -201,11 +226,15 @@ struct Following : Controller {
         store.setInteger(settleMs, QStringLiteral("GuardSettleTime"));
         ASSERT_TRUE(store.synchronize());
     }
-    ui::UVCValueViewController& row(int32_t id) { return *orvella->panel().row(id); }
+    ui::UVCValueViewController& row(int32_t id) {
+        settle();
+        return *orvella->panel().row(id);
+    }
     bool enabled(int32_t id) { return row(id).outlets().sldControl->isEnabled(); }
     qint64 lastState(const char* key) {
+        settle();
         return orvella->profileStore()
-            .appDefaultRecord(orvella->qtCamera()->modelUniqueID())
+            .appDefaultRecord(orvella->qtCamera()->camera().modelUniqueID())
             ->value(QLatin1String(key))
             .toLongLong();
     }

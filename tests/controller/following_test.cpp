@@ -11,8 +11,10 @@ using namespace rig;
 TEST_F(Following, AForeignChangeShowsAtOnceWithoutARequestAndLeavesTheLastStateAlone) {
     auto camera = plug(fixture("generic.json"));  // aperture priority: exposure time governed
     start();
-    EXPECT_TRUE(orvella->qtCamera()->followsControlChanges());
+    settle();
+    EXPECT_TRUE(orvella->qtCamera()->camera().followsControlChanges());
     EXPECT_FALSE(enabled(SettingsID::kExposureTimeAbsolute));
+    settle();
     camera->clearRequests();
 
     setByOther(*camera, kPU, kBrightnessSelector, 30);
@@ -35,9 +37,10 @@ TEST_F(Following, AForeignChangeShowsAtOnceWithoutARequestAndLeavesTheLastStateA
     EXPECT_EQ(lastState("Brightness"), 0);  // what the guard would restore
 
     // The bus reads what the camera holds, even where no change was told.
-    orvella->qtCamera()->stopFollowingChanges();
+    orvella->qtCamera()->post([](QTCamera& device) { device.stopFollowingChanges(); });
+    settle();
     camera->setCurrentValue(kPU, kBrightnessSelector, 9);
-    const auto values = orvella->controlValues(orvella->qtCamera()->uniqueID());
+    const auto values = controlValues(orvella->qtCamera()->camera().uniqueID());
     ASSERT_TRUE(values);
     EXPECT_EQ(values->value(QStringLiteral("Brightness")).toLongLong(), 9);
 }
@@ -49,6 +52,7 @@ TEST_F(Following, TheGuardRestoresOnceAfterSettlingIgnoresProbesAndOwnWritesAndS
     EXPECT_TRUE(ui().mBtnGuardSettings->isChecked());
     EXPECT_FALSE(ui().mTxtReconfigureWebcamNote->isHidden());
     row(SettingsID::kBrightness).plusAction();  // last state: brightness 1
+    settle();
     camera->clearRequests();
     const auto restores = [&] { return setCurCount(*camera, kPU, kBrightnessSelector); };
 
@@ -75,7 +79,7 @@ TEST_F(Following, TheGuardRestoresOnceAfterSettlingIgnoresProbesAndOwnWritesAndS
 
     // A value the camera refuses is logged as not sticking.
     QVariantMap store = orvella->defaults().dictionaryForKey(QStringLiteral("Settings"));
-    const QString model = orvella->qtCamera()->modelUniqueID();
+    const QString model = orvella->qtCamera()->camera().modelUniqueID();
     QVariantList records = store.value(model).toList();
     QVariantMap appDefault = records.last().toMap();
     appDefault.insert(QStringLiteral("Brightness"), qint64{100});  // beyond the maximum, 64
@@ -113,6 +117,7 @@ TEST_F(Following, TheGuardIsOffByDefaultAndRestsAcrossSleep) {
     start();
     EXPECT_FALSE(ui().mBtnGuardSettings->isChecked());
     EXPECT_TRUE(ui().mTxtReconfigureWebcamNote->isHidden());
+    settle();
     camera->clearRequests();
     ASSERT_TRUE(camera->openByAnotherProgram());
     setByOther(*camera, kPU, kBrightnessSelector, 40);
@@ -126,7 +131,7 @@ TEST_F(Following, TheGuardIsOffByDefaultAndRestsAcrossSleep) {
 
     // Nothing that happens before or during a sleep is acted on, not even after the wake.
     setByOther(*camera, kPU, kBrightnessSelector, 41);
-    QCoreApplication::processEvents();
+    settle();
     EXPECT_TRUE(orvella->guard().isPending(orvella->qtCamera()));
     power.sleep();
     setByOther(*camera, kPU, kBrightnessSelector, 42);

@@ -13,7 +13,7 @@ TEST_F(Controller, TheSaveDialogTrimsRefusesBlankAndTakenNamesAndComesBackAfterA
     auto camera = plug(fixture("generic.json"));
     start();
     ASSERT_TRUE(orvella->qtCamera());
-    const QString model = orvella->qtCamera()->modelUniqueID();
+    const QString model = orvella->qtCamera()->camera().modelUniqueID();
 
     orvella->clickSaveNewProfile();
     auto* dialog = sheetNamed<QInputDialog>("SaveNewProfile");
@@ -61,7 +61,7 @@ TEST_F(Controller, PopUpAndMenuStayInStepThroughSavesDeletesUpdatesAndCameraSwit
     auto other = plug(genericAt("0x14200000", "0x0777"));  // another model
     start();
     ASSERT_EQ(cameras.size(), 2);
-    const QString model = orvella->qtCamera()->modelUniqueID();
+    const QString model = orvella->qtCamera()->camera().modelUniqueID();
 
     saveProfile(QStringLiteral("A"));
     orvella->panel().row(SettingsID::kBrightness)->plusAction();
@@ -70,6 +70,7 @@ TEST_F(Controller, PopUpAndMenuStayInStepThroughSavesDeletesUpdatesAndCameraSwit
     EXPECT_EQ(popUpIndex(), 3);
 
     // Choosing A from the menu applies it (brightness back to 0) and selects it in the pop-up.
+    settle();
     first->clearRequests();
     orvella->statusMenu().profileItems().at(0)->trigger();
     EXPECT_EQ(popUpIndex(), 2);
@@ -84,6 +85,7 @@ TEST_F(Controller, PopUpAndMenuStayInStepThroughSavesDeletesUpdatesAndCameraSwit
     EXPECT_TRUE(orvella->statusMenu().profileItems().at(0)->text().endsWith(
         ui::localized("ProfileModified")));
     orvella->clickUpdateProfile();
+    settle();
     EXPECT_FALSE(orvella->profileList().isModified());
     EXPECT_EQ(orvella->profileStore().profileAt(model, 2)->value(QStringLiteral("Brightness")), 1);
     expectListsInStep();
@@ -97,7 +99,7 @@ TEST_F(Controller, PopUpAndMenuStayInStepThroughSavesDeletesUpdatesAndCameraSwit
     // The other model has its own (empty) list; back again, B is there.
     ui().mPopCamera->setCurrentIndex(1);
     emit orvella->panel().selectCamera(1);
-    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    EXPECT_EQ(orvella->qtCamera()->camera().locationID(), 0x14200000u);
     EXPECT_TRUE(menuProfileTitles().isEmpty());
     expectListsInStep();
     orvella->statusMenu().cameraItems().at(0)->trigger();
@@ -120,11 +122,12 @@ TEST_F(Controller, TwoCamerasOfOneModelShareTheListAndTheLastStateWhichPlugInApp
     EXPECT_EQ(cameras.currentRow(), 0);
     EXPECT_EQ(second->currentValue(kPU, kBrightnessSelector), 2);
     orvella->statusMenu().cameraItems().at(1)->trigger();
-    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    EXPECT_EQ(orvella->qtCamera()->camera().locationID(), 0x14200000u);
     EXPECT_EQ(menuProfileTitles(), QStringList{QStringLiteral("Shared")});
     expectListsInStep();
     orvella->panel().row(SettingsID::kBrightness)->minusAction();
-    const QString model = orvella->qtCamera()->modelUniqueID();
+    settle();
+    const QString model = orvella->qtCamera()->camera().modelUniqueID();
     EXPECT_EQ(orvella->profileStore().appDefaultRecord(model)->value(QStringLiteral("Brightness")),
               1);
     EXPECT_EQ(orvella->profileStore().records(model).size(), 2);  // one profile, one last state
@@ -145,8 +148,10 @@ TEST_F(Controller, AProfileOrvellactlSavesShowsInTheRunningListsAndTheStoreSurvi
         menuProfileTitles(),
         (QStringList{QStringLiteral("From the app"), QStringLiteral("From the tool")}), 10000);
     expectListsInStep();
+    settle();
     camera->clearRequests();
     orvella->selectProfile(3);  // the tool's profile holds brightness 0
+    settle();
     EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 0);
     EXPECT_EQ(menuCheckedRow(), 3);
 
@@ -170,7 +175,7 @@ TEST_F(Following, ACameraBecomingCurrentRefreshesItsLastStateAndTheCameraDefault
     // camera's iris position can be read, so the record is completed when the panel shows it.
     auto iris = plug(fixture("full-pu.json"));  // aperture priority, a relative iris
     start();
-    const QString model = orvella->qtCamera()->modelUniqueID();
+    const QString model = orvella->qtCamera()->camera().modelUniqueID();
     ASSERT_TRUE(orvella->profileStore().appDefaultRecord(model));
     EXPECT_TRUE(
         orvella->profileStore().appDefaultRecord(model)->contains(QStringLiteral("Aperture")));
@@ -183,6 +188,7 @@ TEST_F(Following, ACameraBecomingCurrentRefreshesItsLastStateAndTheCameraDefault
     setByOther(*camera, kPU, kBrightnessSelector, 30);
     QTRY_COMPARE_WITH_TIMEOUT(row(SettingsID::kBrightness).cur(), int64_t{30}, 1000);
     EXPECT_EQ(lastState("Brightness"), 0);
+    settle();
     camera->clearRequests();
     // "Camera default" chosen in the panel: in force in both lists, nothing sent, and the last
     // state holds what the camera holds now.
@@ -204,7 +210,9 @@ TEST_F(Following, AGovernedRowKeepsItsValueWhenAProfileIsChosenOrTheCameraReset)
     row(SettingsID::kBrightness).plusAction();
     ASSERT_FALSE(enabled(SettingsID::kExposureTimeAbsolute));
     const int64_t shown = row(SettingsID::kExposureTimeAbsolute).cur();
-    // The automatic mode moves the exposure without telling.
+    // The automatic mode moves the exposure without telling (its changes are not followed).
+    orvella->qtCamera()->post([](QTCamera& device) { device.stopFollowingChanges(); });
+    settle();
     ASSERT_TRUE(camera->setCurrentValue(kCT, kExposureTimeSelector, 700));
     ASSERT_NE(shown, 700);
 

@@ -30,6 +30,7 @@ TEST_F(Controller, StartUpAppliesTheLastStateAndTheStartProfileOncePerCamera) {
     EXPECT_EQ(menuCheckedRow(), 2);
     EXPECT_EQ(orvella->statusMenu().profileItems().at(0)->icon().isNull(), false);
     // Showing the panel for the same camera object again applies nothing.
+    settle();
     camera->clearRequests();
     orvella->switchCamera(orvella->qtCamera());
     EXPECT_EQ(setCurCount(*camera, kPU, kBrightnessSelector), 0);
@@ -51,6 +52,7 @@ TEST_F(Controller, TheTimerResendsToEveryCameraAtTheChosenInterval) {
     // Off: nothing more is sent.
     orvella->selectReconfigureWebcam(0);
     QCoreApplication::processEvents();
+    settle();
     first->clearRequests();
     QTest::qWait(100);
     EXPECT_EQ(allSetCurCount(*first), 0);
@@ -208,6 +210,7 @@ TEST_F(Controller, BadSurroundingsLoseNothing) {
     EXPECT_FALSE(orvella->defaults().setAsidePath().isEmpty());
     ASSERT_TRUE(orvella->qtCamera());
     orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    settle();
     EXPECT_EQ(camera->currentValue(kPU, kBrightnessSelector), 1);
 
     // The current camera goes away while the name dialog is open: the dialog goes with it and
@@ -218,7 +221,7 @@ TEST_F(Controller, BadSurroundingsLoseNothing) {
     QCoreApplication::processEvents();
     EXPECT_EQ(orvella->sheet(), nullptr);
     ASSERT_TRUE(orvella->qtCamera());
-    EXPECT_EQ(orvella->qtCamera()->locationID(), 0x14200000u);
+    EXPECT_EQ(orvella->qtCamera()->camera().locationID(), 0x14200000u);
     expectListsInStep();
     platform.removeCamera(second);
     EXPECT_EQ(orvella->qtCamera(), nullptr);
@@ -286,6 +289,7 @@ TEST_F(Controller, OrvellaAndOrvellactlSendTheSameRequestsForTheSameStoredRecord
     start();
     auto camera = plug(lifeCam);
     QTRY_VERIFY_WITH_TIMEOUT(!orvella->panel().hasPendingZoom(), 5000);
+    settle();
     const QStringList fromApp =
         testing::requestLogLines(*camera).filter(QRegularExpression("^1 21 "));
     ASSERT_GT(fromApp.size(), 500);

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "fuzz/NewCamera.h"
+#include "settings/CameraProfiles.h"
 #include "settings/DefaultsStore.h"
 #include "settings/ProfileStore.h"
 #include "support/VirtualRig.h"
@@ -102,10 +103,12 @@ void nothingStoredFromHalfReadCamera(const SweepStep& step) {
     {
         settings::DefaultsStore store(path);
         settings::ProfileStore profiles(store);
-        const auto outcome = profiles.loadAppDefault(camera, &camera, &step.run->clock());
+        const auto outcome =
+            settings::loadAppDefault(profiles, camera, &camera, &step.run->clock());
         EXPECT_FALSE(outcome.created);
-        EXPECT_FALSE(profiles.updateSettings(settings::kAllSettings, &camera));
-        EXPECT_FALSE(profiles.saveSettings(QStringLiteral("Evening"), false, camera, &camera));
+        EXPECT_FALSE(settings::updateSettings(profiles, settings::kAllSettings, &camera));
+        EXPECT_FALSE(
+            settings::saveSettings(profiles, QStringLiteral("Evening"), false, camera, &camera));
     }
     settings::DefaultsStore reread(path);
     EXPECT_TRUE(reread.persistentDomain().isEmpty())

@@ -8,6 +8,7 @@
 
 #include "platform/Log.h"
 #include "platform/linux/XdgAutostart.h"
+#include "settings/CameraProfiles.h"
 #include "settings/DefaultsKeys.h"
 #include "settings/DefaultsStore.h"
 #include "settings/PlistCodec.h"
@@ -49,22 +50,22 @@ TEST(ProfileStore, SavesUnderTrimmedNamesAndRefusesClashes) {
                      [&](const QString& model) { changed << model; });
     QTCamera& cam = *rig.cam.camera;
 
-    auto saved = rig.profiles.saveNewProfile("  Evening \n", cam, &cam);
+    auto saved = settings::saveNewProfile(rig.profiles, "  Evening \n", cam, &cam);
     EXPECT_EQ(saved.result, ProfileStore::SaveResult::Saved);
     EXPECT_EQ(saved.name, "Evening");
     EXPECT_EQ(saved.listIndex, 2);
     EXPECT_EQ(changed, QStringList{rig.model()});
 
-    EXPECT_EQ(rig.profiles.saveNewProfile(" \t\n ", cam, &cam).result,
+    EXPECT_EQ(settings::saveNewProfile(rig.profiles, " \t\n ", cam, &cam).result,
               ProfileStore::SaveResult::BlankName);
-    EXPECT_EQ(rig.profiles.saveNewProfile("Evening", cam, &cam).result,
+    EXPECT_EQ(settings::saveNewProfile(rig.profiles, "Evening", cam, &cam).result,
               ProfileStore::SaveResult::NameTaken);
     // The last-state record's name is taken too, once the record exists.
-    ASSERT_TRUE(rig.profiles.updateSettings(settings::kAllSettings, &cam));
-    EXPECT_EQ(rig.profiles.saveNewProfile("AppDefault", cam, &cam).result,
+    ASSERT_TRUE(settings::updateSettings(rig.profiles, settings::kAllSettings, &cam));
+    EXPECT_EQ(settings::saveNewProfile(rig.profiles, "AppDefault", cam, &cam).result,
               ProfileStore::SaveResult::NameTaken);
     // The last-state record stands between the profiles in the array but not in the lists.
-    saved = rig.profiles.saveNewProfile("Day", cam, &cam);
+    saved = settings::saveNewProfile(rig.profiles, "Day", cam, &cam);
     EXPECT_EQ(saved.listIndex, 3);
     EXPECT_EQ(names(rig.profiles.records(rig.model())),
               QStringList({"Evening", "AppDefault", "Day"}));
@@ -83,34 +84,34 @@ TEST(ProfileStore, TwoCamerasOfAModelShareTheLastStateAndTheProfiles) {
     QTCamera& first = *rig.cam.camera;
     ASSERT_EQ(second.camera->modelUniqueID(), rig.model());
 
-    EXPECT_TRUE(rig.profiles.loadAppDefault(first, &first).created);
+    EXPECT_TRUE(settings::loadAppDefault(rig.profiles, first, &first).created);
     first.setBrightness(10);
     first.setContrast(20);
     // Only the moved control's entries are refreshed.
-    ASSERT_TRUE(rig.profiles.updateSettings(settings::kBrightness, &first));
+    ASSERT_TRUE(settings::updateSettings(rig.profiles, settings::kBrightness, &first));
     SettingsRecord last = *rig.profiles.appDefaultRecord(rig.model());
     EXPECT_EQ(last.value("Brightness"), QVariant(qint64{10}));
     EXPECT_NE(last.value("Contrast"), QVariant(qint64{20}));
     EXPECT_EQ(last.value("AppDefault"), QVariant(true));
 
     second.device->clearRequests();
-    EXPECT_FALSE(rig.profiles.loadAppDefault(*second.camera, &first).created);
+    EXPECT_FALSE(settings::loadAppDefault(rig.profiles, *second.camera, &first).created);
     EXPECT_EQ(second.controls().curBrightness, 10);
     EXPECT_EQ(rig.profiles.records(rig.model()).size(), 1);
 
-    rig.profiles.saveNewProfile("Shared", first, &first);
+    settings::saveNewProfile(rig.profiles, "Shared", first, &first);
     second.camera->setBrightness(-3);
-    ASSERT_TRUE(rig.profiles.applyProfile(rig.model(), 2, *second.camera));
+    ASSERT_TRUE(settings::applyProfile(rig.profiles, rig.model(), 2, *second.camera));
     EXPECT_EQ(second.controls().curBrightness, 10);
-    EXPECT_FALSE(rig.profiles.applyProfile(rig.model(), 1, *second.camera));
-    EXPECT_FALSE(rig.profiles.applyProfile(rig.model(), 3, *second.camera));
+    EXPECT_FALSE(settings::applyProfile(rig.profiles, rig.model(), 1, *second.camera));
+    EXPECT_FALSE(settings::applyProfile(rig.profiles, rig.model(), 3, *second.camera));
 }
 
 TEST(ProfileStore, DeletingForgetsLoadAtStartAndUpdatingFindsTheShownRecord) {
     StoreRig rig;
     QTCamera& cam = *rig.cam.camera;
     for (const char* name : {"P1", "P2", "P3"})
-        rig.profiles.saveNewProfile(name, cam, &cam);
+        settings::saveNewProfile(rig.profiles, name, cam, &cam);
     rig.profiles.setLoadAtStart(rig.model(), 3);
     EXPECT_EQ(rig.profiles.loadAtStart(rig.model()), 3);
 
@@ -133,15 +134,15 @@ TEST(ProfileStore, DeletingForgetsLoadAtStartAndUpdatingFindsTheShownRecord) {
         ASSERT_TRUE(other.deleteSettings(rig.model(), 2));
     }
     cam.setBrightness(33);
-    EXPECT_TRUE(rig.profiles.updateProfile(3, cam, &cam, &shown));
+    EXPECT_TRUE(settings::updateProfile(rig.profiles, 3, cam, &cam, &shown));
     const auto p3 = rig.profiles.profileAt(rig.model(), 2);
     ASSERT_TRUE(p3);
     EXPECT_EQ(p3->value("SettingsName"), QVariant("P3"));
     EXPECT_EQ(p3->value("Brightness"), QVariant(qint64{33}));
     EXPECT_EQ(rig.profiles.profiles(rig.model()).size(), 1);
     // A shown record that is gone is not updated, nor is an index that holds no profile.
-    EXPECT_FALSE(rig.profiles.updateProfile(2, cam, &cam, &shown));
-    EXPECT_FALSE(rig.profiles.updateProfile(1, cam, &cam));
+    EXPECT_FALSE(settings::updateProfile(rig.profiles, 2, cam, &cam, &shown));
+    EXPECT_FALSE(settings::updateProfile(rig.profiles, 1, cam, &cam));
 }
 
 TEST(ProfileStore, CleanDefaultsCollapsesNamesDropsEmptyModelsAndKeepsWhatItDoesNotKnow) {
@@ -179,13 +180,16 @@ TEST(ProfileStore, EntriesOfAnotherTypeAreNeverWrittenOver) {
         const QVariant before = DefaultsStore(rig.prefs.file()).objectForKey("Settings");
 
         log::ScopedCapture log;
-        EXPECT_EQ(rig.profiles.saveNewProfile("New", *rig.cam.camera, rig.cam.camera.get()).result,
-                  ProfileStore::SaveResult::NotWritten);
+        EXPECT_EQ(
+            settings::saveNewProfile(rig.profiles, "New", *rig.cam.camera, rig.cam.camera.get())
+                .result,
+            ProfileStore::SaveResult::NotWritten);
         EXPECT_TRUE(rig.profiles.problem().contains("kept as it is"))
             << rig.profiles.problem().toStdString();
-        EXPECT_FALSE(rig.profiles.updateSettings(0, rig.cam.camera.get()));
-        EXPECT_TRUE(rig.profiles.loadAppDefault(*rig.cam.camera, rig.cam.camera.get()).created ==
-                    false);
+        EXPECT_FALSE(settings::updateSettings(rig.profiles, 0, rig.cam.camera.get()));
+        EXPECT_TRUE(
+            settings::loadAppDefault(rig.profiles, *rig.cam.camera, rig.cam.camera.get()).created ==
+            false);
         EXPECT_EQ(rig.profiles.deleteProfileNamed(rig.model(), "New"),
                   ProfileStore::NamedResult::NotWritten);
         rig.profiles.cleanDefaults();
@@ -208,15 +212,18 @@ TEST(ProfileStore, EntriesOfAnotherTypeAreNeverWrittenOver) {
 TEST(ProfileStore, ProfilesNamedAreLookedUpUnderTheLock) {
     StoreRig rig;
     for (const char* name : {"A", "B", "C"})
-        ASSERT_EQ(rig.profiles.saveNewProfile(name, *rig.cam.camera, rig.cam.camera.get()).result,
-                  ProfileStore::SaveResult::Saved);
+        ASSERT_EQ(
+            settings::saveNewProfile(rig.profiles, name, *rig.cam.camera, rig.cam.camera.get())
+                .result,
+            ProfileStore::SaveResult::Saved);
     {
         DefaultsStore otherDefaults(rig.prefs.file());
         ProfileStore other(otherDefaults);
         ASSERT_EQ(other.deleteProfileNamed(rig.model(), "A"), ProfileStore::NamedResult::Done);
         rig.cam.camera->setGain(7);
-        ASSERT_EQ(other.saveNewProfile("D", *rig.cam.camera, rig.cam.camera.get()).result,
-                  ProfileStore::SaveResult::Saved);
+        ASSERT_EQ(
+            settings::saveNewProfile(other, "D", *rig.cam.camera, rig.cam.camera.get()).result,
+            ProfileStore::SaveResult::Saved);
     }
     EXPECT_EQ(rig.profiles.deleteProfileNamed(rig.model(), "B"), ProfileStore::NamedResult::Done);
     EXPECT_EQ(rig.profiles.deleteProfileNamed(rig.model(), "A"),
@@ -235,18 +242,18 @@ TEST(ProfileStore, TheLifeCamStudioZoomIsLeftToTheSteppedZoom) {
                                                            {"ZoomAbsolute", 3}}}}},
         "Settings");
     QTCamera& cam = *rig.cam.camera;
-    const auto outcome = rig.profiles.loadAppDefault(cam, &cam);
+    const auto outcome = settings::loadAppDefault(rig.profiles, cam, &cam);
     EXPECT_EQ(outcome.steppedZoomTarget, 3);
 
     FixtureCamera other("generic.json");
-    EXPECT_FALSE(rig.profiles.loadAppDefault(*other.camera, nullptr).steppedZoomTarget);
+    EXPECT_FALSE(settings::loadAppDefault(rig.profiles, *other.camera, nullptr).steppedZoomTarget);
 }
 
 TEST(ProfileListModel, RowsStarsAndTheProfileInForce) {
     StoreRig rig;
     QTCamera& cam = *rig.cam.camera;
     for (const char* name : {"P1", "P2"})
-        rig.profiles.saveNewProfile(name, cam, &cam);
+        settings::saveNewProfile(rig.profiles, name, cam, &cam);
     rig.profiles.setLoadAtStart(rig.model(), 3);
     ProfileListModel list(rig.profiles);
     auto at = [&](int row, int role) { return list.data(list.index(row), role); };
@@ -274,13 +281,13 @@ TEST(ProfileListModel, RowsStarsAndTheProfileInForce) {
 
     // The rows follow the store: a saved profile is the one in force, an updated one is no
     // longer modified, a delete leaves none in force.
-    rig.profiles.saveNewProfile("P3", cam, &cam);
+    settings::saveNewProfile(rig.profiles, "P3", cam, &cam);
     EXPECT_EQ(list.rowCount(), 5);
     EXPECT_EQ(at(4, Qt::DisplayRole), QVariant("P3"));
     EXPECT_EQ(list.currentRow(), 4);
     list.setCurrentRow(3);
     list.markModified();
-    rig.profiles.updateProfile(3, cam, &cam);
+    settings::updateProfile(rig.profiles, 3, cam, &cam);
     EXPECT_EQ(at(3, Qt::CheckStateRole), QVariant(Qt::Checked));
     // Another process's change moves the profile in force; its mark moves with it.
     {

@@ -10,6 +10,7 @@
 
 #include <unistd.h>
 
+#include "settings/CameraProfiles.h"
 #include "settings/DefaultsStore.h"
 #include "settings/ProfileStore.h"
 #include "settings/SettingsRecord.h"
@@ -66,7 +67,7 @@ TEST(OrvellaCtlProfiles, AProfileSavedOnOneSideIsListedAndAppliedOnTheOther) {
     testing::FixtureCamera cam("generic.json");
     cam.camera->setBrightness(25);
     cam.camera->setGain(9);
-    ASSERT_EQ(app.saveNewProfile(" Studio ", *cam.camera, cam.camera.get()).result,
+    ASSERT_EQ(settings::saveNewProfile(app, " Studio ", *cam.camera, cam.camera.get()).result,
               ProfileStore::SaveResult::Saved);
 
     // ...orvellactl lists it and applies it to a camera of the model.
@@ -92,7 +93,7 @@ TEST(OrvellaCtlProfiles, AProfileSavedOnOneSideIsListedAndAppliedOnTheOther) {
     EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
     app.reload();
     EXPECT_EQ(app.listIndexOf(cam.camera->modelUniqueID(), "Night"), 3);
-    EXPECT_TRUE(app.applyProfile(cam.camera->modelUniqueID(), 3, *cam.camera));
+    EXPECT_TRUE(settings::applyProfile(app, cam.camera->modelUniqueID(), 3, *cam.camera));
 
     run = ctl(camera + QStringList{"profile", "show", "Studio"});  // one camera: CAMERA left out
     EXPECT_TRUE(run.out.contains("Gain = 9\n")) << run.out.toStdString();
@@ -194,9 +195,10 @@ TEST(OrvellaCtlProfiles, TwoProcessesDeletingAtOnceDeleteWhatTheyName) {
         ProfileStore store(defaults);
         testing::FixtureCamera cam("generic.json");
         for (int i = 1; i <= 20; ++i)
-            ASSERT_EQ(
-                store.saveNewProfile(QString("P%1").arg(i), *cam.camera, cam.camera.get()).result,
-                ProfileStore::SaveResult::Saved);
+            ASSERT_EQ(settings::saveNewProfile(store, QString("P%1").arg(i), *cam.camera,
+                                               cam.camera.get())
+                          .result,
+                      ProfileStore::SaveResult::Saved);
     }
     const char* remove =
         "for i in $(seq $2 $(($2 + 9))); do \"$0\" --virtual \"$1\" profile delete 1 "

@@ -9,15 +9,30 @@
 #include <memory>
 #include <vector>
 
+#include "camera/CameraSession.h"
 #include "support/OpenedCamera.h"
 
 namespace orvella::testing {
 
-// The camera as the application builds it (support/OpenedCamera.h), with what it received
-// listed by selector and unit.
+// The camera as the application builds it (support/OpenedCamera.h), in a session of its own as
+// the application runs it, with what it received listed by selector and unit. Everything that
+// reads what the camera got waits for its session first.
 struct UiCamera : FixtureCamera {
-    using FixtureCamera::FixtureCamera;
-    SupportedControl& record() { return *camera->supportedControl(); }
+    template <typename... Args>
+    explicit UiCamera(Args&&... args)
+        : FixtureCamera(std::forward<Args>(args)...),
+          session_(std::make_unique<CameraSession>(std::move(camera))) {}
+    // The camera object goes on its session's thread, before the platform it talks to.
+    ~UiCamera() {
+        session_.reset();
+        CameraSession::waitForSessionsToEnd(10000);
+    }
+    CameraSession* session() const { return session_.get(); }
+    // The camera's record as its session last published it.
+    const SupportedControl& record() const {
+        CameraSession::settleAll();
+        return session_->snapshot().controls;
+    }
     // The SET_CUR requests that reached the camera, as (selector, unit, value) in order.
     struct Write {
         int selector, unit;
@@ -25,6 +40,7 @@ struct UiCamera : FixtureCamera {
         bool operator==(const Write&) const = default;
     };
     std::vector<Write> setCurs() const {
+        CameraSession::settleAll();
         std::vector<Write> out;
         for (const testing::SetCur& s : testing::setCurs(*device))
             out.push_back({s.selector, s.unit, s.value()});
@@ -38,6 +54,9 @@ struct UiCamera : FixtureCamera {
     }
     int pu() const { return device->processingUnitID(); }
     int ct() const { return device->cameraTerminalID(); }
+
+  private:
+    std::unique_ptr<CameraSession> session_;
 };
 
 // UVC selectors the tests look for.

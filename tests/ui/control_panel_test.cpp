@@ -48,15 +48,23 @@ struct Panel {
         };
         delegate.buildProfileLists = [this] { ++profileListsBuilt; };
         panel.setDelegate(&delegate);
-        ui().mPopCamera->addItem(cam.camera->displayName());
+        ui().mPopCamera->addItem(cam.session()->camera().displayName());
         ui().mPopCamera->setCurrentIndex(0);
         ui().mPopCamera->setEnabled(true);
-        panel.setQTCamera(cam.camera.get());
+        panel.setQTCamera(cam.session());
         panel.loadSupportedControl();
+        CameraSession::settleAll();
         cam.device->clearRequests();
     }
-    orvella::ui::ControlPanel::Outlets& ui() { return panel.outlets(); }
-    UVCValueViewController& row(int32_t id) { return *panel.row(id); }
+    // What the panel shows once the camera's session has answered what was asked of it.
+    orvella::ui::ControlPanel::Outlets& ui() {
+        CameraSession::settleAll();
+        return panel.outlets();
+    }
+    UVCValueViewController& row(int32_t id) {
+        CameraSession::settleAll();
+        return *panel.row(id);
+    }
     bool shown(int32_t id) { return row(id).isVisible() && !row(id).view()->isHidden(); }
     bool enabled(int32_t id) { return row(id).outlets().sldControl->isEnabled(); }
 };
@@ -272,9 +280,9 @@ TEST(ControlPanel, SteppedZoomRunsADelayLaterForCamerasStillThere) {
     UiCamera cam("motor-ptz.json");  // zoom 100..500
     UiCamera knob("exposure-knob.json");
     ControlPanel panel;
-    panel.scheduleZoomMSLifeCamStudio(5, cam.camera.get());
-    panel.scheduleZoomMSLifeCamStudio(3, knob.camera.get());
-    panel.forgetCamera(knob.camera.get());  // unplugged before the delay ran out
+    panel.scheduleZoomMSLifeCamStudio(5, cam.session());
+    panel.scheduleZoomMSLifeCamStudio(3, knob.session());
+    panel.forgetCamera(knob.session());  // unplugged before the delay ran out
     cam.device->clearRequests();
     EXPECT_TRUE(panel.hasPendingZoom());
     QTest::qWait(ControlPanel::kSteppedZoomDelayMs / 2);

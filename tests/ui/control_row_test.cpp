@@ -100,18 +100,24 @@ TEST(ControlRow, UserChangesAreClampedWrittenAndReported) {
     auto row = makeRow(settings::kBrightness);
     row->setDelegate(&recorder.delegate);
     const SupportedControl& sc = cam.record();
-    row->setQTCamera(cam.camera.get(), sc.minBrightness, sc.maxBrightness, 1, sc.defBrightness,
+    row->setQTCamera(cam.session(), sc.minBrightness, sc.maxBrightness, 1, sc.defBrightness,
                      sc.maxBrightness - 1);
     EXPECT_TRUE(cam.setCurs().empty()) << "binding writes nothing";
     EXPECT_TRUE(recorder.changed.empty());
 
-    row->plusAction();
-    row->plusAction();  // already at the maximum: clamped, still reported
+    // One at a time, as a person makes them (changes made faster than the camera answers
+    // coalesce: see the session's tests).
+    const auto settled = [](auto action) {
+        action();
+        CameraSession::settleAll();
+    };
+    settled([&] { row->plusAction(); });
+    settled([&] { row->plusAction(); });  // already at the maximum: clamped, still reported
     row->outlets().txtValue->setText("-100000");
-    row->controlTextDidEndEditing();
+    settled([&] { row->controlTextDidEndEditing(); });
     row->outlets().txtValue->setText("abc");  // reads as 0
-    row->controlTextDidEndEditing();
-    row->minusAction();
+    settled([&] { row->controlTextDidEndEditing(); });
+    settled([&] { row->minusAction(); });
     EXPECT_EQ(row->outlets().txtValue->text(), "-1");
 
     const int64_t max = sc.maxBrightness, min = sc.minBrightness;
@@ -139,7 +145,7 @@ TEST(ControlRow, UserChangesAreClampedWrittenAndReported) {
 TEST(ControlRow, GammaPairSnapsTypedValuesToItsTwoChoices) {
     UiCamera cam("full-pu.json");
     auto row = makeRow(settings::kGamma);
-    row->setQTCamera(cam.camera.get(), 100, 220, 120, 100, 100);
+    row->setQTCamera(cam.session(), 100, 220, 120, 100, 100);
     row->setEnabled(true);
     const std::pair<const char*, int64_t> typed[] = {
         {"150", 100}, {"161", 220}, {"999", 220}, {"160", 100}};
@@ -165,12 +171,13 @@ TEST(ControlRow, OnOffSwitchWritesTheSegmentTag) {
     Recorder recorder;
     auto row = makeRow(settings::kBacklightCompensation, nullptr);
     row->setDelegate(&recorder.delegate);
-    row->setQTCamera(cam.camera.get(), 0, 1, 1, 0, 0);
+    row->setQTCamera(cam.session(), 0, 1, 1, 0, 0);
     row->setVisible(true);
     row->setEnabled(true);
     EXPECT_EQ(row->outlets().btnTitle->text(), "#");
     EXPECT_FALSE(row->outlets().segControl->isHidden());
     row->outlets().segControl->segmentButton(1)->click();
+    CameraSession::settleAll();
     row->outlets().segControl->segmentButton(0)->click();
     EXPECT_THAT(cam.setCursOf(sel::kBacklightCompensation, cam.pu()),
                 ElementsAre(UiCamera::Write{sel::kBacklightCompensation, cam.pu(), 1},
@@ -183,16 +190,18 @@ TEST(ControlRow, ApertureStepsTheIrisAndShowsThePositionReadBack) {
     Recorder recorder;
     auto row = makeRow(settings::kAperture, "Aperture");
     row->setDelegate(&recorder.delegate);
-    row->setQTCamera(cam.camera.get(), 0, 65536, 0, 0, 0);
+    row->setQTCamera(cam.session(), 0, 65536, 0, 0, 0);
     row->setVisible(true);
     row->plusAction();
     row->minusAction();
     EXPECT_THAT(cam.setCursOf(sel::kIrisRelative, cam.ct()), ::testing::SizeIs(2));
+    CameraSession::settleAll();
     EXPECT_EQ(recorder.changed, (std::vector<int32_t>{settings::kAperture, settings::kAperture}));
     // The iris failing leaves the position as it was; the delegate is told all the same.
     const QString before = row->outlets().lblMin->text();
     cam.device->stallSelector(cam.ct(), sel::kIrisRelative);
     row->plusAction();
+    CameraSession::settleAll();
     EXPECT_EQ(row->outlets().lblMin->text(), before);
     EXPECT_EQ(recorder.changed.size(), 3u);
 }
@@ -299,7 +308,7 @@ struct ShownRow {
     PeriodicDelaySlider& slider = *row->outlets().sldControl;
     ShownRow() {
         slider.setNow([this] { return clock.now; });
-        row->setQTCamera(cam.camera.get(), -64, 64, 1, 0, 0);
+        row->setQTCamera(cam.session(), -64, 64, 1, 0, 0);
         row->setVisible(true);
         row->setEnabled(true);
         row->view()->resize(420, 30);
@@ -331,6 +340,7 @@ TEST(ControlRowSlider, MouseDragThroughTheRowReachesTheCameraThrottled) {
         QMouseEvent move(QEvent::MouseMove, at, slider.mapToGlobal(at), Qt::NoButton,
                          Qt::LeftButton, {});
         QApplication::sendEvent(&slider, &move);
+        CameraSession::settleAll();  // the event loop runs between two movements
         clock.advance(50);
     }
     QTest::mouseRelease(&slider, Qt::LeftButton, {}, at);

@@ -175,7 +175,7 @@ TEST_F(Localization, NoKeyShowsInThePanelInAnyLanguage) {
         ASSERT_TRUE(installTranslation(locale));
         testing::UiCamera cam("full-pu.json");
         ControlPanel panel;
-        panel.setQTCamera(cam.camera.get());
+        panel.setQTCamera(cam.session());
         panel.loadSupportedControl();
         for (const auto& [text, where] : visibleTexts(panel.window())) {
             const bool untranslatedKey =

@@ -24,6 +24,7 @@
 #include <QTextStream>
 #include <cstdio>
 
+#include "camera/CameraSession.h"
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
 #include "platform/virtual/VirtualPlatform.h"
@@ -69,9 +70,9 @@ QPalette darkPalette() {
 
 // The panel as the application shows it for `camera`: the camera chosen, `profiles` listed as the
 // profile store would list them with the first one in force, and a stream at 30 frames a second.
-void fillPanel(ui::ControlPanel& panel, QTCamera& camera, const QStringList& profiles) {
+void fillPanel(ui::ControlPanel& panel, CameraSession& camera, const QStringList& profiles) {
     ui::ControlPanel::Outlets& ui = panel.outlets();
-    ui.mPopCamera->addItem(camera.displayName());
+    ui.mPopCamera->addItem(camera.camera().displayName());
     ui.mPopCamera->setCurrentIndex(0);
     ui.mPopCamera->setEnabled(true);
     ui.mPopProfile->addItems(profiles);
@@ -79,6 +80,7 @@ void fillPanel(ui::ControlPanel& panel, QTCamera& camera, const QStringList& pro
     ui.mPopProfile->setCurrentIndex(2);
     panel.setQTCamera(&camera);
     panel.loadSupportedControl();
+    CameraSession::settleAll();  // what the camera's session read, shown
     panel.updateFPS(30);
 }
 
@@ -174,10 +176,11 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
     platform::RecordingClock clock;
     auto camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
     if (!camera) return 1;
+    CameraSession session(std::move(camera));
     for (const QString& language : languages) {
         if (!ui::installTranslation(language)) return 1;
         ui::ControlPanel panel;
-        fillPanel(panel, *camera, {QStringLiteral("Video call")});
+        fillPanel(panel, session, {QStringLiteral("Video call")});
         panel.showGuardSettings(true, 1000);
         ui::ControlPanel::Outlets& ui = panel.outlets();
         ui.mTabView->setCurrentWidget(&panel.preferencesPage());
@@ -271,6 +274,7 @@ int main(int argc, char** argv) {
                           ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
                           : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
         if (!camera) return 1;
+        CameraSession session(std::move(camera));
         for (const QString& language : languages) {
             if (!ui::installTranslation(language)) {
                 std::fprintf(stderr, "orvella-ui-shots: no string table for %s\n",
@@ -280,7 +284,7 @@ int main(int argc, char** argv) {
             for (const QString& theme : themes) {
                 QApplication::setPalette(theme == "dark" ? darkPalette() : light);
                 ui::ControlPanel panel;
-                fillPanel(panel, *camera,
+                fillPanel(panel, session,
                           {QStringLiteral("Video call"), QStringLiteral("Evening")});
                 panel.window()->show();
                 QApplication::processEvents();

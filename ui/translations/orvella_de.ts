@@ -343,6 +343,10 @@
         <translation>Keine Kamera angeschlossen</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>Die Kamera antwortet nicht</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>Keine Kamera angeschlossen. Schließen Sie eine UVC-Webcam an oder probieren Sie die Demo-Kamera aus.</translation>
     </message>

@@ -343,6 +343,10 @@
         <translation>No camera connected</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>The camera does not answer</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>No camera is connected. Plug in a UVC webcam, or try the demo camera.</translation>
     </message>

@@ -343,6 +343,10 @@
         <translation>No hay ninguna cámara conectada</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>La cámara no responde</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>No hay ninguna cámara conectada. Conecte una cámara web UVC o pruebe la cámara de demostración.</translation>
     </message>

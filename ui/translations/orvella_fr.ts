@@ -343,6 +343,10 @@
         <translation>Aucune caméra branchée</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>La caméra ne répond pas</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>Aucune caméra n'est branchée. Branchez une webcam UVC ou essayez la caméra de démonstration.</translation>
     </message>

@@ -343,6 +343,10 @@
         <translation>Nessuna videocamera collegata</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>La videocamera non risponde</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>Nessuna videocamera collegata. Collega una webcam UVC o prova la videocamera dimostrativa.</translation>
     </message>

@@ -343,6 +343,10 @@
         <translation>カメラが接続されていません</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>カメラが応答しません</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>カメラが接続されていません。UVC ウェブカメラを接続するか、デモカメラをお試しください。</translation>
     </message>

@@ -343,6 +343,10 @@
         <translation>Nenhuma câmera conectada</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>A câmera não responde</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>Nenhuma câmera conectada. Conecte uma webcam UVC ou experimente a câmera de demonstração.</translation>
     </message>

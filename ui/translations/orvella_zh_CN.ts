@@ -343,6 +343,10 @@
         <translation>未连接相机</translation>
     </message>
     <message>
+        <source>CameraNotAnswering</source>
+        <translation>摄像头没有响应</translation>
+    </message>
+    <message>
         <source>NoCameraFound</source>
         <translation>未连接摄像头。请接入 UVC 摄像头，或试用演示摄像头。</translation>
     </message>
