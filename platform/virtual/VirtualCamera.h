@@ -149,6 +149,9 @@ class VirtualCamera {
     void setUnansweredWait(std::chrono::milliseconds wait);
     // uvcvideo's time-out for a control request (UVC_CTRL_CONTROL_TIMEOUT).
     static constexpr std::chrono::milliseconds kDriverTimeout{5000};
+    // The longest a request may be made to take: far beyond any host's time-out; more would only
+    // hang the caller.
+    static constexpr std::chrono::milliseconds kMaxRequestTime{60000};
     // Every control request that reaches the camera takes `perRequest` of real time, spent on
     // the thread that makes it, before it is answered; 0 answers at once again. A request left
     // unanswered takes the unanswered wait instead.

@@ -19,8 +19,7 @@ struct Argument {
     bool fourCC = false;  // four printable characters, packed with the first on top
 };
 constexpr Argument kCount{"K", 1, 1 << 30};
-// A minute per request is far beyond any host's time-out; more would only hang the caller.
-constexpr Argument kMilliseconds{"MS", 0, 60000};
+constexpr Argument kMilliseconds{"MS", 0, VirtualCamera::kMaxRequestTime.count()};
 constexpr Argument kUnit{"UNIT", 0, 255};
 constexpr Argument kSelector{"SELECTOR", 0, 255};
 constexpr Argument kCode{"CODE", 0, 255};

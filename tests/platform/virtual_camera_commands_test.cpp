@@ -188,8 +188,10 @@ TEST_F(Runner, ASlowCameraTakesItsTimeOnTheCallersThreadAndCommandsGoOnMeanwhile
 
 TEST_F(Runner, ASilentCameraHoldsEachOfItsNextRequestsForTheTimeOutThenAnswersNotResponding) {
     EXPECT_EQ(VirtualCamera::kDriverTimeout, milliseconds(5000));  // uvcvideo's
-    cameras[0]->setUnansweredWait(kSlow);
-    cameras[0]->setSlowness(milliseconds(20000));  // not added to the time-out
+    // A definition shortens the wait; a slowness is not added to it.
+    cameras[0] = testing::editedFixture("generic.json", [](QJsonObject& json) {
+        json["faults"] = QJsonObject{{"unansweredWaitMs", int(kSlow.count())}, {"slowMs", 20000}};
+    });
     feed("noanswer 1 2\n");
     EXPECT_EQ(confirmations.back(), "ok: noanswer 1 2");
     for (int i = 0; i < 2; ++i) {
