@@ -30,13 +30,23 @@ void FaultPlan::failOnRequest(int n, IOReturn status, int count) {
     failCountLater_ = count > 0 ? count : std::numeric_limits<int>::max();
 }
 
-std::optional<IOReturn> FaultPlan::takeControlRequest() {
+void FaultPlan::leaveUnanswered(int count) {
+    unansweredCount_ = std::max(count, 0);
+}
+
+std::optional<IOReturn> FaultPlan::takeControlRequest(bool* unanswered) {
+    if (unanswered) *unanswered = false;
     if (present_ && vanishCountdown_ > 0 && --vanishCountdown_ == 0) present_ = false;
     if (present_ && failCountdown_ > 0 && --failCountdown_ == 0) {
         failStatus_ = failStatusLater_;
         failCount_ = failCountLater_;
     }
     if (!present_) return kIOReturnNoDevice;
+    if (unansweredCount_ > 0) {
+        --unansweredCount_;
+        if (unanswered) *unanswered = true;
+        return kIOReturnNotResponding;
+    }
     if (failCount_ > 0) {
         --failCount_;
         return failStatus_;

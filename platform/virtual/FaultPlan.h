@@ -1,8 +1,9 @@
 #pragma once
 // The fault plan of a virtual camera: the faults a definition's "faults" key or a test injects,
 // and when they strike. Controls that stall with a given request error code, requests that fail
-// before reaching the device (the next n, or from the n-th on), the camera vanishing mid-request
-// or at once, and the status its plug-in is created with. The camera asks the plan before each
+// before reaching the device (the next n, or from the n-th on), requests left unanswered until
+// the host gives up, the camera vanishing mid-request or at once, and the status its plug-in is
+// created with. The camera asks the plan before each
 // control request; the device model never sees a request the plan turned away. Not synchronized:
 // the camera's lock guards it.
 
@@ -29,12 +30,16 @@ class FaultPlan {
     // The n-th control request from now and the `count` - 1 after it fail with `status`; count 0
     // = every request from then on.
     void failOnRequest(int n, IOReturn status, int count);
+    // The next `count` control requests get no answer: the host waits for its time-out, then
+    // reports kIOReturnNotResponding.
+    void leaveUnanswered(int count);
     void vanish() { present_ = false; }
     bool present() const { return present_; }
 
     // Counts one control request against the plan: the status it fails with without reaching
     // the device (kIOReturnNoDevice once the camera vanished), or none when it goes through.
-    std::optional<IOReturn> takeControlRequest();
+    // *unanswered (if given) says whether the request is one the camera leaves unanswered.
+    std::optional<IOReturn> takeControlRequest(bool* unanswered = nullptr);
 
     // What creating the camera's USB plug-in answers (kIOReturnSuccess: it is created).
     IOReturn plugInStatus() const { return plugInStatus_; }
@@ -51,6 +56,7 @@ class FaultPlan {
     int failCountdown_ = 0;  // failOnRequest: requests until failStatusLater_ takes effect
     IOReturn failStatusLater_ = kIOReturnSuccess;
     int failCountLater_ = 0;
+    int unansweredCount_ = 0;
     bool present_ = true;
     IOReturn plugInStatus_ = kIOReturnSuccess;
 };

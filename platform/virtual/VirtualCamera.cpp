@@ -1,6 +1,7 @@
 #include "platform/virtual/VirtualCamera.h"
 
 #include <algorithm>
+#include <thread>
 
 #include "platform/virtual/ControlBytes.h"
 
@@ -33,7 +34,7 @@ void VirtualCamera::tellCaptureUse(int foreignOpens) {
 }
 
 IOReturn VirtualCamera::controlRequest(uint8_t interfaceNumber, platform::ControlRequest& request) {
-    std::lock_guard<std::mutex> lock(mutex_);
+    std::unique_lock<std::mutex> lock(mutex_);
     request.wLenDone = 0;
     const bool hostToDevice = (request.bmRequestType & 0x80) == 0;
     std::vector<uint8_t> sent;
@@ -41,9 +42,23 @@ IOReturn VirtualCamera::controlRequest(uint8_t interfaceNumber, platform::Contro
         sent.assign(static_cast<const uint8_t*>(request.pData),
                     static_cast<const uint8_t*>(request.pData) + request.wLength);
 
+    bool unanswered = false;
+    const std::optional<IOReturn> failed = faults_.takeControlRequest(&unanswered);
+    // The time the request takes, spent without the lock, so that commands, other requests and
+    // listeners go on meanwhile; a camera that is gone fails at once.
+    const std::chrono::milliseconds wait = unanswered ? unansweredWait_
+                                           : failed == kIOReturnNoDevice
+                                               ? std::chrono::milliseconds{0}
+                                               : slowness_;
+    if (wait.count() > 0) {
+        lock.unlock();
+        std::this_thread::sleep_for(wait);
+        lock.lock();
+    }
+
     IOReturn status;
     std::vector<uint8_t> answered;
-    if (const std::optional<IOReturn> failed = faults_.takeControlRequest()) {
+    if (failed) {
         status = *failed;
     } else if (suspended_) {
         status = kIOReturnNotResponding;
@@ -284,6 +299,26 @@ void VirtualCamera::clearStalls() {
 void VirtualCamera::failNext(IOReturn status, int count) {
     std::lock_guard<std::mutex> lock(mutex_);
     faults_.failNext(status, count);
+}
+
+void VirtualCamera::leaveUnanswered(int count) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    faults_.leaveUnanswered(count);
+}
+
+void VirtualCamera::setUnansweredWait(std::chrono::milliseconds wait) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    unansweredWait_ = std::max(wait, std::chrono::milliseconds{0});
+}
+
+void VirtualCamera::setSlowness(std::chrono::milliseconds perRequest) {
+    std::lock_guard<std::mutex> lock(mutex_);
+    slowness_ = std::max(perRequest, std::chrono::milliseconds{0});
+}
+
+std::chrono::milliseconds VirtualCamera::slowness() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return slowness_;
 }
 
 void VirtualCamera::vanishOnRequest(int n) {

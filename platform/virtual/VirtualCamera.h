@@ -11,6 +11,7 @@
 
 #include <QJsonObject>
 #include <QString>
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -138,6 +139,24 @@ class VirtualCamera {
     // The next `count` control requests fail with `status` (kIOReturnNotResponding: "not
     // responding once") without reaching the device.
     void failNext(IOReturn status, int count = 1);
+    // The next `count` control requests get no answer: each holds its caller for the unanswered
+    // wait (the driver's time-out), then fails with kIOReturnNotResponding, as uvcvideo's ioctl
+    // does on a camera that has fallen silent.
+    void leaveUnanswered(int count);
+    // How long a request left unanswered holds its caller: kDriverTimeout unless changed. Tests
+    // shorten it; 0 answers at once, for a host that waits out its own time-out on the wire (the
+    // USB/IP camera, where the kernel's driver does the waiting).
+    void setUnansweredWait(std::chrono::milliseconds wait);
+    // uvcvideo's time-out for a control request (UVC_CTRL_CONTROL_TIMEOUT).
+    static constexpr std::chrono::milliseconds kDriverTimeout{5000};
+    // The longest a request may be made to take: far beyond any host's time-out; more would only
+    // hang the caller.
+    static constexpr std::chrono::milliseconds kMaxRequestTime{60000};
+    // Every control request that reaches the camera takes `perRequest` of real time, spent on
+    // the thread that makes it, before it is answered; 0 answers at once again. A request left
+    // unanswered takes the unanswered wait instead.
+    void setSlowness(std::chrono::milliseconds perRequest);
+    std::chrono::milliseconds slowness() const;
     // The n-th control request from now (1 = the next one) finds the device gone mid-request:
     // it and everything after it answer kIOReturnNoDevice.
     void vanishOnRequest(int n);
@@ -182,6 +201,8 @@ class VirtualCamera {
     FaultPlan faults_;
     RequestRecorder recorder_;
     bool suspended_ = false;
+    std::chrono::milliseconds slowness_{0};
+    std::chrono::milliseconds unansweredWait_ = kDriverTimeout;
     int openCount_ = 0;
     int resumeCount_ = 0;
     int foreignOpens_ = 0;

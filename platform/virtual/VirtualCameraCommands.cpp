@@ -1,6 +1,7 @@
 #include "platform/virtual/VirtualCameraCommands.h"
 
 #include <charconv>
+#include <chrono>
 #include <climits>
 #include <sstream>
 #include <string_view>
@@ -18,6 +19,7 @@ struct Argument {
     bool fourCC = false;  // four printable characters, packed with the first on top
 };
 constexpr Argument kCount{"K", 1, 1 << 30};
+constexpr Argument kMilliseconds{"MS", 0, VirtualCamera::kMaxRequestTime.count()};
 constexpr Argument kUnit{"UNIT", 0, 255};
 constexpr Argument kSelector{"SELECTOR", 0, 255};
 constexpr Argument kCode{"CODE", 0, 255};
@@ -37,6 +39,7 @@ const std::vector<Grammar>& grammar() {
     static const std::vector<Grammar> verbs = {
         {"vanish", Verb::Vanish, {kCount}},
         {"noanswer", Verb::NoAnswer, {kCount}},
+        {"slow", Verb::Slow, {kMilliseconds}},
         {"stall", Verb::Stall, {kUnit, kSelector, kCode}, true},
         {"clear", Verb::Clear, {}},
         {"set", Verb::Set, {kUnit, kSelector, kValue}},
@@ -168,7 +171,10 @@ std::string CameraCommand::applyTo(VirtualCamera& camera) const {
             camera.vanishOnRequest(static_cast<int>(arguments.at(0)));
             break;
         case Verb::NoAnswer:
-            camera.failNext(kIOReturnNotResponding, static_cast<int>(arguments.at(0)));
+            camera.leaveUnanswered(static_cast<int>(arguments.at(0)));
+            break;
+        case Verb::Slow:
+            camera.setSlowness(std::chrono::milliseconds{arguments.at(0)});
             break;
         case Verb::Stall:
             camera.stallSelector(byte(0), byte(1), byte(2));

@@ -2,7 +2,11 @@
 // The commands by which a test drives virtual cameras from outside the program that serves them
 // (orvella-usbip-camera --control, orvella --virtual-control), one per line:
 //   vanish N K                    the K-th control request from now finds camera N gone
-//   noanswer N K                  camera N leaves its next K control requests unanswered
+//   noanswer N K                  camera N leaves its next K control requests unanswered: each
+//                                 holds its caller for the driver's time-out (5 s), then fails
+//                                 as not responding
+//   slow N MS                     every control request of camera N takes MS ms of real time
+//                                 before it is answered; "slow N 0" answers at once again
 //   stall N UNIT SELECTOR [CODE]  the control stalls with request error CODE (default 6)
 //   clear N                       removes camera N's stalls
 //   set N UNIT SELECTOR VALUE     another program writes the control: clamped or refused as the
@@ -30,6 +34,7 @@ struct CameraCommand {
     enum class Verb {
         Vanish,
         NoAnswer,
+        Slow,
         Stall,
         Clear,
         Set,

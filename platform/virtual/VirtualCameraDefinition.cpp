@@ -446,6 +446,15 @@ void VirtualCamera::Private::parseFaults(VirtualCamera& c, const QJsonObject& o)
                               : 0;
         c.faults_.failOnRequest(request, status, count);
     }
+    // How long requests take: a slow camera's delay, and how long one left unanswered holds its
+    // caller (the driver's time-out unless shortened, for tests that leave many unanswered).
+    if (faults.contains("slowMs"))
+        c.slowness_ = std::chrono::milliseconds{
+            toRanged(faults.value("slowMs"), "faults.slowMs", 0, kMaxRequestTime.count())};
+    if (faults.contains("unansweredWaitMs"))
+        c.unansweredWait_ = std::chrono::milliseconds{toRanged(faults.value("unansweredWaitMs"),
+                                                               "faults.unansweredWaitMs", 0,
+                                                               kMaxRequestTime.count())};
     if (faults.contains("plugIn"))
         c.faults_.setPlugInStatus(static_cast<IOReturn>(
             toRanged(faults.value("plugIn"), "faults.plugIn", 0, 0xFFFFFFFFll)));

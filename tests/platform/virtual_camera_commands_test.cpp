@@ -1,8 +1,15 @@
 // The commands that drive virtual cameras from outside their program: what parses, what is
-// refused with which reason, and how a stream of them is run and confirmed.
+// refused with which reason, how a stream of them is run and confirmed, and the real time a slow
+// or silent camera takes.
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <future>
+#include <thread>
+
+#include "platform/UvcProtocol.h"
+#include "platform/UvcRequest.h"
 #include "platform/virtual/VirtualCameraCommands.h"
 #include "support/VirtualRig.h"
 
@@ -25,6 +32,8 @@ TEST(CameraCommands, GoodCommandsParse) {
         {"stall 1 2 3 5", Verb::Stall, 1, {2, 3, 5}},
         {"vanish 3 1", Verb::Vanish, 3, {1}},
         {"noanswer 1 4", Verb::NoAnswer, 1, {4}},
+        {"slow 2 2000", Verb::Slow, 2, {2000}},
+        {"slow 1 0", Verb::Slow, 1, {0}},
         {"clear 1", Verb::Clear, 1, {}},
         {"open 1", Verb::Open, 1, {}},
         {"close\t1", Verb::Close, 1, {}},
@@ -55,6 +64,9 @@ TEST(CameraCommands, NonsenseIsRefusedWithAReason) {
         {"stall 1 2 -1", "SELECTOR must be 0..255"},
         {"stall 1", "usage: stall N UNIT SELECTOR [CODE]"},
         {"vanish 1 0", "K must be 1..1073741824"},
+        {"slow 1", "usage: slow N MS"},
+        {"slow 1 -1", "MS must be 0..60000"},
+        {"slow 1 60001", "MS must be 0..60000"},
         {"open", "usage: open N"},
         {"open 0", "no such camera"},
         {"open -1", "no such camera"},
@@ -131,6 +143,77 @@ TEST_F(Runner, AnOverlongOrBinaryLineIsOneErrorAndTheNextLineRuns) {
     EXPECT_EQ(confirmations[0], "error: " + std::string(40, 'x') + "...: line too long");
     EXPECT_EQ(confirmations[1], "ok: clear 1");
     EXPECT_EQ(confirmations[2], "error: set? 1: unknown command");
+}
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+// GET_CUR of brightness (processing unit 2 of the generic camera): its status and how long the
+// camera took to answer it.
+std::pair<IOReturn, milliseconds> timedBrightnessRead(VirtualCamera& camera) {
+    uint8_t bytes[2] = {};
+    platform::ControlRequest request = uvc::getRequest(uvc::GET_CUR, {2, 2, 0}, 2, bytes);
+    const auto start = Clock::now();
+    const IOReturn status = camera.controlRequest(0, request);
+    return {status, std::chrono::duration_cast<milliseconds>(Clock::now() - start)};
+}
+
+// Real time on a machine shared with other builds: a delay is asserted as "at least" exactly and
+// "at most" only loosely, and "at once" as well under the delay the other camera has.
+constexpr milliseconds kSlow{300};
+
+TEST_F(Runner, ASlowCameraTakesItsTimeOnTheCallersThreadAndCommandsGoOnMeanwhile) {
+    feed("slow 1 300\n");
+    EXPECT_EQ(confirmations.back(), "ok: slow 1 300");
+    const auto [status, took] = timedBrightnessRead(*cameras[0]);
+    EXPECT_EQ(status, kIOReturnSuccess);
+    EXPECT_GE(took, kSlow);
+    EXPECT_LT(took, kSlow * 10);
+    EXPECT_LT(timedBrightnessRead(*cameras[1]).second, kSlow) << "only camera 1 is slow";
+
+    // While a request waits, the camera's other business goes on: commands are carried out at
+    // once (the program reading them may be the one whose event loop must not stop), and "slow
+    // 1 0" ends the slowness for the requests that come after.
+    auto pending =
+        std::async(std::launch::async, [this] { return timedBrightnessRead(*cameras[0]); });
+    std::this_thread::sleep_for(kSlow / 3);  // the request is under way
+    const auto start = Clock::now();
+    feed("set 1 2 2 10\nslow 1 0\n");
+    EXPECT_LT(Clock::now() - start, kSlow / 3);
+    EXPECT_EQ(confirmations.back(), "ok: slow 1 0");
+    EXPECT_EQ(cameras[0]->currentValue(2, 2), 10);
+    EXPECT_EQ(pending.get().first, kIOReturnSuccess);
+    EXPECT_LT(timedBrightnessRead(*cameras[0]).second, kSlow);
+}
+
+TEST_F(Runner, ASilentCameraHoldsEachOfItsNextRequestsForTheTimeOutThenAnswersNotResponding) {
+    EXPECT_EQ(VirtualCamera::kDriverTimeout, milliseconds(5000));  // uvcvideo's
+    // A definition shortens the wait; a slowness is not added to it.
+    cameras[0] = testing::editedFixture("generic.json", [](QJsonObject& json) {
+        json["faults"] = QJsonObject{{"unansweredWaitMs", int(kSlow.count())}, {"slowMs", 20000}};
+    });
+    feed("noanswer 1 2\n");
+    EXPECT_EQ(confirmations.back(), "ok: noanswer 1 2");
+    for (int i = 0; i < 2; ++i) {
+        const auto [status, took] = timedBrightnessRead(*cameras[0]);
+        EXPECT_EQ(status, kIOReturnNotResponding) << i;
+        EXPECT_GE(took, kSlow) << i;
+        EXPECT_LT(took, kSlow * 10) << i;
+    }
+    cameras[0]->setSlowness(milliseconds(0));
+    const auto [status, took] = timedBrightnessRead(*cameras[0]);
+    EXPECT_EQ(status, kIOReturnSuccess);
+    EXPECT_LT(took, kSlow);
+    const auto seen = cameras[0]->requests();
+    ASSERT_EQ(seen.size(), 3u);
+    EXPECT_EQ(seen[0].status, kIOReturnNotResponding);
+    EXPECT_EQ(seen[1].status, kIOReturnNotResponding);
+
+    // With no wait (the USB/IP camera: the kernel waits on the wire) the answer comes at once.
+    cameras[1]->setUnansweredWait(milliseconds(0));
+    feed("noanswer 2 1\n");
+    EXPECT_EQ(timedBrightnessRead(*cameras[1]).first, kIOReturnNotResponding);
+    EXPECT_LT(timedBrightnessRead(*cameras[1]).second, kSlow);
 }
 
 }  // namespace

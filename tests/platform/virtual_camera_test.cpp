@@ -39,6 +39,10 @@ TEST(VirtualCameraDefinition, RefusesMalformedDefinitionsWithAReason) {
               "cam.json: vc: descriptor at byte 0 has bLength 0");
     EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "controls": {"Brightnes": {}}})"),
               "cam.json: controls.Brightnes: unknown control");
+    EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "faults": {"slowMs": 60001}})"),
+              "cam.json: faults.slowMs: 60001 is out of range 0..60000");
+    EXPECT_EQ(refusal(R"({"vendorID": 1, "productID": 1, "faults": {"unansweredWaitMs": -1}})"),
+              "cam.json: faults.unansweredWaitMs: -1 is out of range 0..60000");
     QString error;
     EXPECT_FALSE(VirtualCamera::fromFile("/nonexistent/cam.json", &error));
     EXPECT_TRUE(error.startsWith("/nonexistent/cam.json: cannot read"));

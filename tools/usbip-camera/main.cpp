@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <QString>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <memory>
@@ -41,6 +42,9 @@ Options:
                       unplug N | plug N          pull camera N's cable / plug it back in
                       vanish N K                 the K-th control request from now finds camera N gone
                       noanswer N K               camera N leaves its next K control requests unanswered
+                                                 (the driver gives up after its own time-out)
+                      slow N MS                  camera N answers each control request MS ms late
+                                                 (0: at once again)
                       stall N UNIT SELECTOR [CODE]  the control stalls with request error CODE (6)
                       clear N                    remove camera N's stalls
                       set N UNIT SELECTOR VALUE  another program writes the control (clamped as
@@ -119,6 +123,9 @@ int main(int argc, char** argv) {
             std::fprintf(stderr, "orvella-usbip-camera: %s\n", error.toLocal8Bit().constData());
             return 1;
         }
+        // A request the camera leaves unanswered stays unanswered on the wire: the kernel's
+        // driver waits out its own time-out and unlinks it, so the camera holds nothing here.
+        camera->setUnansweredWait(std::chrono::milliseconds{0});
         ports.push_back(std::make_unique<VhciPort>(camera, options.vhci,
                                                    options.firstPort + static_cast<unsigned>(i),
                                                    log, static_cast<int>(i + 1)));
