@@ -3,22 +3,17 @@
 #include <turbojpeg.h>
 
 #include <cstring>
-#include <vector>
 
-extern "C" {
-#include <libswscale/swscale.h>
-}
+#include "capture/YuvToRgb.h"
 
 namespace orvella::capture {
 
 struct FrameDecoder::Private {
     tjhandle jpeg = nullptr;
-    SwsContext* scaler = nullptr;
-    std::vector<uint8_t> scratch;  // the converter's output, before it is copied out
+    QImage full;  // an uncompressed frame at its own size, before it is scaled
 
     ~Private() {
         if (jpeg) tjDestroy(jpeg);
-        sws_freeContext(scaler);
     }
 
     // The size a JPEG frame decodes at for `target`: the smallest DCT scale that still covers
@@ -59,63 +54,23 @@ struct FrameDecoder::Private {
         return true;
     }
 
-    // Converts (and scales, in the same pass) an uncompressed frame into RGB32 of `size`.
+    // Converts an uncompressed frame into RGB32 of `size`: at the frame's own size straight into
+    // `pixels`, otherwise into an image of the frame's size that Qt's smooth scaling (area
+    // averaging when it shrinks) brings to `size`.
     bool convert(const platform::VideoFrame& frame, uchar* pixels, qsizetype bytesPerLine,
                  QSize size) {
-        AVPixelFormat source;
-        qsizetype needed = 0;
-        const qsizetype w = frame.width, h = frame.height;
-        int strides[4] = {frame.bytesPerLine, 0, 0, 0};
-        switch (frame.pixelFormat) {
-            case platform::kPixelFormatYUYV:
-            case platform::kPixelFormatUYVY:
-                source = frame.pixelFormat == platform::kPixelFormatYUYV ? AV_PIX_FMT_YUYV422
-                                                                         : AV_PIX_FMT_UYVY422;
-                needed = frame.bytesPerLine * h;
-                if (frame.bytesPerLine < w * 2) return false;
-                break;
-            case platform::kPixelFormatNV12:
-                source = AV_PIX_FMT_NV12;
-                needed = frame.bytesPerLine * h + frame.bytesPerLine * ((h + 1) / 2);
-                if (frame.bytesPerLine < w) return false;
-                strides[1] = frame.bytesPerLine;
-                break;
-            default:
-                return false;
-        }
-        if (w <= 0 || h <= 0 || size.isEmpty() || frame.data.size() < needed) return false;
-        // libswscale's vector code reads whole blocks, up to a few dozen bytes past the end of
-        // a line; on the last line of a frame that ends where its memory ends, that read faults.
-        // Such a frame is converted from a copy with room behind it.
-        constexpr qsizetype kReadPadding = 64;
-        QByteArray padded;
-        const char* bytes = frame.data.constData();
-        if (frame.data.size() - needed < kReadPadding) {
-            padded = QByteArray(needed + kReadPadding, '\0');
-            std::memcpy(padded.data(), bytes, static_cast<size_t>(needed));
-            bytes = padded.constData();
-        }
-        scaler = sws_getCachedContext(scaler, frame.width, frame.height, source, size.width(),
-                                      size.height(), AV_PIX_FMT_BGRA, SWS_BILINEAR, nullptr,
-                                      nullptr, nullptr);
-        if (!scaler) return false;
-        const auto* base = reinterpret_cast<const uint8_t*>(bytes);
-        const uint8_t* planes[4] = {base, nullptr, nullptr, nullptr};
-        if (source == AV_PIX_FMT_NV12) planes[1] = base + frame.bytesPerLine * h;
-        // The vector code writes whole blocks too, past the end of a line: the last line's
-        // overshoot would land behind the caller's memory. It writes into a buffer of its own
-        // with aligned lines and room behind, copied out line by line.
-        const qsizetype row = qsizetype(size.width()) * 4;
-        const qsizetype scratchStride = (row + 63) & ~qsizetype(63);
-        scratch.resize(static_cast<size_t>(scratchStride * size.height() + kReadPadding));
-        uint8_t* destination[4] = {scratch.data(), nullptr, nullptr, nullptr};
-        const int destinationStrides[4] = {static_cast<int>(scratchStride), 0, 0, 0};
-        if (sws_scale(scaler, planes, strides, 0, frame.height, destination, destinationStrides) !=
-            size.height())
-            return false;
+        if (frame.width <= 0 || frame.height <= 0 || size.isEmpty()) return false;
+        if (size == QSize(frame.width, frame.height))
+            return convertYuv(frame, pixels, bytesPerLine);
+        if (full.size() != QSize(frame.width, frame.height) ||
+            full.format() != QImage::Format_RGB32)
+            full = QImage(frame.width, frame.height, QImage::Format_RGB32);
+        if (full.isNull() || !convertYuv(frame, full.bits(), full.bytesPerLine())) return false;
+        const QImage scaled = full.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+        if (scaled.size() != size) return false;
+        const size_t row = static_cast<size_t>(size.width()) * 4;
         for (int y = 0; y < size.height(); ++y)
-            std::memcpy(pixels + y * bytesPerLine, scratch.data() + y * scratchStride,
-                        static_cast<size_t>(row));
+            std::memcpy(pixels + y * bytesPerLine, scaled.constScanLine(y), row);
         return true;
     }
 

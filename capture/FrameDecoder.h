@@ -1,6 +1,7 @@
 #pragma once
 // Turns a camera frame into an image: MJPEG through libjpeg-turbo's TurboJPEG API, YUYV, UYVY and
-// NV12 through libswscale. One decoder per thread (it keeps its decompressor and scaler).
+// NV12 through capture/YuvToRgb (BT.601, limited range) and, for another size, Qt's smooth
+// scaling. One decoder per thread (it keeps its decompressor and a frame-sized image).
 
 #include <QImage>
 #include <QSize>
@@ -23,7 +24,7 @@ class FrameDecoder {
     // The same into `image`, reusing its memory when the size is unchanged.
     bool decodeInto(const platform::VideoFrame& frame, QImage* image);
     // For display at `target` size: uncompressed frames are converted and scaled to exactly that
-    // size in one pass; MJPEG is decoded at the smallest of libjpeg-turbo's DCT scales that is at
+    // size; MJPEG is decoded at the smallest of libjpeg-turbo's DCT scales that is at
     // least that size (decoding fewer pixels is most of the saving). An empty target decodes
     // the whole frame.
     bool decodeInto(const platform::VideoFrame& frame, QImage* image, QSize target);

@@ -1,5 +1,6 @@
 #pragma once
-// The movie file output of a capture session, written with FFmpeg's libraries through
+// The movie file output of a capture session (the capture path's MovieOutput in the programs that
+// record, library orvella_recording), written with FFmpeg's libraries through
 // media::MovieWriter (frames it encodes are decoded here first, by FrameDecoder). The container
 // follows the file's extension (.mkv, .mp4, .mov, .avi, ...). The video compression is an FFmpeg
 // encoder name ("libx264", "mpeg4", "mjpeg", "ffv1", ...); without one, MJPEG frames are copied
@@ -27,44 +28,45 @@
 #include <optional>
 #include <thread>
 
+#include "capture/MovieOutput.h"
 #include "capture/QTCameraDelegate.h"
 #include "platform/AudioCapture.h"
 #include "platform/CaptureStream.h"
 
 namespace orvella::capture {
 
-class MovieFileOutput {
+class MovieFileOutput final : public MovieOutput {
   public:
     MovieFileOutput();
-    ~MovieFileOutput();
+    ~MovieFileOutput() override;
     MovieFileOutput(const MovieFileOutput&) = delete;
     MovieFileOutput& operator=(const MovieFileOutput&) = delete;
 
     // The movie's frame size; 0 x 0 takes the first frame's size.
-    void setMaximumVideoSize(int32_t width, int32_t height);
+    void setMaximumVideoSize(int32_t width, int32_t height) override;
     // FFmpeg encoder names; empty keeps the default described above.
-    void setVideoCompression(const QString& encoder);
-    void setAudioCompression(const QString& encoder);
+    void setVideoCompression(const QString& encoder) override;
+    void setAudioCompression(const QString& encoder) override;
     QString videoCompression() const;
     QString audioCompression() const;
     // The format of the sound that will come (set before recording starts); none: no sound track.
-    void setAudioInput(std::optional<platform::AudioFormat> format);
+    void setAudioInput(std::optional<platform::AudioFormat> format) override;
 
     // Starts recording to a local file; an empty URL ends the recording (see finish()).
-    void recordToOutputFileURL(const QUrl& url);
-    QUrl outputFileURL() const;
+    void recordToOutputFileURL(const QUrl& url) override;
+    QUrl outputFileURL() const override;
 
     // A frame or a buffer of samples from a capture thread; ignored while not recording. Only
     // queued here: the output's thread writes it.
-    void captureFrame(const platform::FramePtr& frame);
-    void captureAudio(const platform::AudioBufferPtr& buffer);
+    void captureFrame(const platform::FramePtr& frame) override;
+    void captureAudio(const platform::AudioBufferPtr& buffer) override;
 
     // Ends the movie: writes what is queued, flushes the encoders, writes the trailer and closes
     // the file. Returns what went wrong on the way, if anything (a movie without frames is an
     // error too).
-    std::optional<CaptureError> finish();
+    std::optional<CaptureError> finish() override;
 
-    int64_t framesWritten() const;
+    int64_t framesWritten() const override;
     // Frames left out because the encoder had fallen behind.
     int64_t framesDropped() const;
     // Sample frames (one sample of every channel) in the sound track so far.

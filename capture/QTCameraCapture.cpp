@@ -186,8 +186,9 @@ void QTCameraCapture::setCaptureAttributes(int step, const QString& videoCompres
             captureDecompressedVideoOutput_.reset();
             break;
         case 2: {  // record start
+            auto output = makeMovieOutput();
+            if (!output) break;  // this program records no movies
             const auto sound = openAudioInput(audioDevice);
-            auto output = std::make_shared<MovieFileOutput>();
             output->setMaximumVideoSize(camera_.cameraWidth(), camera_.cameraHeight());
             output->setAudioInput(sound);
             {
@@ -201,7 +202,7 @@ void QTCameraCapture::setCaptureAttributes(int step, const QString& videoCompres
         case 3: {  // record stop
             captureDecompressedVideoOutput_ = platform::StreamFormat{};
             applyPixelBufferAttributes();
-            std::shared_ptr<MovieFileOutput> removed;
+            std::shared_ptr<MovieOutput> removed;
             {
                 std::lock_guard lock(outputLock_);
                 removed.swap(captureMovieFileOutput_);
@@ -263,6 +264,11 @@ int QTCameraCapture::startRecord(const QUrl& url, const QString& videoCompressio
                                  platform::CaptureDevice* audioDevice,
                                  const QString& audioCompression) {
     if (camera_.cameraMode() < CameraMode::Previewing) return kCaptureRefused;
+    if (!recordsMovies()) {
+        NSLog("CameraControl Error: this program records no movies; %s is not written",
+              url.toLocalFile().toUtf8().constData());
+        return kCaptureRefused;
+    }
     setCaptureAttributes(2, videoCompression, audioDevice, audioCompression);
     {
         std::lock_guard lock(outputLock_);
@@ -276,7 +282,7 @@ int QTCameraCapture::startRecord(const QUrl& url, const QString& videoCompressio
 
 int QTCameraCapture::stopRecord() {
     if (camera_.cameraMode() != CameraMode::Recording) return kCaptureRefused;
-    std::shared_ptr<MovieFileOutput> output;
+    std::shared_ptr<MovieOutput> output;
     {
         std::lock_guard lock(outputLock_);
         output = captureMovieFileOutput_;
@@ -434,7 +440,7 @@ void QTCameraCapture::streamFailed(IOReturn status, const QString& reason) {
     NSLog("CameraControl Error: the stream stopped (0x%08x): %s", static_cast<uint32_t>(status),
           reason.toUtf8().constData());
     if (camera_.cameraMode() != CameraMode::Recording) return;
-    std::shared_ptr<MovieFileOutput> output;
+    std::shared_ptr<MovieOutput> output;
     {
         std::lock_guard lock(outputLock_);
         output.swap(captureMovieFileOutput_);

@@ -24,7 +24,7 @@
 
 #include "camera/FormatEntry.h"
 #include "capture/FrameRateCounter.h"
-#include "capture/MovieFileOutput.h"
+#include "capture/MovieOutput.h"
 #include "capture/PreviewView.h"
 #include "capture/QTCameraDelegate.h"
 #include "platform/AudioCapture.h"
@@ -79,7 +79,8 @@ class QTCameraCapture final : public QObject,
     // its status. Allowed while previewing or recording.
     int captureImage(QImage* image);
     int captureImage(QImage* image, std::chrono::milliseconds timeLimit);
-    // Records a movie to the URL with FFmpeg encoder names (empty: see MovieFileOutput). The
+    // Records a movie to the URL with FFmpeg encoder names (empty: see MovieFileOutput). Refused,
+    // with a logged line, in a program that has not enabled recording (MovieOutput.h). The
     // audio device (borrowed until the recording ends; null for none) gives the sound track if
     // it has the sound media type and can be opened; otherwise the movie has no sound and one
     // line is logged. Allowed while previewing or recording.
@@ -180,7 +181,7 @@ class QTCameraCapture final : public QObject,
     // The movie output, swapped by the main thread and fed by the capture and sound threads,
     // which only queue to it: it encodes on a thread of its own.
     mutable std::mutex outputLock_;
-    std::shared_ptr<MovieFileOutput> captureMovieFileOutput_;
+    std::shared_ptr<MovieOutput> captureMovieFileOutput_;
     int64_t lastMovieFrames_ = 0;
 };
 

@@ -2,7 +2,8 @@
 // The sound half of the capture seam (QTKit's audio capture device with its device input): a
 // source opened on one sound device that delivers sample buffers on a thread of its own while a
 // movie records. Backends: the virtual camera's test tone and an ALSA capture device through
-// FFmpeg's libavdevice (media/AlsaAudioSource; the camera's own microphone on Linux).
+// FFmpeg's libavdevice (media/AlsaAudioSource; the camera's own microphone on Linux), installed
+// by the programs that record (capture/MovieRecording.h).
 
 #include <QString>
 #include <cstdint>

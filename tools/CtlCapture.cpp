@@ -10,6 +10,7 @@
 #include <memory>
 
 #include "camera/QTCamera.h"
+#include "capture/MovieRecording.h"
 #include "capture/QTCameraCapture.h"
 #include "platform/CaptureDevice.h"
 #include "platform/Clock.h"
@@ -196,6 +197,7 @@ std::optional<CaptureFailure> snapshotCommand(QTCamera& camera, const QString& f
 std::optional<CaptureFailure> recordCommand(QTCamera& camera, const QString& file,
                                             const CaptureOptions& options, std::ostream& err) {
     if (!options.seconds) return CaptureFailure{QStringLiteral("record needs --seconds N"), true};
+    capture::enableMovieRecording();
     EventLoopHost host;
     capture::QTCameraCapture capture(camera);
     ToolDelegate delegate;

@@ -1,6 +1,6 @@
 // The capture path's frame decoders: MJPEG through TurboJPEG, YUYV, UYVY and NV12 through
-// libswscale, of any size and stride, by the three ways the still capture and the preview call
-// them (whole frame, scaled for display, straight into a backing store).
+// capture/YuvToRgb and Qt's scaling, of any size and stride, by the three ways the still capture
+// and the preview call them (whole frame, scaled for display, straight into a backing store).
 //
 // Input: a 9-byte header, then the frame's bytes.
 //   0      format (low 2 bits: MJPEG, YUYV, UYVY, NV12), call (next 2 bits: whole image,

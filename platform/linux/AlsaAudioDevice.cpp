@@ -1,17 +1,17 @@
 #include "platform/linux/AlsaAudioDevice.h"
 
+#include <atomic>
 #include <filesystem>
 #include <fstream>
-
-#include "media/AlsaAudioSource.h"
-
-#include "platform/Clock.h"
 
 namespace orvella::linuxplatform {
 
 namespace {
 
 namespace fs = std::filesystem;
+
+// Set once at start-up by the programs that record.
+std::atomic<AlsaSourceMaker> installedMaker{nullptr};
 
 std::string readLine(const fs::path& file) {
     std::ifstream in(file);
@@ -22,11 +22,16 @@ std::string readLine(const fs::path& file) {
 
 }  // namespace
 
+void setAlsaSourceMaker(AlsaSourceMaker maker) {
+    installedMaker.store(maker, std::memory_order_release);
+}
+
 AlsaAudioDevice::AlsaAudioDevice(std::string pcm, QString displayName, int channels)
     : pcm_(std::move(pcm)), displayName_(std::move(displayName)), channels_(channels) {}
 
 std::unique_ptr<platform::AudioCaptureSource> AlsaAudioDevice::createAudioSource() {
-    return media::makeAlsaAudioSource(pcm_, channels_);
+    const AlsaSourceMaker maker = installedMaker.load(std::memory_order_acquire);
+    return maker ? maker(pcm_, channels_) : nullptr;
 }
 
 std::shared_ptr<AlsaAudioDevice> cameraMicrophone(const std::string& usbDirectory) {

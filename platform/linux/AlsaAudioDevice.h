@@ -1,7 +1,9 @@
 #pragma once
 // Sound capture on Linux: an ALSA capture device, read by media/AlsaAudioSource (FFmpeg's
 // libavdevice "alsa" input) as signed 16-bit samples at 48 kHz (the "plughw" layer converts what
-// the hardware has).
+// the hardware has). The reader is installed by the programs that record
+// (capture::enableMovieRecording), so that the platform library links no FFmpeg; without it a
+// device gives no source and the recording says so.
 // A USB camera's own microphone is the ALSA card of the same USB device: an interface of it has
 // a sound/cardN directory in sysfs.
 
@@ -12,6 +14,11 @@
 #include "platform/CaptureDevice.h"
 
 namespace orvella::linuxplatform {
+
+// What opens a sound source on an ALSA device name with a channel count.
+using AlsaSourceMaker = std::unique_ptr<platform::AudioCaptureSource> (*)(std::string pcm,
+                                                                          int channels);
+void setAlsaSourceMaker(AlsaSourceMaker maker);
 
 class AlsaAudioDevice final : public platform::CaptureDevice {
   public:
@@ -27,6 +34,7 @@ class AlsaAudioDevice final : public platform::CaptureDevice {
     std::vector<platform::CaptureFormatDescription> formatDescriptions() const override {
         return {};
     }
+    // Null when no reader is installed (setAlsaSourceMaker).
     std::unique_ptr<platform::AudioCaptureSource> createAudioSource() override;
     const std::string& pcm() const { return pcm_; }
 

@@ -8,6 +8,8 @@
 
 #include <QDir>
 #include "capture/FrameRateCounter.h"
+#include "capture/MovieOutput.h"
+#include "capture/MovieRecording.h"
 #include "platform/Log.h"
 
 #include "CaptureRig.h"
@@ -43,6 +45,29 @@ TEST(CaptureStateMachine, RefusesOperationsOutsideTheirStatesAndChangesNothing) 
     EXPECT_EQ(c.stopPreview(nullptr), kCaptureDone);
     EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Idle);
     EXPECT_EQ(c.stopPreview(nullptr), kCaptureRefused);
+}
+
+// The tray application links no movie writer: there a recording is refused with one line, the
+// preview goes on and no file appears.
+TEST(CaptureStateMachine, WithoutAMovieWriterRecordingIsRefusedAndThePreviewGoesOn) {
+    CaptureRig rig;
+    auto& c = *rig.capture;
+    ASSERT_EQ(c.startPreview(nullptr), kCaptureDone);
+    const QString file = QDir::temp().filePath("orvella-no-recorder.mkv");
+    QFile::remove(file);
+    capture::setMovieOutputMaker(nullptr);
+    {
+        log::ScopedCapture log;
+        EXPECT_EQ(c.startRecord(QUrl::fromLocalFile(file), {}, nullptr, {}), kCaptureRefused);
+        EXPECT_TRUE(logged(log, ("CameraControl Error: this program records no movies; " + file +
+                                 " is not written")
+                                    .toStdString()));
+    }
+    capture::enableMovieRecording();
+    EXPECT_EQ(rig.camera->cameraMode(), CameraMode::Previewing);
+    EXPECT_EQ(c.stopRecord(), kCaptureRefused);
+    EXPECT_FALSE(QFile::exists(file));
+    EXPECT_EQ(c.stopPreview(nullptr), kCaptureDone);
 }
 
 TEST(CaptureStateMachine, StopPreviewWhileRecordingEndsTheMovieFirst) {

@@ -1,0 +1,22 @@
+#include "capture/MovieRecording.h"
+
+#include "capture/MovieFileOutput.h"
+#include "media/AlsaAudioSource.h"
+#include "platform/linux/AlsaAudioDevice.h"
+
+namespace orvella::capture {
+
+namespace {
+
+std::shared_ptr<MovieOutput> makeMovieFileOutput() {
+    return std::make_shared<MovieFileOutput>();
+}
+
+}  // namespace
+
+void enableMovieRecording() {
+    setMovieOutputMaker(&makeMovieFileOutput);
+    linuxplatform::setAlsaSourceMaker(&media::makeAlsaAudioSource);
+}
+
+}  // namespace orvella::capture

@@ -1,0 +1,26 @@
+cmake_minimum_required(VERSION 3.25)
+# Fails when BINARY needs an FFmpeg library (libavcodec, libavformat, libavdevice, libavfilter,
+# libavutil, libswscale, libswresample, libpostproc), directly (its NEEDED entries, read with
+# readelf) or through another library (the loader's list, from ldd).
+foreach(tool IN ITEMS readelf ldd)
+  find_program(${tool}_program ${tool} REQUIRED)
+endforeach()
+if(NOT EXISTS "${BINARY}")
+  message(FATAL_ERROR "no program at ${BINARY}")
+endif()
+execute_process(COMMAND ${readelf_program} --dynamic "${BINARY}" OUTPUT_VARIABLE dynamic
+                RESULT_VARIABLE status)
+if(NOT status EQUAL 0 OR NOT dynamic MATCHES "NEEDED")
+  message(FATAL_ERROR "readelf could not read the dynamic section of ${BINARY}")
+endif()
+execute_process(COMMAND ${ldd_program} "${BINARY}" OUTPUT_VARIABLE loaded RESULT_VARIABLE status)
+if(NOT status EQUAL 0)
+  message(FATAL_ERROR "ldd could not list the libraries of ${BINARY}")
+endif()
+set(ffmpeg "lib(av(codec|format|device|filter|util)|sw(scale|resample)|postproc)\\.so[.0-9]*")
+string(REGEX MATCHALL "\\[${ffmpeg}\\]" needed "${dynamic}")
+string(REGEX MATCHALL "${ffmpeg} =>" through "${loaded}")
+if(needed OR through)
+  list(REMOVE_DUPLICATES through)
+  message(FATAL_ERROR "${BINARY} maps FFmpeg: needs ${needed}; loads ${through}")
+endif()
