@@ -294,7 +294,8 @@ void Orvella::applicationWillBecomeActive() {
 }
 
 void Orvella::applicationWillTerminate() {
-    // Nothing to save: every change was written when it was made.
+    // Changes still waiting for the preferences' writer are written before the program ends.
+    defaults_.flush();
     timer_.systemWillSleep();  // stops the timer and any start still pending
     guard_.setEnabled(false);
     setPowerEvents(nullptr);
@@ -448,6 +449,7 @@ void Orvella::stopFollowingFormats(QTCamera* camera) {
 
 void Orvella::systemWillSleep() {
     NSLog("System will sleep: the timer stops");
+    defaults_.flush();
     timer_.systemWillSleep();
     guard_.systemWillSleep();
 }
