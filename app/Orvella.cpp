@@ -31,6 +31,8 @@ using settings::ProfileListModel;
 
 // Keys of the timer's jobs: one of each kind waits in a session at most.
 constexpr uint64_t kRefreshKey = 1, kResendKey = 2;
+// How long quitting waits for the cameras' sessions to hand over what they did.
+constexpr int kQuitSettleMs = 500;
 
 // The profile list as the panel's pop-up reads it: the star as the item's image, the
 // load-at-start tag under the panel's tag role, and a mark of "changed by hand" passed on to the
@@ -300,7 +302,11 @@ void Orvella::applicationWillBecomeActive() {
 }
 
 void Orvella::applicationWillTerminate() {
-    // Nothing to save: every change was written when it was made.
+    // What the cameras' sessions still have to hand over (the last slider step's record) is
+    // taken in, as long as the cameras answer soon; then the preferences' writer writes what
+    // waits before the program ends.
+    CameraSession::settleAll(kQuitSettleMs);
+    defaults_.flush();
     timer_.systemWillSleep();  // stops the timer and any start still pending
     guard_.setEnabled(false);
     setPowerEvents(nullptr);
@@ -511,6 +517,7 @@ void Orvella::stopFollowingFormats(CameraSession* camera) {
 
 void Orvella::systemWillSleep() {
     NSLog("System will sleep: the timer stops");
+    defaults_.flush();
     timer_.systemWillSleep();
     guard_.systemWillSleep();
 }

@@ -94,6 +94,8 @@ int main(int argc, char** argv) {
 
     ui::installTranslation();  // first: the panel's rows take their titles when built
     settings::DefaultsStore defaults;
+    // Preferences are written on a thread of their own; quitting and sleep flush them.
+    defaults.enableBackgroundWrites();
     linuxplatform::XdgAutostart loginItem;
     app::CameraList cameras;
     app::Orvella controller(defaults, cameras, &loginItem);

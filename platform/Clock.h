@@ -6,6 +6,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <mutex>
 #include <vector>
 
 namespace orvella::platform {
@@ -34,11 +35,18 @@ class SystemClock final : public Clock {
     static SystemClock& shared();
 };
 
-// Returns at once and remembers every pause asked for.
+// Returns at once and remembers every pause asked for. Cameras on sessions of their own may
+// pause on one clock at once; read `pauses` once they are idle.
 class RecordingClock final : public Clock {
   public:
-    void usleep(uint32_t microseconds) override { pauses.push_back(microseconds); }
+    void usleep(uint32_t microseconds) override {
+        std::lock_guard lock(mutex_);
+        pauses.push_back(microseconds);
+    }
     std::vector<uint32_t> pauses;
+
+  private:
+    std::mutex mutex_;
 };
 
 }  // namespace orvella::platform

@@ -5,6 +5,8 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QLockFile>
+#include <QMetaObject>
+#include <QObject>
 #include <QSaveFile>
 
 #include <fcntl.h>
@@ -144,20 +146,78 @@ QString lockProblem(const QLockFile& lock, const QString& lockPath) {
     }
 }
 
+QVariantMap asDictionary(const QVariant& value) {
+    return value.typeId() == QMetaType::QVariantMap ? value.toMap() : QVariantMap();
+}
+
+QVariantList asArray(const QVariant& value) {
+    return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
+}
+
+std::string line(const QString& text) {
+    return text.toUtf8().toStdString();
+}
+
 }  // namespace
 
-DefaultsStore::DefaultsStore(const QString& path) : path_(path) {
-    if (!lockedSync(nullptr) && !unreadable_) {
-        // No lock could be had: read what is there without setting anything aside.
-        QFile file(path_);
-        if (file.open(QIODevice::ReadOnly)) {
-            if (auto content = plist::parseDictionary(file.read(plist::kMaxBytes + 1), nullptr))
-                values_ = *content;
-        } else if (file.exists()) {
-            fail(QStringLiteral("cannot read %1: %2").arg(path_, reason(errno)));
-            unreadable_ = true;
-        }
+QVariantMap DefaultsDomain::dictionaryForKey(const QString& key) const {
+    return asDictionary(objectForKey(key));
+}
+
+QVariantList DefaultsDomain::arrayForKey(const QString& key) const {
+    return asArray(objectForKey(key));
+}
+
+void DefaultsDomain::setObject(const QVariant& value, const QString& key) {
+    const QVariant plain = plist::normalized(value);
+    if (plain.isValid())
+        values_.insert(key, plain);
+    else
+        values_.remove(key);
+}
+
+void DefaultsStore::Op::apply(QVariantMap& values) const {
+    if (change) {
+        DefaultsDomain domain(values);
+        change(domain);
+    } else if (value) {
+        values.insert(key, *value);
+    } else {
+        values.remove(key);
     }
+}
+
+DefaultsStore::DefaultsStore(const QString& path) : path_(path) {
+    disk_.path = path_;
+    Outcome first = pass({}, nullptr);
+    const bool read = first.ok, unreadable = first.unreadable.value_or(false);
+    takeIn(std::move(first));
+    if (read || unreadable) return;
+    // No lock could be had: read what is there without setting anything aside.
+    QFile file(path_);
+    if (file.open(QIODevice::ReadOnly)) {
+        if (auto content = plist::parseDictionary(file.read(plist::kMaxBytes + 1), nullptr)) {
+            values_ = base_ = disk_.lastRead = *content;
+        }
+    } else if (file.exists()) {
+        problem_ = QStringLiteral("cannot read %1: %2").arg(path_, reason(errno));
+        NSLog("Preferences: %s; changes are kept for later", qPrintable(problem_));
+        unreadable_ = true;
+    }
+}
+
+DefaultsStore::~DefaultsStore() {
+    if (!writer_.joinable()) return;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        stop_ = true;
+    }
+    wake_.notify_all();
+    writer_.join();
+    // The owner of a handler may be gone already; the log lines of the last write still count.
+    changedElsewhere_ = nullptr;
+    takeInAll();
+    receiver_.reset();
 }
 
 QString DefaultsStore::defaultPath() {
@@ -165,6 +225,14 @@ QString DefaultsStore::defaultPath() {
     if (config.isEmpty() || !QDir::isAbsolutePath(config))
         config = QDir::homePath() + QStringLiteral("/.config");
     return config + QStringLiteral("/orvella/org.orvella.Orvella.plist");
+}
+
+void DefaultsStore::enableBackgroundWrites(std::chrono::milliseconds interval) {
+    if (writer_.joinable()) return;
+    interval_ = interval;
+    receiver_ = std::make_unique<QObject>();
+    // From here on only the writer touches disk_; starting the thread publishes it.
+    writer_ = std::thread([this] { writerLoop(); });
 }
 
 void DefaultsStore::registerDefaults(const QVariantMap& defaults) {
@@ -181,13 +249,11 @@ QVariant DefaultsStore::objectForKey(const QString& key) const {
 }
 
 QVariantMap DefaultsStore::dictionaryForKey(const QString& key) const {
-    const QVariant value = objectForKey(key);
-    return value.typeId() == QMetaType::QVariantMap ? value.toMap() : QVariantMap();
+    return asDictionary(objectForKey(key));
 }
 
 QVariantList DefaultsStore::arrayForKey(const QString& key) const {
-    const QVariant value = objectForKey(key);
-    return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
+    return asArray(objectForKey(key));
 }
 
 qint64 DefaultsStore::integerForKey(const QString& key) const {
@@ -228,82 +294,247 @@ QString DefaultsStore::stringForKey(const QString& key) const {
 }
 
 void DefaultsStore::setObject(const QVariant& value, const QString& key) {
+    Op op;
+    op.key = key;
     const QVariant plain = plist::normalized(value);
-    if (!plain.isValid()) {
-        removeObject(key);
-        return;
-    }
-    values_.insert(key, plain);
-    pending_[key] = plain;
+    if (plain.isValid()) op.value = plain;
+    op.apply(values_);
+    enqueue(std::move(op));
 }
 
 void DefaultsStore::removeObject(const QString& key) {
-    values_.remove(key);
-    pending_[key] = std::nullopt;
+    Op op;
+    op.key = key;
+    op.apply(values_);
+    enqueue(std::move(op));
+}
+
+void DefaultsStore::enqueue(Op op) {
+    op.seq = ++nextSeq_;
+    unwritten_.push_back(op);
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        queue_.push_back(std::move(op));
+    }
+    if (backgroundWrites()) wake_.notify_all();
 }
 
 bool DefaultsStore::synchronize() {
-    return lockedSync(nullptr);
+    if (!backgroundWrites()) {
+        Outcome outcome = pass({}, nullptr);
+        const bool ok = outcome.ok;
+        takeIn(std::move(outcome));
+        return ok;
+    }
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        const std::uint64_t ticket = ++requested_;
+        wake_.notify_all();
+        finished_.wait(lock, [&] { return served_ >= ticket; });
+    }
+    takeInAll();
+    return problem_.isEmpty();
 }
 
-bool DefaultsStore::modify(const std::function<void()>& change) {
-    return lockedSync(change);
+bool DefaultsStore::save() {
+    // With background writes every change has already woken the writer.
+    return backgroundWrites() ? true : synchronize();
 }
 
-bool DefaultsStore::lockedSync(const std::function<void()>& change) {
-    if (locked_) {
-        // Called from within a change: the lock is held and the write follows.
-        if (change) change();
+void DefaultsStore::refresh() {
+    if (!backgroundWrites()) {
+        synchronize();
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        ++requested_;
+    }
+    wake_.notify_all();
+}
+
+bool DefaultsStore::modifyWith(Change replay, const Change& firstRun) {
+    const Change& now = firstRun ? firstRun : replay;
+    if (backgroundWrites()) {
+        DefaultsDomain domain(values_);
+        now(domain);
+        Op op;
+        op.change = std::move(replay);
+        enqueue(std::move(op));
         return true;
     }
+    bool ran = false;
+    Outcome outcome = pass(now, &ran);
+    const bool ok = outcome.ok;
+    if (ran && !ok) {
+        // The change ran but was not written: it waits, like any other, for the next write.
+        Op op;
+        op.change = std::move(replay);
+        op.seq = ++nextSeq_;
+        op.apply(values_);
+        unwritten_.push_back(op);
+        disk_.batchSeq = op.seq;
+        disk_.batch.push_back(std::move(op));
+    }
+    takeIn(std::move(outcome));
+    return ok;
+}
+
+bool DefaultsStore::changedOnDisk() const {
+    std::optional<Stamp> known;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        known = diskStamp_;
+    }
+    return currentStamp() != known;
+}
+
+std::uint64_t DefaultsStore::writeCount() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return writes_;
+}
+
+// ---- The owner's side of the writer's results ----
+
+void DefaultsStore::takeIn(Outcome outcome) {
+    for (const std::string& text : outcome.log)
+        NSLog("%s", text.c_str());
+    if (!outcome.setAside.isEmpty()) setAside_ = outcome.setAside;
+    if (outcome.unreadable) unreadable_ = *outcome.unreadable;
+    if (!outcome.ok) {
+        if (!outcome.problem.isEmpty()) problem_ = outcome.problem;
+        return;
+    }
+    problem_.clear();
+    base_ = std::move(*outcome.content);
+    while (!unwritten_.empty() && unwritten_.front().seq <= outcome.lastSeq)
+        unwritten_.pop_front();
+    values_ = base_;
+    for (const Op& op : unwritten_)
+        op.apply(values_);
+}
+
+void DefaultsStore::takeInAll() {
+    std::vector<Outcome> outcomes;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        outcomes.swap(outcomes_);
+    }
+    bool elsewhere = false;
+    for (Outcome& outcome : outcomes) {
+        elsewhere = elsewhere || (outcome.ok && outcome.changedElsewhere);
+        takeIn(std::move(outcome));
+    }
+    // Last: the handler may read and change the store.
+    if (elsewhere && changedElsewhere_) changedElsewhere_();
+}
+
+// ---- The writer thread ----
+
+void DefaultsStore::writerLoop() {
+    using Clock = std::chrono::steady_clock;
+    Clock::time_point lastStart{};
+    std::unique_lock<std::mutex> lock(mutex_);
+    for (;;) {
+        wake_.wait(lock, [&] { return stop_ || !queue_.empty() || requested_ != served_; });
+        // Changes alone wait for the interval since the last write began, so that a stream of
+        // changes (a slider being dragged) is written a few times a second, not once per step.
+        if (!stop_ && requested_ == served_)
+            wake_.wait_until(lock, lastStart + interval_,
+                             [&] { return stop_ || requested_ != served_; });
+        const bool stopping = stop_;
+        const std::uint64_t serving = requested_;
+        const bool idle = queue_.empty() && disk_.batch.empty() && serving == served_;
+        if (!(stopping && idle)) {
+            lock.unlock();
+            lastStart = Clock::now();
+            Outcome outcome = pass({}, nullptr);
+            lock.lock();
+            outcomes_.push_back(std::move(outcome));
+        }
+        served_ = serving;
+        finished_.notify_all();
+        if (stopping) return;
+        lock.unlock();
+        QMetaObject::invokeMethod(
+            receiver_.get(), [this] { takeInAll(); }, Qt::QueuedConnection);
+        lock.lock();
+    }
+}
+
+// ---- One pass over the file: on the owner before background writes, on the writer after ----
+
+DefaultsStore::Outcome DefaultsStore::pass(const Change& firstRun, bool* ran) {
+    Outcome out;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        for (Op& op : queue_) {
+            disk_.batchSeq = op.seq;
+            disk_.batch.push_back(std::move(op));
+        }
+        queue_.clear();
+    }
+    const struct PublishStamp {
+        DefaultsStore& store;
+        ~PublishStamp() {
+            const std::lock_guard<std::mutex> lock(store.mutex_);
+            store.diskStamp_ = store.disk_.stamp;
+        }
+    } publish{*this};
+
     const QString directory = QFileInfo(path_).absolutePath();
-    if (!QDir().mkpath(directory))
-        return fail(QStringLiteral("cannot create the folder %1").arg(directory));
+    if (!QDir().mkpath(directory)) {
+        fail(&out, QStringLiteral("cannot create the folder %1").arg(directory));
+        return out;
+    }
     const QString lockPath = path_ + QStringLiteral(".lock");
     // A folder or another user's file in the lock's place never goes away by waiting.
     const QFileInfo lockInfo(lockPath);
-    if (lockInfo.isDir() || (lockInfo.exists() && lockInfo.ownerId() != ::geteuid()))
-        return fail(lockProblem(QLockFile(lockPath), lockPath));
+    if (lockInfo.isDir() || (lockInfo.exists() && lockInfo.ownerId() != ::geteuid())) {
+        fail(&out, lockProblem(QLockFile(lockPath), lockPath));
+        return out;
+    }
     QLockFile lock(lockPath);
-    if (!lock.tryLock(kLockTimeoutMs)) return fail(lockProblem(lock, lockPath));
+    if (!lock.tryLock(kLockTimeoutMs)) {
+        fail(&out, lockProblem(lock, lockPath));
+        return out;
+    }
 
-    locked_ = true;
-    const struct Unlock {
-        bool& flag;
-        ~Unlock() { flag = false; }
-    } unlock{locked_};
-
-    QVariantMap onDisk;
+    QVariantMap onDisk, work;
     bool mustWrite = false;
-    switch (readFile(&onDisk)) {
+    switch (readFile(&onDisk, &out)) {
         case ReadResult::Read:
         case ReadResult::Missing:
-            values_ = onDisk;
+            work = onDisk;
             break;
         case ReadResult::SetAside:
             // The last good content this process read stays; write it back in place of the
             // file set aside.
-            mustWrite = !values_.isEmpty() || !pending_.empty();
+            work = disk_.lastRead;
+            mustWrite = !work.isEmpty() || !disk_.batch.empty();
             break;
         case ReadResult::Failed:
-            return false;
+            return out;
     }
-    for (const auto& [key, value] : pending_) {
-        if (value)
-            values_.insert(key, *value);
-        else
-            values_.remove(key);
+    for (const Op& op : disk_.batch)
+        op.apply(work);
+    if (firstRun) {
+        DefaultsDomain domain(work);
+        firstRun(domain);
+        if (ran) *ran = true;
     }
-    if (change) change();
-    if ((mustWrite || values_ != onDisk) && !writeFile(values_)) return false;
-    pending_.clear();
-    problem_.clear();
-    return true;
+    if ((mustWrite || work != onDisk) && !writeFile(work, &out)) return out;
+    out.ok = true;
+    out.content = std::move(work);
+    out.lastSeq = disk_.batchSeq;
+    disk_.batch.clear();
+    return out;
 }
 
-bool DefaultsStore::fail(const QString& problem) {
-    problem_ = problem;
-    NSLog("Preferences: %s; changes are kept for later", qPrintable(problem));
+bool DefaultsStore::fail(Outcome* outcome, const QString& problem) {
+    outcome->problem = problem;
+    outcome->log.push_back(
+        line(QStringLiteral("Preferences: %1; changes are kept for later").arg(problem)));
     return false;
 }
 
@@ -316,60 +547,63 @@ std::optional<DefaultsStore::Stamp> DefaultsStore::currentStamp() const {
                  static_cast<long long>(info.st_mtim.tv_nsec)};
 }
 
-DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content) {
+DefaultsStore::ReadResult DefaultsStore::readFile(QVariantMap* content, Outcome* out) {
     // Every write replaces the file (a new inode), so an unchanged stamp is unchanged content.
     const std::optional<Stamp> stamp = currentStamp();
-    if (stamp && stamp == stamp_) {
-        *content = lastRead_;
+    if (stamp && stamp == disk_.stamp) {
+        *content = disk_.lastRead;
         return ReadResult::Read;
     }
-    stamp_.reset();
+    disk_.stamp.reset();
     QFile file(path_);
     if (!file.exists()) {
-        unreadable_ = false;
+        out->unreadable = false;
         return ReadResult::Missing;
     }
     if (!file.open(QIODevice::ReadOnly)) {
         const int error = errno;
-        unreadable_ = true;
-        fail(QStringLiteral("cannot read %1: %2").arg(path_, reason(error)));
+        out->unreadable = true;
+        fail(out, QStringLiteral("cannot read %1: %2").arg(path_, reason(error)));
         return ReadResult::Failed;
     }
     // One byte past the reader's limit is enough to refuse a file that is too large.
     const QByteArray bytes = file.read(plist::kMaxBytes + 1);
     if (file.error() != QFileDevice::NoError) {
-        unreadable_ = true;
-        fail(QStringLiteral("cannot read %1: %2").arg(path_, file.errorString()));
+        out->unreadable = true;
+        fail(out, QStringLiteral("cannot read %1: %2").arg(path_, file.errorString()));
         return ReadResult::Failed;
     }
     file.close();
-    unreadable_ = false;
+    out->unreadable = false;
     QString why;
     if (auto parsed = plist::parseDictionary(bytes, &why)) {
         *content = std::move(*parsed);
-        lastRead_ = *content;
-        stamp_ = stamp;
+        out->changedElsewhere = *content != disk_.lastRead;
+        disk_.lastRead = *content;
+        disk_.stamp = stamp;
         return ReadResult::Read;
     }
     const QString aside = moveAside(path_);
     if (aside.isEmpty()) {
-        problem_ = QStringLiteral("%1 cannot be read (%2) and cannot be moved aside: %3")
-                       .arg(path_, why, reason(errno));
-        NSLog("Preferences: %s; it is left as it is", qPrintable(problem_));
+        out->problem = QStringLiteral("%1 cannot be read (%2) and cannot be moved aside: %3")
+                           .arg(path_, why, reason(errno));
+        out->log.push_back(
+            line(QStringLiteral("Preferences: %1; it is left as it is").arg(out->problem)));
         return ReadResult::Failed;
     }
-    NSLog("Preferences: %s cannot be read (%s); moved it aside to %s", qPrintable(path_),
-          qPrintable(why), qPrintable(aside));
-    setAside_ = aside;
+    out->log.push_back(
+        line(QStringLiteral("Preferences: %1 cannot be read (%2); moved it aside to %3")
+                 .arg(path_, why, aside)));
+    out->setAside = aside;
     return ReadResult::SetAside;
 }
 
-bool DefaultsStore::writeFile(const QVariantMap& content) {
+bool DefaultsStore::writeFile(const QVariantMap& content, Outcome* out) {
     // Unbuffered, so that a write the disk does not take whole (no space, a quota) fails here and
     // the temporary file is thrown away instead of replacing the good file with a short one.
     QSaveFile file(path_);
     if (!file.open(QIODevice::WriteOnly | QIODevice::Unbuffered))
-        return fail(QStringLiteral("cannot write %1: %2").arg(path_, reason(errno)));
+        return fail(out, QStringLiteral("cannot write %1: %2").arg(path_, reason(errno)));
     const QByteArray bytes = plist::toXml(content);
     const bool whole = ::fchmod(file.handle(), kFileMode) == 0 &&
                        file.write(bytes) == bytes.size() && file.error() == QFileDevice::NoError;
@@ -377,13 +611,15 @@ bool DefaultsStore::writeFile(const QVariantMap& content) {
     if (!whole) {
         file.cancelWriting();
         file.commit();  // removes the temporary file
-        return fail(QStringLiteral("cannot write %1: %2")
-                        .arg(path_, error ? reason(error) : file.errorString()));
+        return fail(out, QStringLiteral("cannot write %1: %2")
+                             .arg(path_, error ? reason(error) : file.errorString()));
     }
     if (!file.commit())
-        return fail(QStringLiteral("cannot write %1: %2").arg(path_, file.errorString()));
-    lastRead_ = content;
-    stamp_ = currentStamp();
+        return fail(out, QStringLiteral("cannot write %1: %2").arg(path_, file.errorString()));
+    disk_.lastRead = content;
+    disk_.stamp = currentStamp();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++writes_;
     return true;
 }
 

@@ -6,6 +6,7 @@
 #include "settings/PlistShape.h"
 
 #include <QDateTime>
+#include <algorithm>
 #include <limits>
 #include <memory>
 
@@ -160,7 +161,40 @@ plist_t toNode(const QVariant& value, int depth) {
     }
 }
 
+// True when `value` already has the form normalized() gives it, so that it is kept as it is, its
+// containers shared rather than rebuilt: the profile store sets its whole "Settings" dictionary
+// at every change, and that dictionary holds every model's profiles.
+bool isNormal(const QVariant& value, int depth) {
+    switch (value.typeId()) {
+        case QMetaType::QVariantMap: {
+            if (depth > kMaxDepth) return false;
+            const auto& map = *static_cast<const QVariantMap*>(value.constData());
+            return std::all_of(map.cbegin(), map.cend(),
+                               [depth](const QVariant& item) { return isNormal(item, depth + 1); });
+        }
+        case QMetaType::QVariantList: {
+            if (depth > kMaxDepth) return false;
+            const auto& list = *static_cast<const QVariantList*>(value.constData());
+            return std::all_of(list.cbegin(), list.cend(),
+                               [depth](const QVariant& item) { return isNormal(item, depth + 1); });
+        }
+        case QMetaType::Bool:
+        case QMetaType::LongLong:
+        case QMetaType::Double:
+        case QMetaType::QString:
+        case QMetaType::QByteArray:
+            return true;
+        case QMetaType::QDateTime: {
+            const QDateTime time = value.toDateTime();
+            return time.isValid() && time.timeSpec() == Qt::UTC && time.time().msec() == 0;
+        }
+        default:
+            return false;
+    }
+}
+
 QVariant normalized(const QVariant& value, int depth) {
+    if (isNormal(value, depth)) return value;
     switch (value.typeId()) {
         case QMetaType::QVariantMap:
         case QMetaType::QVariantHash: {

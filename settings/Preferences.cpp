@@ -45,7 +45,7 @@ void Preferences::startUp(ProfileStore& profiles) {
 
 void Preferences::initDefaults() {
     defaults_.registerDefaults(registeredDefaults());
-    defaults_.synchronize();
+    defaults_.save();
 }
 
 void Preferences::readDefaults() {
@@ -81,7 +81,7 @@ bool Preferences::writeDefaults() {
     writeValue(_panelOn, keys::kShowHideControlPanel);
     writeValue(_launchAtLogin, keys::kLaunchAtLogin);
     writeValue(_hideMenuBarIcon, keys::kHideMenuBarIcon);
-    return defaults_.synchronize();
+    return defaults_.save();
 }
 
 void Preferences::clickLaunchAtLogin(bool on) {
@@ -112,13 +112,13 @@ void Preferences::setPanelOn(bool on) {
 void Preferences::selectUpdateSlider(int tag) {
     _updateSlider = intervalTag(tag);
     defaults_.setInteger(_updateSlider, keys::kUpdateSlider);
-    defaults_.synchronize();
+    defaults_.save();
 }
 
 void Preferences::selectReconfigureWebcam(int tag) {
     _reconfigureWebcam = intervalTag(tag);
     defaults_.setInteger(_reconfigureWebcam, keys::kReconfigureWebcam);
-    defaults_.synchronize();
+    defaults_.save();
 }
 
 bool Preferences::guardSettings() const {
@@ -127,7 +127,7 @@ bool Preferences::guardSettings() const {
 
 void Preferences::setGuardSettings(bool on) {
     defaults_.setBool(on, keys::kGuardSettings);
-    defaults_.synchronize();
+    defaults_.save();
 }
 
 int Preferences::guardSettleTime() const {
@@ -140,7 +140,7 @@ void Preferences::setGuardSettleTime(int milliseconds) {
     if (milliseconds < kGuardSettleMinMs || milliseconds > kGuardSettleMaxMs)
         milliseconds = kGuardSettleChoices.front();
     defaults_.setInteger(milliseconds, keys::kGuardSettleTime);
-    defaults_.synchronize();
+    defaults_.save();
 }
 
 bool Preferences::disablePopup() const {
@@ -149,7 +149,7 @@ bool Preferences::disablePopup() const {
 
 void Preferences::setDisablePopup(bool disabled) {
     defaults_.setBool(disabled, keys::kDisablePopup);
-    defaults_.synchronize();
+    defaults_.save();
 }
 
 bool Preferences::displayValue(int32_t settingsID) const {
@@ -160,19 +160,21 @@ bool Preferences::displayValue(int32_t settingsID) const {
 }
 
 void Preferences::setDisplayValue(int32_t settingsID, bool on) {
-    defaults_.modify([&] {
-        const QVariant stored = defaults_.objectForKey(keys::kDisplayValue);
-        if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap) {
-            NSLog(
-                "Preferences: \"%s\" holds a value of type %s where a dictionary belongs; it "
-                "is kept as it is and the choice is not stored",
-                keys::kDisplayValue.data(), qPrintable(plist::typeName(stored)));
-            return;
-        }
+    // The change runs again on the file's content under the lock (DefaultsStore::modify): it
+    // reports what stands in the way through its result, and the log line is written here.
+    const auto stored = defaults_.modify([settingsID, on](DefaultsDomain& domain) {
+        const QVariant stored = domain.objectForKey(keys::kDisplayValue);
+        if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap) return stored;
         QVariantMap values = stored.toMap();
         values.insert(QString::number(settingsID), on);
-        defaults_.setObject(values, keys::kDisplayValue);
+        domain.setObject(values, keys::kDisplayValue);
+        return QVariant();
     });
+    if (stored && stored->isValid())
+        NSLog(
+            "Preferences: \"%s\" holds a value of type %s where a dictionary belongs; it "
+            "is kept as it is and the choice is not stored",
+            keys::kDisplayValue.data(), qPrintable(plist::typeName(*stored)));
 }
 
 }  // namespace orvella::settings

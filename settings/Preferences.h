@@ -40,12 +40,12 @@ class Preferences {
     // Start-up: initDefaults, the profile store's cleanDefaults, readDefaults, writeDefaults.
     void startUp(ProfileStore& profiles);
 
-    // Registers the defaults and synchronizes.
+    // Registers the defaults and saves (DefaultsStore::save).
     void initDefaults();
     // Copies the stored preferences into the mirrored values. The menu icon is always black and
     // white: whatever was stored, bwMenuIcon reads 1 afterwards.
     void readDefaults();
-    // Stores the menu icon, panel, launch-at-login and hidden-icon values, then synchronizes.
+    // Stores the menu icon, panel, launch-at-login and hidden-icon values, then saves.
     // The intervals are stored by their own selections.
     bool writeDefaults();
 

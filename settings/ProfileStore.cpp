@@ -61,10 +61,55 @@ QVariantList arrayOf(const QVariantMap& settings, const QString& model) {
     return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
 }
 
+// What stands where a change would write when it is of another type than the store writes (a
+// model whose entry is not a list, "Settings" that is not a dictionary): the user's data all the
+// same, so a change leaves it as it is and the caller reports it.
+struct Kept {
+    QString where;
+    QVariant value;
+    const char* expected = "";
+};
+
+std::optional<Kept> dictionaryIn(const DefaultsDomain& domain, const QString& key,
+                                 QVariantMap* dictionary) {
+    const QVariant stored = domain.objectForKey(key);
+    if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap)
+        return Kept{QStringLiteral("\"%1\"").arg(key), stored, "a dictionary"};
+    *dictionary = stored.toMap();
+    return std::nullopt;
+}
+
+// The "Settings" dictionary and the model's list of records as the domain holds them.
+std::optional<Kept> settingsIn(const DefaultsDomain& domain, const QString& model,
+                               QVariantMap* settings, QVariantList* array) {
+    if (auto kept = dictionaryIn(domain, keys::kSettings, settings)) return kept;
+    const QVariant entry = settings->value(model);
+    if (entry.isValid() && entry.typeId() != QMetaType::QVariantList)
+        return Kept{QStringLiteral("the entry of %1").arg(model), entry, "a list of profiles"};
+    *array = entry.toList();
+    return std::nullopt;
+}
+
+// What a change that stores one model's list did: the changes below run on the defaults store's
+// view and again on the file's content under the lock (DefaultsStore::modify), so they work on
+// copies they captured and report through what they return.
+struct Edit {
+    bool done = false;
+    int listIndex = -1;
+    std::optional<Kept> kept;
+};
+
 }  // namespace
 
 ProfileStore::ProfileStore(DefaultsStore& defaults, QObject* parent)
-    : QObject(parent), defaults_(defaults) {}
+    : QObject(parent), defaults_(defaults) {
+    // With background writes, what another process wrote arrives with the writer's results.
+    defaults_.setChangedElsewhereHandler([this] { emit profilesChanged(QString()); });
+}
+
+ProfileStore::~ProfileStore() {
+    defaults_.setChangedElsewhereHandler({});
+}
 
 QString ProfileStore::trimmedName(const QString& typed) {
     return typed.trimmed();
@@ -87,26 +132,11 @@ void ProfileStore::reportKept(const QString& where, const QVariant& value, const
     NSLog("Settings: %s", qPrintable(problem_));
 }
 
-bool ProfileStore::writableDictionary(const QString& key, QVariantMap* dictionary) {
-    const QVariant stored = defaults_.objectForKey(key);
-    if (stored.isValid() && stored.typeId() != QMetaType::QVariantMap) {
-        reportKept(QStringLiteral("\"%1\"").arg(key), stored, "a dictionary");
-        return false;
-    }
-    *dictionary = stored.toMap();
-    return true;
-}
-
-bool ProfileStore::writableSettings(const QString& model, QVariantMap* settings,
-                                    QVariantList* array) {
-    if (!writableDictionary(keys::kSettings, settings)) return false;
-    const QVariant entry = settings->value(model);
-    if (entry.isValid() && entry.typeId() != QMetaType::QVariantList) {
-        reportKept(QStringLiteral("the entry of %1").arg(model), entry, "a list of profiles");
-        return false;
-    }
-    *array = entry.toList();
-    return true;
+template <typename Outcome>
+bool ProfileStore::reported(const std::optional<Outcome>& outcome) {
+    if (outcome && outcome->kept)
+        reportKept(outcome->kept->where, outcome->kept->value, outcome->kept->expected);
+    return outcome && outcome->done;
 }
 
 QList<SettingsRecord> ProfileStore::records(const QString& model) const {
@@ -179,18 +209,19 @@ bool ProfileStore::saveSettings(const QString& name, bool isAppDefaultRecord, co
     record.insert(keys::kSettingsName, name);
     if (isAppDefaultRecord) record.insert(keys::kAppDefault, true);
     problem_.clear();
-    bool saved = false;
-    const bool written = defaults_.modify([&] {
+    const bool saved = reported(defaults_.modify([model, record](DefaultsDomain& domain) {
+        Edit edit;
         QVariantMap settings;
         QVariantList array;
-        if (!writableSettings(model, &settings, &array)) return;
+        if ((edit.kept = settingsIn(domain, model, &settings, &array))) return edit;
         array.append(record);
         settings.insert(model, array);
-        defaults_.setObject(settings, keys::kSettings);
-        saved = true;
-    });
-    if (written && saved && !isAppDefaultRecord) emit profilesChanged(model);
-    return written && saved;
+        domain.setObject(settings, keys::kSettings);
+        edit.done = true;
+        return edit;
+    }));
+    if (saved && !isAppDefaultRecord) emit profilesChanged(model);
+    return saved;
 }
 
 std::optional<ProfileStore::SaveOutcome> ProfileStore::refuseName(const QString& typedName) {
@@ -218,30 +249,36 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
     record.insert(keys::kSettingsName, outcome.name);
     // The clash is decided on the file's current content, under the lock.
     problem_.clear();
-    const bool written = defaults_.modify([&] {
-        QVariantMap settings;
-        QVariantList array;
-        if (!writableSettings(model, &settings, &array)) return;
-        if (std::any_of(array.cbegin(), array.cend(), [&](const QVariant& existing) {
-                return isRecord(existing) && nameOf(existing) == outcome.name;
-            })) {
-            outcome.result = SaveResult::NameTaken;
-            return;
-        }
-        array.append(record);
-        settings.insert(model, array);
-        defaults_.setObject(settings, keys::kSettings);
+    struct Saving : Edit {
+        bool taken = false;
+    };
+    const auto saving =
+        defaults_.modify([model, record, name = outcome.name](DefaultsDomain& domain) {
+            Saving edit;
+            QVariantMap settings;
+            QVariantList array;
+            if ((edit.kept = settingsIn(domain, model, &settings, &array))) return edit;
+            if (std::any_of(array.cbegin(), array.cend(), [&](const QVariant& existing) {
+                    return isRecord(existing) && nameOf(existing) == name;
+                })) {
+                edit.taken = true;
+                return edit;
+            }
+            array.append(record);
+            settings.insert(model, array);
+            domain.setObject(settings, keys::kSettings);
+            edit.done = true;
+            edit.listIndex =
+                static_cast<int>(profilePositions(array).size()) - 1 + kFirstProfileIndex;
+            return edit;
+        });
+    if (reported(saving)) {
         outcome.result = SaveResult::Saved;
-        outcome.listIndex =
-            static_cast<int>(profilePositions(array).size()) - 1 + kFirstProfileIndex;
-    });
-    if (!written ||
-        (outcome.result != SaveResult::Saved && outcome.result != SaveResult::NameTaken)) {
-        outcome.result = SaveResult::NotWritten;
-        outcome.listIndex = -1;
-    } else if (outcome.result == SaveResult::Saved) {
+        outcome.listIndex = saving->listIndex;
         emit profilesChanged(model);
         emit profileSaved(model, outcome.listIndex);
+    } else if (saving && saving->taken) {
+        outcome.result = SaveResult::NameTaken;
     }
     return outcome;
 }
@@ -249,123 +286,134 @@ ProfileStore::SaveOutcome ProfileStore::saveNewProfile(const QString& typedName,
 bool ProfileStore::updateSettings(const QString& model, const std::optional<SettingsRecord>& state,
                                   bool stateIsWhole) {
     if (!state) return false;
+    const SettingsRecord entries = *state;
+    // The record made when the model has none yet: only from a whole state.
+    SettingsRecord created = entries;
+    created.insert(keys::kSettingsName, QString(keys::kAppDefaultName));
+    created.insert(keys::kAppDefault, true);
     problem_.clear();
-    bool updated = false;
-    const bool written = defaults_.modify([&] {
-        QVariantMap settings;
-        QVariantList array;
-        if (!writableSettings(model, &settings, &array)) return;
-        const auto found = std::find_if(array.begin(), array.end(), isAppDefault);
-        if (found == array.end()) {
-            if (!stateIsWhole) {
-                NSLog("The last state of %s is gone; it is written whole with the next change",
-                      qUtf8Printable(model));
-                return;
+    return reported(
+        defaults_.modify([model, entries, created, stateIsWhole](DefaultsDomain& domain) {
+            Edit edit;
+            QVariantMap settings;
+            QVariantList array;
+            if ((edit.kept = settingsIn(domain, model, &settings, &array))) return edit;
+            const auto found = std::find_if(array.begin(), array.end(), isAppDefault);
+            if (found == array.end()) {
+                // Gone meanwhile (another process): the next change writes it whole.
+                if (!stateIsWhole) return edit;
+                array.append(created);
+            } else {
+                SettingsRecord record = found->toMap();
+                record.insert(entries);
+                *found = record;
             }
-            SettingsRecord record = *state;
-            record.insert(keys::kSettingsName, QString(keys::kAppDefaultName));
-            record.insert(keys::kAppDefault, true);
-            array.append(record);
-        } else {
-            SettingsRecord record = found->toMap();
-            for (auto it = state->cbegin(); it != state->cend(); ++it)
-                record.insert(it.key(), it.value());
-            *found = record;
-        }
-        settings.insert(model, array);
-        defaults_.setObject(settings, keys::kSettings);
-        updated = true;
-    });
-    return written && updated;
+            settings.insert(model, array);
+            domain.setObject(settings, keys::kSettings);
+            edit.done = true;
+            return edit;
+        }));
 }
 
 bool ProfileStore::updateProfile(int listIndex, const QString& model,
                                  const std::optional<SettingsRecord>& state,
                                  const SettingsRecord* shown) {
     if (listIndex < kFirstProfileIndex || !state) return false;
-    bool updated = false;
-    int updatedIndex = -1;
+    const SettingsRecord entries = *state;
+    const std::optional<SettingsRecord> meant =
+        shown ? std::optional<SettingsRecord>(*shown) : std::nullopt;
     problem_.clear();
-    const bool written = defaults_.modify([&] {
+    const auto edit = defaults_.modify([model, listIndex, entries, meant](DefaultsDomain& domain) {
+        Edit edit;
         QVariantMap settings;
         QVariantList array;
-        if (!writableSettings(model, &settings, &array)) return;
-        const qsizetype position = positionOf(array, listIndex, shown);
-        if (position < 0) return;
+        if ((edit.kept = settingsIn(domain, model, &settings, &array))) return edit;
+        const qsizetype position = positionOf(array, listIndex, meant ? &*meant : nullptr);
+        if (position < 0) return edit;
         SettingsRecord record = array[position].toMap();
-        for (auto it = state->cbegin(); it != state->cend(); ++it)
-            record.insert(it.key(), it.value());
+        record.insert(entries);
         array[position] = record;
         settings.insert(model, array);
-        defaults_.setObject(settings, keys::kSettings);
-        updatedIndex =
+        domain.setObject(settings, keys::kSettings);
+        edit.listIndex =
             static_cast<int>(profilePositions(array).indexOf(position)) + kFirstProfileIndex;
-        updated = true;
+        edit.done = true;
+        return edit;
     });
-    if (written && updated) {
-        emit profilesChanged(model);
-        emit profileUpdated(model, updatedIndex);
-    }
-    return written && updated;
+    if (!reported(edit)) return false;
+    emit profilesChanged(model);
+    emit profileUpdated(model, edit->listIndex);
+    return true;
 }
 
-bool ProfileStore::deleteAt(const QString& model,
-                            const std::function<qsizetype(const QVariantList&)>& position,
-                            bool* found, int* listIndex) {
-    bool deleted = false;
-    bool forgotStart = false;
+bool ProfileStore::deleteAt(const QString& model, const Position& position, bool* found,
+                            int* listIndex) {
     problem_.clear();
-    const bool written = defaults_.modify([&] {
+    struct Deleting : Edit {
+        bool found = false;
+        bool forgotStart = false;
+    };
+    const auto edit = defaults_.modify([model, position](DefaultsDomain& domain) {
+        Deleting edit;
         QVariantMap settings;
         QVariantList array;
-        if (!writableSettings(model, &settings, &array)) return;
+        if ((edit.kept = settingsIn(domain, model, &settings, &array))) return edit;
         const qsizetype at = position(array);
         if (at >= 0) {
-            *found = true;
-            *listIndex = static_cast<int>(profilePositions(array).indexOf(at)) + kFirstProfileIndex;
+            edit.found = true;
+            edit.listIndex =
+                static_cast<int>(profilePositions(array).indexOf(at)) + kFirstProfileIndex;
             array.removeAt(at);
             settings.insert(model, array);
-            defaults_.setObject(settings, keys::kSettings);
-            deleted = true;
+            domain.setObject(settings, keys::kSettings);
+            edit.done = true;
         }
         // Deleting any profile forgets the model's load-at-start choice: list indices after the
         // deleted one have moved.
-        const QVariant marks = defaults_.objectForKey(keys::kLoadAtStart);
+        const QVariant marks = domain.objectForKey(keys::kLoadAtStart);
         if (marks.typeId() == QMetaType::QVariantMap) {
             QVariantMap copy = marks.toMap();
-            forgotStart = copy.remove(model) > 0;
-            if (forgotStart) defaults_.setObject(copy, keys::kLoadAtStart);
+            edit.forgotStart = copy.remove(model) > 0;
+            if (edit.forgotStart) domain.setObject(copy, keys::kLoadAtStart);
         }
+        return edit;
     });
-    if (written && deleted) {
+    const bool deleted = reported(edit);
+    if (edit) {
+        *found = edit->found;
+        *listIndex = edit->listIndex;
+    }
+    if (deleted) {
         emit profilesChanged(model);
         emit profileDeleted(model, *listIndex);
     }
-    if (written && forgotStart) emit loadAtStartChanged(model);
-    return written && deleted;
+    if (edit && edit->forgotStart) emit loadAtStartChanged(model);
+    return deleted;
 }
 
 bool ProfileStore::deleteSettings(const QString& model, int listIndex,
                                   const SettingsRecord* shown) {
     bool found = false;
     int deletedIndex = -1;
+    const std::optional<SettingsRecord> meant =
+        shown ? std::optional<SettingsRecord>(*shown) : std::nullopt;
     return deleteAt(
         model,
-        [&](const QVariantList& array) -> qsizetype {
-            return listIndex >= kFirstProfileIndex ? positionOf(array, listIndex, shown) : -1;
+        [listIndex, meant](const QVariantList& array) -> qsizetype {
+            return listIndex >= kFirstProfileIndex
+                       ? positionOf(array, listIndex, meant ? &*meant : nullptr)
+                       : -1;
         },
         &found, &deletedIndex);
 }
 
 std::optional<SettingsRecord> ProfileStore::currentProfileNamed(const QString& model,
                                                                 const QString& name) {
-    std::optional<SettingsRecord> found;
-    // A change that changes nothing: the file is read under the lock and nothing is written.
-    defaults_.modify([&] {
-        for (const SettingsRecord& record : profiles(model))
-            if (!found && nameOf(record) == name) found = record;
-    });
-    return found;
+    // The file's current content first (this process's changes written with it).
+    defaults_.synchronize();
+    for (const SettingsRecord& record : profiles(model))
+        if (nameOf(record) == name) return record;
+    return std::nullopt;
 }
 
 ProfileStore::NamedResult ProfileStore::deleteProfileNamed(const QString& model,
@@ -374,7 +422,7 @@ ProfileStore::NamedResult ProfileStore::deleteProfileNamed(const QString& model,
     int deletedIndex = -1;
     const bool deleted = deleteAt(
         model,
-        [&](const QVariantList& array) -> qsizetype {
+        [name](const QVariantList& array) -> qsizetype {
             for (qsizetype position : profilePositions(array))
                 if (nameOf(array[position]) == name) return position;
             return -1;
@@ -388,28 +436,35 @@ ProfileStore::NamedResult ProfileStore::deleteProfileNamed(const QString& model,
 
 bool ProfileStore::setLoadAtStart(const QString& model, int listIndex) {
     problem_.clear();
-    bool marked = false;
-    const bool written = defaults_.modify([&] {
+    const bool marked = reported(defaults_.modify([model, listIndex](DefaultsDomain& domain) {
+        Edit edit;
         QVariantMap marks;
-        if (!writableDictionary(keys::kLoadAtStart, &marks)) return;
+        if ((edit.kept = dictionaryIn(domain, keys::kLoadAtStart, &marks))) return edit;
         marks.insert(model, static_cast<qint64>(listIndex));
-        defaults_.setObject(marks, keys::kLoadAtStart);
-        marked = true;
-    });
-    if (written && marked) emit loadAtStartChanged(model);
-    return written && marked;
+        domain.setObject(marks, keys::kLoadAtStart);
+        edit.done = true;
+        return edit;
+    }));
+    if (marked) emit loadAtStartChanged(model);
+    return marked;
 }
 
 bool ProfileStore::cleanDefaults() {
-    bool changed = false;
-    const bool written = defaults_.modify([&] {
+    struct Cleaning {
+        bool changed = false;
+        std::optional<Kept> kept;
+        QList<Kept> keptInside;
+        QList<std::pair<QString, QString>> duplicates;  // model, name
+    };
+    const auto cleaning = defaults_.modify([](DefaultsDomain& domain) {
+        Cleaning clean;
         QVariantMap settings;
-        if (!writableDictionary(keys::kSettings, &settings)) return;
+        if ((clean.kept = dictionaryIn(domain, keys::kSettings, &settings))) return clean;
         QVariantMap cleaned;
         for (auto it = settings.cbegin(); it != settings.cend(); ++it) {
             if (it.value().typeId() != QMetaType::QVariantList) {
-                reportKept(QStringLiteral("the entry of %1").arg(it.key()), it.value(),
-                           "a list of profiles");
+                clean.keptInside.append({QStringLiteral("the entry of %1").arg(it.key()),
+                                         it.value(), "a list of profiles"});
                 cleaned.insert(it.key(), it.value());
                 continue;
             }
@@ -418,8 +473,8 @@ bool ProfileStore::cleanDefaults() {
             QVariantList kept;
             for (const QVariant& record : it.value().toList()) {
                 if (!isRecord(record)) {
-                    reportKept(QStringLiteral("a profile of %1").arg(it.key()), record,
-                               "a dictionary");
+                    clean.keptInside.append(
+                        {QStringLiteral("a profile of %1").arg(it.key()), record, "a dictionary"});
                     kept.append(record);
                     continue;
                 }
@@ -427,17 +482,25 @@ bool ProfileStore::cleanDefaults() {
                 if (kept.removeIf([&name](const QVariant& earlier) {
                         return isRecord(earlier) && nameOf(earlier) == name;
                     }) > 0)
-                    NSLog("Settings: %s has several profiles named \"%s\"; the last one is kept",
-                          qPrintable(it.key()), qPrintable(name));
+                    clean.duplicates.append({it.key(), name});
                 kept.append(record);
             }
             if (!kept.isEmpty()) cleaned.insert(it.key(), kept);
         }
-        changed = cleaned != settings;
-        if (changed) defaults_.setObject(cleaned, keys::kSettings);
+        clean.changed = cleaned != settings;
+        if (clean.changed) domain.setObject(cleaned, keys::kSettings);
+        return clean;
     });
-    if (written && changed) emit profilesChanged(QString());
-    return written;
+    if (!cleaning) return false;
+    if (cleaning->kept)
+        reportKept(cleaning->kept->where, cleaning->kept->value, cleaning->kept->expected);
+    for (const Kept& kept : cleaning->keptInside)
+        reportKept(kept.where, kept.value, kept.expected);
+    for (const auto& [model, name] : cleaning->duplicates)
+        NSLog("Settings: %s has several profiles named \"%s\"; the last one is kept",
+              qPrintable(model), qPrintable(name));
+    if (cleaning->changed) emit profilesChanged(QString());
+    return true;
 }
 
 void ProfileStore::watchForOtherProcesses() {
@@ -448,7 +511,13 @@ void ProfileStore::watchForOtherProcesses() {
     QDir().mkpath(folder);
     watcher_ = new QFileSystemWatcher(QStringList{folder}, this);
     connect(watcher_, &QFileSystemWatcher::directoryChanged, this, [this] {
-        if (defaults_.changedOnDisk()) reload();
+        if (!defaults_.changedOnDisk()) return;
+        // With background writes the file is read on the writer thread, and the lists hear of
+        // it through the handler set in the constructor.
+        if (defaults_.backgroundWrites())
+            defaults_.refresh();
+        else
+            reload();
     });
 }
 

@@ -31,6 +31,7 @@ class ProfileStore : public QObject {
     Q_OBJECT
   public:
     explicit ProfileStore(DefaultsStore& defaults, QObject* parent = nullptr);
+    ~ProfileStore() override;
 
     DefaultsStore& defaults() { return defaults_; }
 
@@ -104,8 +105,9 @@ class ProfileStore : public QObject {
     // the model's "Load at Start" entry is forgotten afterwards, whichever profile carried it.
     bool deleteSettings(const QString& model, int listIndex, const SettingsRecord* shown = nullptr);
 
-    // Looks the named profile up in the file's current content, with the lock held, so that a
-    // profile another process saved or deleted meanwhile is taken into account. Deleting by name
+    // Looks the named profile up in the file's current content, read (and this process's changes
+    // written) first, so that a profile another process saved or deleted meanwhile is taken into
+    // account. Deleting by name
     // deletes that profile or none, never the one that moved into its place.
     std::optional<SettingsRecord> currentProfileNamed(const QString& model, const QString& name);
     enum class NamedResult { Done, NoSuchProfile, NotWritten };
@@ -124,10 +126,12 @@ class ProfileStore : public QObject {
     // entry of an unexpected type stands where the change would go); empty otherwise.
     const QString& problem() const { return problem_; }
 
-    // Takes in what other processes wrote and tells the lists.
+    // Takes in what other processes wrote and tells the lists (at once: it waits for the
+    // file's work).
     void reload();
     // Watches the preferences file (with the event loop running) and reloads whenever another
-    // process, orvellactl for one, has written it.
+    // process, orvellactl for one, has written it; with background writes the file is read on
+    // the defaults store's writer thread and the lists are told when it is taken in.
     void watchForOtherProcesses();
 
   signals:
@@ -142,14 +146,14 @@ class ProfileStore : public QObject {
     void profileDeleted(const QString& model, int listIndex);
 
   private:
-    // The "Settings" dictionary and the model's list of records as the store holds them now,
-    // false (reported once) when either is of another type, which a change would destroy.
-    bool writableSettings(const QString& model, QVariantMap* settings, QVariantList* array);
-    bool writableDictionary(const QString& key, QVariantMap* dictionary);
     void reportKept(const QString& where, const QVariant& value, const char* expected);
-    bool deleteAt(const QString& model,
-                  const std::function<qsizetype(const QVariantList&)>& position, bool* found,
-                  int* listIndex);
+    // Reports what a change left as it was; true when the change was made and written.
+    template <typename Outcome>
+    bool reported(const std::optional<Outcome>& outcome);
+    // Where a profile stands in a model's list; it runs under the defaults store's lock, possibly
+    // on its writer thread, so it captures by value.
+    using Position = std::function<qsizetype(const QVariantList&)>;
+    bool deleteAt(const QString& model, const Position& position, bool* found, int* listIndex);
 
     DefaultsStore& defaults_;
     QString problem_;

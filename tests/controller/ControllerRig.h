@@ -72,6 +72,8 @@ struct Controller : ::testing::Test {
     CameraList cameras;
     std::unique_ptr<Orvella> orvella;
     std::unique_ptr<CameraDiscovery> discovery;
+    // The preferences written on their own thread, as the application writes them.
+    bool backgroundWrites = false;
 
     QString storePath() const {
         return home.filePath(QStringLiteral("orvella/org.orvella.Orvella.plist"));
@@ -96,6 +98,7 @@ struct Controller : ::testing::Test {
 
     void start() {
         defaults = std::make_unique<settings::DefaultsStore>(storePath());
+        if (backgroundWrites) defaults->enableBackgroundWrites();
         OrvellaOptions options;
         options.trayAvailable = [] { return true; };
         options.timing = {20, 0, 40};

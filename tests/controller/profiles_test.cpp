@@ -167,6 +167,38 @@ TEST_F(Controller, AProfileOrvellactlSavesShowsInTheRunningListsAndTheStoreSurvi
     EXPECT_EQ(file.readAll(), before);
 }
 
+// As the application runs, with the preferences written on their own thread: a profile orvellactl
+// saves meanwhile shows in the running lists, and quitting writes the last slider step, which
+// the writer would otherwise still hold back.
+TEST_F(Controller, WithBackgroundWritesTheToolsProfileShowsAndQuittingLosesNoStep) {
+    backgroundWrites = true;
+    plug(fixture("generic.json"));
+    start();
+    saveProfile(QStringLiteral("From the app"));
+    orvellactl({"--virtual", testing::cameraFixture("generic.json"), "profile", "save", "1",
+                "From the tool"});
+    QTRY_COMPARE_WITH_TIMEOUT(
+        menuProfileTitles(),
+        (QStringList{QStringLiteral("From the app"), QStringLiteral("From the tool")}), 10000);
+    expectListsInStep();
+
+    for (int step = 0; step < 4; ++step)
+        orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    // A write has just been made, so the next step waits for the writer's interval.
+    ASSERT_TRUE(defaults->flush());
+    orvella->panel().row(SettingsID::kBrightness)->plusAction();
+    settle();
+    const QString model = orvella->qtCamera()->camera().modelUniqueID();
+    const QVariant last =
+        orvella->profileStore().appDefaultRecord(model)->value(QStringLiteral("Brightness"));
+    orvella->applicationWillTerminate();
+    settings::DefaultsStore file(storePath());
+    settings::ProfileStore stored(file);
+    ASSERT_TRUE(stored.appDefaultRecord(model));
+    EXPECT_EQ(stored.appDefaultRecord(model)->value(QStringLiteral("Brightness")), last);
+    EXPECT_EQ(stored.profiles(model).size(), 2);
+}
+
 // The list's item is chosen whenever a camera becomes current, also the camera default or no
 // item: the last state is refreshed with the camera current, and the camera default applies
 // nothing.
