@@ -42,7 +42,7 @@ void Orvella::setPanelVisible(bool visible) {
 }
 
 bool Orvella::isPanelVisible() const {
-    return panel_->window()->isVisible();
+    return tray_->panelShown();
 }
 
 std::optional<QVariantMap> Orvella::controlValues(const QString& uniqueID) {
