@@ -1,8 +1,12 @@
 #include "ui/CameraControlsPage.h"
 
 #include <QCheckBox>
+#include <QEvent>
 #include <QGroupBox>
 #include <QLabel>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QStyle>
 #include <QToolButton>
 #include <algorithm>
 #include <vector>
@@ -93,6 +97,13 @@ CameraControlsPage::CameraControlsPage()
     buildRows();
     loadImages();
     wireActions();
+    // The pages scroll up and down only: each is as wide as its rows need. The tab's pane shows
+    // through them (a scroll area fills its contents with the window's colour).
+    for (QScrollArea* page : {ui_->mScrollBasic, ui_->mScrollAdvanced}) {
+        page->widget()->setAutoFillBackground(false);
+        page->viewport()->setAutoFillBackground(false);
+        page->widget()->installEventFilter(this);
+    }
 }
 
 CameraControlsPage::~CameraControlsPage() {
@@ -102,11 +113,26 @@ CameraControlsPage::~CameraControlsPage() {
 }
 
 QWidget* CameraControlsPage::basicPage() const {
-    return ui_->mTabBasic;
+    return ui_->mScrollBasic;
 }
 
 QWidget* CameraControlsPage::advancedPage() const {
-    return ui_->mTabAdvanced;
+    return ui_->mScrollAdvanced;
+}
+
+bool CameraControlsPage::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::LayoutRequest) {
+        if (watched == ui_->mTabBasic) fitScrollWidth(ui_->mScrollBasic);
+        if (watched == ui_->mTabAdvanced) fitScrollWidth(ui_->mScrollAdvanced);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void CameraControlsPage::fitScrollWidth(QScrollArea* page) {
+    // Rows, titles and segments keep their width (a translation may widen them); the scroll bar
+    // that a short screen brings takes room of its own beside them.
+    const int bar = page->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, page);
+    page->setMinimumWidth(page->widget()->minimumSizeHint().width() + bar + 2 * page->frameWidth());
 }
 
 UVCValueViewController* CameraControlsPage::row(int32_t settingsID) const {

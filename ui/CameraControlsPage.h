@@ -18,6 +18,7 @@
 namespace Ui {
 class CameraControlsPage;
 }
+class QScrollArea;
 class QWidget;
 
 namespace orvella {
@@ -39,7 +40,9 @@ class CameraControlsPage : public QObject {
     ~CameraControlsPage() override;
 
     Ui::CameraControlsPage& outlets() { return *ui_; }
-    // The Basic and Advanced tabs' pages; the panel takes them into its tab widget.
+    // The Basic and Advanced tabs' pages, each a scroll area over its controls (a short screen
+    // scrolls them while the rest of the panel stays in view); the panel takes them into its tab
+    // widget.
     QWidget* basicPage() const;
     QWidget* advancedPage() const;
 
@@ -88,7 +91,11 @@ class CameraControlsPage : public QObject {
     // The user switched a row's value display.
     void titleClicked(bool displayValue, int32_t settingsID);
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
+    void fitScrollWidth(QScrollArea* page);
     void buildRows();
     void wireActions();
     void loadImages();

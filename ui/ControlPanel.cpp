@@ -2,9 +2,12 @@
 
 #include <QBoxLayout>
 #include <QComboBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
 #include <QTabWidget>
+#include <algorithm>
 
 #include "camera/QTCamera.h"
 #include "ui/ControlPanelOutlets.h"
@@ -25,6 +28,7 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     wireActions();
     localize();
     emptyPanel();
+    fitScreen();
 
     outlets_ = std::make_unique<Outlets>();
     static_cast<Ui::ControlPanel&>(*outlets_) = *ui_;
@@ -52,6 +56,17 @@ void ControlPanel::placeRooms() {
     ui_->mVwProfileBox = profileBox_;
     // The rooms joined the window's focus chain at its end: the bottom line goes last again.
     QWidget::setTabOrder(profileBox_, ui_->mBtnResetToDefault);
+}
+
+void ControlPanel::fitScreen() {
+    // The interface file's height fits a 1366x768 screen with a top bar; a shorter screen gets a
+    // shorter panel, down to its smallest (the camera's controls scroll).
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen) return;
+    const int room = screen->availableGeometry().height() - kWindowFrameAllowance;
+    QWidget* window = window_.get();
+    if (window->height() > room)
+        window->resize(window->width(), std::max(room, window->minimumSizeHint().height()));
 }
 
 void ControlPanel::wireActions() {
