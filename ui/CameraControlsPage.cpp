@@ -235,6 +235,32 @@ void CameraControlsPage::localize() {
         button->setText(localized(key));
     }
     alignRows();
+    nameForScreenReaders();
+}
+
+void CameraControlsPage::nameForScreenReaders() {
+    Ui::CameraControlsPage& ui = *ui_;
+    // A row is named by its title, or by the box around it when the box names the control.
+    const auto& controls = panelRows();
+    for (size_t i = 0; i < controls.size(); ++i) {
+        QString name;
+        if (!controls[i]->panelTitle.empty()) {
+            name = withoutMnemonic(localized(
+                QString::fromLatin1(controls[i]->panelTitle.data(),
+                                    static_cast<qsizetype>(controls[i]->panelTitle.size()))));
+        } else {
+            for (QWidget* w = rows_[i]->view(); w && name.isEmpty(); w = w->parentWidget())
+                if (auto* box = qobject_cast<QGroupBox*>(w)) name = withoutMnemonic(box->title());
+        }
+        rows_[i]->setAccessibleNames(name);
+    }
+    ui.mSegAutoExposureMode->setAccessibleName(withoutMnemonic(localized("Auto_Exposure_Mode")));
+    ui.mSegPowerLineFrequency->setAccessibleName(ui.mBoxPowerLineFrequency->title());
+    ui.mSegLED->setAccessibleName(ui.mBoxLED->title());
+    // The automatic switches say which control they free.
+    ui.mBtnWhiteBalanceTemperatureAuto->setAccessibleName(
+        localizedFormat("Auto_Control", ui.mBoxWhiteBalanceTemperature->title()));
+    ui.mBtnFocusAuto->setAccessibleName(localizedFormat("Auto_Control", ui.mBoxFocus->title()));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -100,6 +100,7 @@ class CameraControlsPage : public QObject {
     void wireActions();
     void loadImages();
     void alignRows();
+    void nameForScreenReaders();
 
     std::unique_ptr<Ui::CameraControlsPage> ui_;
     // Holds the two pages until the panel takes them into its tabs.

@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QShortcut>
 #include <QTabWidget>
 #include <algorithm>
 
@@ -76,6 +77,16 @@ void ControlPanel::wireActions() {
         if (delegate_ && delegate_->updateSettings) delegate_->updateSettings(id);
     });
     connect(controls_.get(), &CameraControlsPage::titleClicked, this, &ControlPanel::titleClicked);
+
+    // Esc and Ctrl+W close the panel as its close button does (it is hidden, not destroyed), as
+    // does the desktop's own close key. Each key once: a key bound twice would be ambiguous.
+    QList<QKeySequence> closeKeys = {QKeySequence(Qt::Key_Escape),
+                                     QKeySequence(Qt::CTRL | Qt::Key_W)};
+    for (const QKeySequence& keys : QKeySequence::keyBindings(QKeySequence::Close))
+        if (!closeKeys.contains(keys)) closeKeys << keys;
+    for (const QKeySequence& keys : closeKeys)
+        connect(new QShortcut(keys, window_.get()), &QShortcut::activated, window_.get(),
+                &QWidget::close);
 
     connect(ui_->mPopCamera, &QComboBox::activated, this, &ControlPanel::selectCamera);
     connect(ui_->mBtnResetToDefault, &QPushButton::clicked, this,

@@ -1,5 +1,7 @@
 #include "ui/UVCValueViewController.h"
 
+#include <QAccessible>
+#include <QAccessibleWidget>
 #include <QGridLayout>
 #include <QLayout>
 #include <QLineEdit>
@@ -64,6 +66,43 @@ int64_t saturatingSub(int64_t a, int64_t b) {
     return out;
 }
 
+// The property that marks a row's title button for its accessible interface.
+constexpr char kRowTitleProperty[] = "orvellaRowTitle";
+
+// A row's title is a checkable button that switches the value display; Qt would announce it as a
+// check box. It is a push button that is pressed while the value shows, and pressing it clicks.
+class RowTitleAccessible : public QAccessibleWidget {
+  public:
+    explicit RowTitleAccessible(QToolButton* button)
+        : QAccessibleWidget(button, QAccessible::Button) {}
+
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.pressed = button()->isChecked();
+        return state;
+    }
+    QStringList actionNames() const override {
+        return QStringList{pressAction()} + QAccessibleWidget::actionNames();
+    }
+    void doAction(const QString& actionName) override {
+        if (actionName == pressAction()) {
+            if (button()->isEnabled()) button()->click();
+            return;
+        }
+        QAccessibleWidget::doAction(actionName);
+    }
+
+  private:
+    QToolButton* button() const { return static_cast<QToolButton*>(widget()); }
+};
+
+QAccessibleInterface* rowTitleAccessible(const QString&, QObject* object) {
+    auto* button = qobject_cast<QToolButton*>(object);
+    if (button && button->property(kRowTitleProperty).toBool())
+        return new RowTitleAccessible(button);
+    return nullptr;
+}
+
 }  // namespace
 
 UVCValueViewController::UVCValueViewController()
@@ -116,6 +155,12 @@ std::unique_ptr<UVCValueViewController> UVCValueViewController::initWithView(
     }
 
     row->_controlID = settingsID;
+    static const bool titlesAnnounced = [] {
+        QAccessible::installFactory(rowTitleAccessible);
+        return true;
+    }();
+    Q_UNUSED(titlesAnnounced);
+    ui.btnTitle->setProperty(kRowTitleProperty, true);
     ui.layout->setAlignment(ui.btnTitle, Qt::AlignRight | Qt::AlignVCenter);
     if (titleKey) {
         ui.btnTitle->setText(localized(titleKey));
@@ -182,6 +227,10 @@ void UVCValueViewController::arrangeAperture() {
     ui.layout->addWidget(ui.lblMax, 0, 0);
     ui.lblMin->setAlignment(Qt::AlignCenter);
     ui.lblMax->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    // Elsewhere the slider's keys do what the low and high buttons do; the iris moves by them
+    // alone, so they take the keyboard focus here.
+    ui.btnLow->setFocusPolicy(Qt::TabFocus);
+    ui.btnHigh->setFocusPolicy(Qt::TabFocus);
     ui.layout->setAlignment(ui.lblMax, Qt::AlignRight | Qt::AlignVCenter);
 }
 
@@ -405,6 +454,22 @@ void UVCValueViewController::settingChanged(int32_t settingsID) {
 
 void UVCValueViewController::titleClicked(bool displayValue, int32_t settingsID) {
     if (delegate_ && delegate_->titleClicked) delegate_->titleClicked(displayValue, settingsID);
+}
+
+void UVCValueViewController::setAccessibleNames(const QString& name) {
+    Ui::UVCValueViewController& ui = *ui_;
+    ui.sldControl->setAccessibleName(name);
+    ui.segControl->setAccessibleName(name);
+    ui.txtValue->setAccessibleName(name);
+    ui.btnTitle->setAccessibleName(localizedFormat("Display_Value_Of", name));
+    const QString decrease = localizedFormat("Decrease_Control", name);
+    const QString increase = localizedFormat("Increase_Control", name);
+    ui.btnLow->setAccessibleName(decrease);
+    ui.btnLow->setToolTip(decrease);
+    ui.btnHigh->setAccessibleName(increase);
+    ui.btnHigh->setToolTip(increase);
+    // The aperture's position and title are labels: the position is named for the control.
+    if (kind() == Kind::StepPosition) ui.lblMin->setAccessibleName(name);
 }
 
 int UVCValueViewController::titleWidthHint() const {
