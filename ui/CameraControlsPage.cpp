@@ -254,7 +254,11 @@ void CameraControlsPage::nameForScreenReaders() {
         }
         rows_[i]->setAccessibleNames(name);
     }
-    ui.mSegAutoExposureMode->setAccessibleName(withoutMnemonic(localized("Auto_Exposure_Mode")));
+    // The mode's caption is a label with a colon; the name goes without it.
+    QString mode = withoutMnemonic(localized("Auto_Exposure_Mode")).trimmed();
+    while (mode.endsWith(QLatin1Char(':')) || mode.endsWith(QChar(0xFF1A)))
+        mode.chop(1);
+    ui.mSegAutoExposureMode->setAccessibleName(mode.trimmed());
     ui.mSegPowerLineFrequency->setAccessibleName(ui.mBoxPowerLineFrequency->title());
     ui.mSegLED->setAccessibleName(ui.mBoxLED->title());
     // The automatic switches say which control they free.

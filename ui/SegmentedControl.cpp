@@ -4,6 +4,8 @@
 #include <QHBoxLayout>
 #include <QToolButton>
 
+#include "ui/ButtonAccessible.h"
+
 namespace orvella::ui {
 
 SegmentedControl::SegmentedControl(QWidget* parent) : QWidget(parent) {
@@ -30,6 +32,7 @@ void SegmentedControl::setSegmentCount(int count) {
     while (segmentCount() < count) {
         auto button = new QToolButton(this);
         button->setCheckable(true);
+        setAccessibleButtonRole(button, ButtonRole::Segment);
         button->setAutoRaise(false);
         button->setToolButtonStyle(Qt::ToolButtonTextOnly);
         button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);

@@ -1,7 +1,5 @@
 #include "ui/UVCValueViewController.h"
 
-#include <QAccessible>
-#include <QAccessibleWidget>
 #include <QGridLayout>
 #include <QLayout>
 #include <QLineEdit>
@@ -12,6 +10,7 @@
 #include "camera/ControlCatalog.h"
 #include "camera/QTCamera.h"
 #include "settings/SettingsID.h"
+#include "ui/ButtonAccessible.h"
 #include "ui/Images.h"
 #include "ui/Localization.h"
 #include "ui/PeriodicDelaySlider.h"
@@ -66,43 +65,6 @@ int64_t saturatingSub(int64_t a, int64_t b) {
     return out;
 }
 
-// The property that marks a row's title button for its accessible interface.
-constexpr char kRowTitleProperty[] = "orvellaRowTitle";
-
-// A row's title is a checkable button that switches the value display; Qt would announce it as a
-// check box. It is a push button that is pressed while the value shows, and pressing it clicks.
-class RowTitleAccessible : public QAccessibleWidget {
-  public:
-    explicit RowTitleAccessible(QToolButton* button)
-        : QAccessibleWidget(button, QAccessible::Button) {}
-
-    QAccessible::State state() const override {
-        QAccessible::State state = QAccessibleWidget::state();
-        state.pressed = button()->isChecked();
-        return state;
-    }
-    QStringList actionNames() const override {
-        return QStringList{pressAction()} + QAccessibleWidget::actionNames();
-    }
-    void doAction(const QString& actionName) override {
-        if (actionName == pressAction()) {
-            if (button()->isEnabled()) button()->click();
-            return;
-        }
-        QAccessibleWidget::doAction(actionName);
-    }
-
-  private:
-    QToolButton* button() const { return static_cast<QToolButton*>(widget()); }
-};
-
-QAccessibleInterface* rowTitleAccessible(const QString&, QObject* object) {
-    auto* button = qobject_cast<QToolButton*>(object);
-    if (button && button->property(kRowTitleProperty).toBool())
-        return new RowTitleAccessible(button);
-    return nullptr;
-}
-
 }  // namespace
 
 UVCValueViewController::UVCValueViewController()
@@ -155,12 +117,8 @@ std::unique_ptr<UVCValueViewController> UVCValueViewController::initWithView(
     }
 
     row->_controlID = settingsID;
-    static const bool titlesAnnounced = [] {
-        QAccessible::installFactory(rowTitleAccessible);
-        return true;
-    }();
-    Q_UNUSED(titlesAnnounced);
-    ui.btnTitle->setProperty(kRowTitleProperty, true);
+    // The title switches the value display: a button, pressed while the value shows.
+    setAccessibleButtonRole(ui.btnTitle, ButtonRole::PressedWhileChecked);
     ui.layout->setAlignment(ui.btnTitle, Qt::AlignRight | Qt::AlignVCenter);
     if (titleKey) {
         ui.btnTitle->setText(localized(titleKey));

@@ -14,6 +14,7 @@
 #include "ui/ControlPanel.h"
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Localization.h"
+#include "ui/SegmentedControl.h"
 #include "ui_UVCValueViewController.h"
 
 namespace orvella::ui {
@@ -99,6 +100,17 @@ TEST(Accessibility, EveryControlIsNamedFromTheStringTableInEveryLanguage) {
     }
     installTranslation(QStringLiteral("en"));
     ShownPanel p;
+    // Segments are radio buttons, checked while selected.
+    SegmentedControl& mode = *p.panel.outlets().mSegAutoExposureMode;
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&mode)->text(QAccessible::Name),
+              "Auto exposure");
+    for (int i = 0; i < mode.segmentCount(); ++i) {
+        QAccessibleInterface* segment =
+            QAccessible::queryAccessibleInterface(mode.segmentButton(i));
+        EXPECT_EQ(segment->role(), QAccessible::RadioButton);
+        EXPECT_EQ(segment->text(QAccessible::Name), mode.label(i));
+        EXPECT_EQ(segment->state().checked, i == mode.selectedSegment());
+    }
     auto& title = *p.panel.row(settings::SettingsID::kBrightness)->outlets().btnTitle;
     QAccessibleInterface* node = QAccessible::queryAccessibleInterface(&title);
     EXPECT_EQ(node->text(QAccessible::Name), "Show the Value of Brightness");
