@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "ui/StatusItemView.h"
+#include "ui/TrayLook.h"
 
 namespace orvella::ui {
 
@@ -35,8 +36,19 @@ class StatusBar final : public QObject {
     StatusItemView* statusItemView() const { return statusItemView_.get(); }
 
     // Black and white ("MonoMenu", highlighted "MonoMenuHighlight") or colour ("ColorMenu" for
-    // both); sets the menu item's state and reports the choice, for the preferences.
+    // both); sets the menu item's state and reports the choice, for the preferences. The black
+    // and white icon goes to a StatusNotifier host by its theme name (orvella-symbolic), which the
+    // host recolours; other hosts get it drawn in the colour that shows on their tray (TrayLook).
     void setMenuIcon(bool blackAndWhite);
+    // How the tray is read and whether a StatusNotifier host is there (tests replace them).
+    void setTrayLookReader(std::function<TrayLook(const QRect&)> reader) {
+        lookReader_ = std::move(reader);
+    }
+    void setStatusNotifierHostCheck(std::function<bool()> check) {
+        snHostPresent_ = std::move(check);
+    }
+    // The colour the black-and-white icon was last drawn in (invalid: by theme name, or colour).
+    QColor monochromeIconColor() const { return iconColor_; }
     bool bwMenuIcon() const { return bwMenuIcon_; }
 
     // Whether nothing shows the status item, so the panel must stand alone: the item is wanted
@@ -52,6 +64,7 @@ class StatusBar final : public QObject {
     PopWindow* popWindow() const { return popWindow_.get(); }
 
     static constexpr int kTrayCheckMs = 2000;
+    static constexpr int kLookAgainMs = 1000;
 
   signals:
     void menuIconChanged(bool blackAndWhite);
@@ -61,7 +74,12 @@ class StatusBar final : public QObject {
     void disablePopupClicked(bool disabled);
 
   private:
+    void showMonochromeIcon();
+
     StatusMenu* menu_;
+    std::function<TrayLook(const QRect&)> lookReader_;
+    std::function<bool()> snHostPresent_;
+    QColor iconColor_;
     std::function<bool()> isAvailable_;
     bool trayAvailable_ = false;
     bool bwMenuIcon_ = false;
