@@ -121,14 +121,18 @@ namespace orvella::ui {
 
 void StatusBar::showPopover() {
     if (!statusItemView_ || !trayAvailable_) return;
+    const QRect icon = iconRect_ ? iconRect_() : statusItemView_->globalRect();
+    // Made once and kept while the icon stays where it is; an icon the host has placed (or moved)
+    // since gets a popover pointing at it.
+    if (popWindow_ && popWindow_->getTargetRect() != icon && icon.isValid() && !icon.isEmpty())
+        popWindow_.reset();
     if (!popWindow_) {
         auto* content = new PopViewController;
         connect(content, &PopViewController::disablePopupClicked, this,
                 &StatusBar::disablePopupClicked);
         const QScreen* screen = QGuiApplication::primaryScreen();
-        const QRect target =
-            PopWindow::targetFor(statusItemView_->globalRect(),
-                                 screen ? screen->availableGeometry() : QRect(), content->size());
+        const QRect target = PopWindow::targetFor(
+            icon, screen ? screen->availableGeometry() : QRect(), content->size());
         popWindow_ = std::make_unique<PopWindow>(target, content);
     }
     popWindow_->showAnimated();

@@ -44,6 +44,8 @@ class StatusBar final : public QObject {
     void setTrayLookReader(std::function<TrayLook(const QRect&)> reader) {
         lookReader_ = std::move(reader);
     }
+    // Where the host shows the icon (default: QSystemTrayIcon::geometry()).
+    void setIconRectReader(std::function<QRect()> reader) { iconRect_ = std::move(reader); }
     void setStatusNotifierHostCheck(std::function<bool()> check) {
         snHostPresent_ = std::move(check);
     }
@@ -59,7 +61,8 @@ class StatusBar final : public QObject {
 
     // The reminder under the icon (made once and kept): shown only while the icon is installed
     // and a tray host shows it -- with no icon there is nothing to point at. It points at the
-    // icon when the tray says where that is, else at the screen's top right.
+    // icon when the tray says where that is, else at the screen's top right; made anew when the
+    // icon has been placed or moved since.
     void showPopover();
     PopWindow* popWindow() const { return popWindow_.get(); }
 
@@ -79,6 +82,7 @@ class StatusBar final : public QObject {
     StatusMenu* menu_;
     std::function<TrayLook(const QRect&)> lookReader_;
     std::function<bool()> snHostPresent_;
+    std::function<QRect()> iconRect_;
     QColor iconColor_;
     std::function<bool()> isAvailable_;
     bool trayAvailable_ = false;

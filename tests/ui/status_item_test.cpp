@@ -302,6 +302,32 @@ TEST(StatusBar, TheBlackAndWhiteIconIsDrawnToShowOnTheTray) {
     bar.removeStatusBar();
 }
 
+TEST(StatusBar, ThePopoverPointsAtTheIconWhereTheHostPlacedIt) {
+    StatusMenu menu;
+    StatusBar bar(&menu, [] { return true; });
+    QRect icon;  // not placed yet
+    bar.setIconRectReader([&] { return icon; });
+    bar.setStatusNotifierHostCheck([] { return false; });
+    bar.installStatusBar();
+    bar.showPopover();
+    ASSERT_TRUE(bar.popWindow());
+    EXPECT_LT(bar.popWindow()->getTargetRect().y(), 0) << "the stand-in above the screen's top";
+    bar.popWindow()->hide();
+
+    // The host has placed the icon: the popover hangs under it from then on.
+    icon = QRect(500, 0, 24, 24);
+    bar.showPopover();
+    ASSERT_TRUE(bar.popWindow());
+    EXPECT_EQ(bar.popWindow()->getTargetRect(), icon);
+    EXPECT_EQ(bar.popWindow()->getTargetFrame().top(), icon.bottom() + 1);
+    PopWindow* made = bar.popWindow();
+    bar.popWindow()->hide();
+    bar.showPopover();
+    EXPECT_EQ(bar.popWindow(), made);
+    bar.popWindow()->hide();
+    bar.removeStatusBar();
+}
+
 TEST(StatusBar, WithoutATrayHostThePanelStandsAloneUntilOneAppears) {
     StatusMenu menu;
     bool hostThere = false;
