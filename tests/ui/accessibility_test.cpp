@@ -4,6 +4,7 @@
 
 #include <QAccessible>
 #include <QApplication>
+#include <QSignalSpy>
 #include <QSlider>
 #include <QTest>
 #include <QToolButton>
@@ -135,6 +136,14 @@ TEST(Accessibility, TabGoesFromRowToRowAndTheIrisStepsByKeyboard) {
         EXPECT_EQ(stops.contains(row->outlets().btnLow), iris && row->isVisible());
         EXPECT_EQ(stops.contains(row->outlets().btnHigh), iris && row->isVisible());
     }
+    // A segmented control is one stop, at its selected segment.
+    SegmentedControl& mode = *p.panel.outlets().mSegAutoExposureMode;
+    int modeStops = 0;
+    for (int i = 0; i < mode.segmentCount(); ++i)
+        modeStops += stops.contains(mode.segmentButton(i)) ? 1 : 0;
+    EXPECT_EQ(modeStops, 1);
+    ASSERT_GE(mode.selectedSegment(), 1);
+    EXPECT_TRUE(stops.contains(mode.segmentButton(mode.selectedSegment())));
     const auto indexOf = [&](int32_t id) {
         return stops.indexOf(p.panel.row(id)->outlets().sldControl);
     };
@@ -145,6 +154,32 @@ TEST(Accessibility, TabGoesFromRowToRowAndTheIrisStepsByKeyboard) {
               p.panel.row(settings::SettingsID::kContrast)->outlets().btnTitle);
     EXPECT_EQ(stops.value(brightness + 2),
               p.panel.row(settings::SettingsID::kContrast)->outlets().sldControl);
+}
+
+TEST(Accessibility, ArrowKeysChooseTheNextSegmentAsInARadioGroup) {
+    ShownPanel p;
+    SegmentedControl& mode = *p.panel.outlets().mSegAutoExposureMode;
+    p.window()->activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(p.window()));
+    const int start = mode.selectedSegment();
+    ASSERT_GE(start, 1);
+    QSignalSpy clicked(&mode, &SegmentedControl::segmentClicked);
+    mode.setFocus();
+    EXPECT_EQ(QApplication::focusWidget(), mode.segmentButton(start));
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+    EXPECT_EQ(mode.selectedSegment(), start - 1);
+    EXPECT_EQ(QApplication::focusWidget(), mode.segmentButton(start - 1));
+    ASSERT_EQ(clicked.count(), 1);
+    EXPECT_EQ(clicked.first().first().toInt(), start - 1);
+    // The tab stop went with the selection.
+    EXPECT_EQ(mode.segmentButton(start - 1)->focusPolicy(), Qt::StrongFocus);
+    EXPECT_EQ(mode.segmentButton(start)->focusPolicy(), Qt::ClickFocus);
+    // A segment the camera does not offer is passed over (the camera starts in aperture
+    // priority, the fourth segment).
+    ASSERT_EQ(start, 3);
+    mode.setSegmentEnabled(1, false);
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Left);
+    EXPECT_EQ(mode.selectedSegment(), 0);
 }
 
 TEST(Accessibility, EscapeAndCtrlWCloseThePanelAsItsCloseButtonDoes) {
