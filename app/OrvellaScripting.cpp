@@ -50,7 +50,7 @@ void Orvella::setPanelVisible(bool visible) {
 }
 
 bool Orvella::isPanelVisible() const {
-    return panel_->window()->isVisible();
+    return tray_->panelShown();
 }
 
 void Orvella::controlValues(const QString& uniqueID, ValuesReply reply) {

@@ -20,7 +20,8 @@ TrayPart::TrayPart(ui::ControlPanel& panel, settings::Preferences& preferences, 
     panel_.window()->installEventFilter(this);
 
     connect(menu_.get(), &ui::StatusMenu::showHideClicked, this, [this] {
-        panelOn_ = !panelOn_;
+        // A minimised panel is on but out of sight: the menu offers to show it, and does.
+        panelOn_ = !panelOn_ || panelMinimized();
         showHidePanelAndUpdateMenu();
     });
     connect(menu_.get(), &ui::StatusMenu::bwMenuIconClicked, this, &TrayPart::setMenuIcon);
@@ -56,8 +57,16 @@ void TrayPart::setMenuIcon(bool blackAndWhite) {
     preferences_.setMenuIcon(blackAndWhite);
 }
 
+bool TrayPart::panelMinimized() const {
+    return panel_.window()->isMinimized();
+}
+
+bool TrayPart::panelShown() const {
+    return panel_.window()->isVisible() && !panelMinimized();
+}
+
 void TrayPart::updatePanelMenu() {
-    menu_->setPanelOn(panelOn_, ui::applicationName());
+    menu_->setPanelOn(panelOn_ && !panelMinimized(), ui::applicationName());
     preferences_.setPanelOn(panelOn_);
     if (!preferences_.disablePopup())
         QTimer::singleShot(options_.popoverDelayMs, this, &TrayPart::showPopover);
@@ -65,6 +74,8 @@ void TrayPart::updatePanelMenu() {
 
 void TrayPart::bringPanelToFront() {
     QWidget* window = panel_.window();
+    // Restored from the task bar's minimised state too, not only shown.
+    if (window->isMinimized()) window->setWindowState(window->windowState() & ~Qt::WindowMinimized);
     window->show();
     window->raise();
     window->activateWindow();
@@ -96,6 +107,8 @@ void TrayPart::showPopover() {
 bool TrayPart::eventFilter(QObject* watched, QEvent* event) {
     if (watched == panel_.window() && event->type() == QEvent::Close && !closingForHide_)
         windowWillClose();  // the panel may always be closed; it is hidden, not destroyed
+    if (watched == panel_.window() && event->type() == QEvent::WindowStateChange)
+        menu_->setPanelOn(panelOn_ && !panelMinimized(), ui::applicationName());
     return QObject::eventFilter(watched, event);
 }
 

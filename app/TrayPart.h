@@ -39,6 +39,8 @@ class TrayPart final : public QObject {
     // Whether the panel is to be shown; showHidePanelAndUpdateMenu puts it in force.
     bool panelOn() const { return panelOn_; }
     void setPanelOn(bool on) { panelOn_ = on; }
+    // Whether the user sees the panel: shown and not minimised.
+    bool panelShown() const;
 
     void installStatusBar();
     void removeStatusBar();
@@ -57,6 +59,7 @@ class TrayPart final : public QObject {
 
   private:
     void windowWillClose();
+    bool panelMinimized() const;
 
     ui::ControlPanel& panel_;
     settings::Preferences& preferences_;

@@ -1,8 +1,12 @@
 #include "ui/CameraControlsPage.h"
 
 #include <QCheckBox>
+#include <QEvent>
 #include <QGroupBox>
 #include <QLabel>
+#include <QScrollArea>
+#include <QScrollBar>
+#include <QStyle>
 #include <QToolButton>
 #include <algorithm>
 #include <vector>
@@ -96,6 +100,13 @@ CameraControlsPage::CameraControlsPage()
     buildRows();
     loadImages();
     wireActions();
+    // The pages scroll up and down only: each is as wide as its rows need. The tab's pane shows
+    // through them (a scroll area fills its contents with the window's colour).
+    for (QScrollArea* page : {ui_->mScrollBasic, ui_->mScrollAdvanced}) {
+        page->widget()->setAutoFillBackground(false);
+        page->viewport()->setAutoFillBackground(false);
+        page->widget()->installEventFilter(this);
+    }
 }
 
 CameraControlsPage::~CameraControlsPage() {
@@ -105,11 +116,26 @@ CameraControlsPage::~CameraControlsPage() {
 }
 
 QWidget* CameraControlsPage::basicPage() const {
-    return ui_->mTabBasic;
+    return ui_->mScrollBasic;
 }
 
 QWidget* CameraControlsPage::advancedPage() const {
-    return ui_->mTabAdvanced;
+    return ui_->mScrollAdvanced;
+}
+
+bool CameraControlsPage::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() == QEvent::LayoutRequest) {
+        if (watched == ui_->mTabBasic) fitScrollWidth(ui_->mScrollBasic);
+        if (watched == ui_->mTabAdvanced) fitScrollWidth(ui_->mScrollAdvanced);
+    }
+    return QObject::eventFilter(watched, event);
+}
+
+void CameraControlsPage::fitScrollWidth(QScrollArea* page) {
+    // Rows, titles and segments keep their width (a translation may widen them); the scroll bar
+    // that a short screen brings takes room of its own beside them.
+    const int bar = page->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, page);
+    page->setMinimumWidth(page->widget()->minimumSizeHint().width() + bar + 2 * page->frameWidth());
 }
 
 UVCValueViewController* CameraControlsPage::row(int32_t settingsID) const {
@@ -212,6 +238,36 @@ void CameraControlsPage::localize() {
         button->setText(localized(key));
     }
     alignRows();
+    nameForScreenReaders();
+}
+
+void CameraControlsPage::nameForScreenReaders() {
+    Ui::CameraControlsPage& ui = *ui_;
+    // A row is named by its title, or by the box around it when the box names the control.
+    const auto& controls = panelRows();
+    for (size_t i = 0; i < controls.size(); ++i) {
+        QString name;
+        if (!controls[i]->panelTitle.empty()) {
+            name = withoutMnemonic(localized(
+                QString::fromLatin1(controls[i]->panelTitle.data(),
+                                    static_cast<qsizetype>(controls[i]->panelTitle.size()))));
+        } else {
+            for (QWidget* w = rows_[i]->view(); w && name.isEmpty(); w = w->parentWidget())
+                if (auto* box = qobject_cast<QGroupBox*>(w)) name = withoutMnemonic(box->title());
+        }
+        rows_[i]->setAccessibleNames(name);
+    }
+    // The mode's caption is a label with a colon; the name goes without it.
+    QString mode = withoutMnemonic(localized("Auto_Exposure_Mode")).trimmed();
+    while (mode.endsWith(QLatin1Char(':')) || mode.endsWith(QChar(0xFF1A)))
+        mode.chop(1);
+    ui.mSegAutoExposureMode->setAccessibleName(mode.trimmed());
+    ui.mSegPowerLineFrequency->setAccessibleName(ui.mBoxPowerLineFrequency->title());
+    ui.mSegLED->setAccessibleName(ui.mBoxLED->title());
+    // The automatic switches say which control they free.
+    ui.mBtnWhiteBalanceTemperatureAuto->setAccessibleName(
+        localizedFormat("Auto_Control", ui.mBoxWhiteBalanceTemperature->title()));
+    ui.mBtnFocusAuto->setAccessibleName(localizedFormat("Auto_Control", ui.mBoxFocus->title()));
 }
 
 // ---------------------------------------------------------------------------------------------

@@ -19,6 +19,7 @@
 namespace Ui {
 class CameraControlsPage;
 }
+class QScrollArea;
 class QWidget;
 
 namespace orvella {
@@ -42,7 +43,9 @@ class CameraControlsPage : public QObject {
     ~CameraControlsPage() override;
 
     Ui::CameraControlsPage& outlets() { return *ui_; }
-    // The Basic and Advanced tabs' pages; the panel takes them into its tab widget.
+    // The Basic and Advanced tabs' pages, each a scroll area over its controls (a short screen
+    // scrolls them while the rest of the panel stays in view); the panel takes them into its tab
+    // widget.
     QWidget* basicPage() const;
     QWidget* advancedPage() const;
 
@@ -92,6 +95,9 @@ class CameraControlsPage : public QObject {
     // The user switched a row's value display.
     void titleClicked(bool displayValue, int32_t settingsID);
 
+  protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
   private:
     // What the status walk found that the record does not hold: the iris position, when the
     // camera told it.
@@ -109,10 +115,12 @@ class CameraControlsPage : public QObject {
     // and tells the setting.
     void switchMode(const ControlDescription& mode, long value, int32_t manualID, bool readManual,
                     int32_t settingsID);
+    void fitScrollWidth(QScrollArea* page);
     void buildRows();
     void wireActions();
     void loadImages();
     void alignRows();
+    void nameForScreenReaders();
 
     std::unique_ptr<Ui::CameraControlsPage> ui_;
     // Holds the two pages until the panel takes them into its tabs.

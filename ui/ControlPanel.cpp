@@ -2,9 +2,13 @@
 
 #include <QBoxLayout>
 #include <QComboBox>
+#include <QGuiApplication>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
+#include <QShortcut>
 #include <QTabWidget>
+#include <algorithm>
 
 #include <QPointer>
 
@@ -27,6 +31,7 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     wireActions();
     localize();
     emptyPanel();
+    fitScreen();
 
     outlets_ = std::make_unique<Outlets>();
     static_cast<Ui::ControlPanel&>(*outlets_) = *ui_;
@@ -56,6 +61,17 @@ void ControlPanel::placeRooms() {
     QWidget::setTabOrder(profileBox_, ui_->mBtnResetToDefault);
 }
 
+void ControlPanel::fitScreen() {
+    // The interface file's height fits a 1366x768 screen with a top bar; a shorter screen gets a
+    // shorter panel, down to its smallest (the camera's controls scroll).
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (!screen) return;
+    const int room = screen->availableGeometry().height() - kWindowFrameAllowance;
+    QWidget* window = window_.get();
+    if (window->height() > room)
+        window->resize(window->width(), std::max(room, window->minimumSizeHint().height()));
+}
+
 void ControlPanel::wireActions() {
     connect(controls_.get(), &CameraControlsPage::settingChanged, this,
             &ControlPanel::settingChanged);
@@ -63,6 +79,16 @@ void ControlPanel::wireActions() {
         if (delegate_ && delegate_->updateSettings) delegate_->updateSettings(id);
     });
     connect(controls_.get(), &CameraControlsPage::titleClicked, this, &ControlPanel::titleClicked);
+
+    // Esc and Ctrl+W close the panel as its close button does (it is hidden, not destroyed), as
+    // does the desktop's own close key. Each key once: a key bound twice would be ambiguous.
+    QList<QKeySequence> closeKeys = {QKeySequence(Qt::Key_Escape),
+                                     QKeySequence(Qt::CTRL | Qt::Key_W)};
+    for (const QKeySequence& keys : QKeySequence::keyBindings(QKeySequence::Close))
+        if (!closeKeys.contains(keys)) closeKeys << keys;
+    for (const QKeySequence& keys : closeKeys)
+        connect(new QShortcut(keys, window_.get()), &QShortcut::activated, window_.get(),
+                &QWidget::close);
 
     connect(ui_->mPopCamera, &QComboBox::activated, this, &ControlPanel::selectCamera);
     connect(ui_->mBtnResetToDefault, &QPushButton::clicked, this,

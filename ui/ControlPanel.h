@@ -46,6 +46,8 @@ class ControlPanel : public QObject {
     static constexpr int kRowCount = CameraControlsPage::kRowCount;
     // Delay between applying a stored zoom and the stepped zoom of the camera that needs it.
     static constexpr int kSteppedZoomDelayMs = 1000;
+    // Room left on a short screen for the window manager's title bar and frame.
+    static constexpr int kWindowFrameAllowance = 40;
     // Every room's outlets under their interface files' names (ui/ControlPanelOutlets.h), for
     // tests and the screenshot tool.
     struct Outlets;
@@ -181,6 +183,7 @@ class ControlPanel : public QObject {
     // disableAllCameraControl without the pan/tilt buttons: the state before the first camera.
     void emptyPanel();
     void placeRooms();
+    void fitScreen();
     void wireActions();
     bool cameraChosen() const;
 

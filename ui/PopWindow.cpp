@@ -2,12 +2,15 @@
 
 #include <QEvent>
 #include <QGuiApplication>
+#include <QPainterPath>
+#include <QRegion>
 #include <QScreen>
 #include <algorithm>
 #include <cmath>
 
 #include "ui/PopViewController.h"
 #include "ui/PopWindowView.h"
+#include "ui/TrayLook.h"
 
 namespace orvella::ui {
 
@@ -36,6 +39,21 @@ PopWindow::PopWindow(const QRect& target, PopViewController* controller, QWidget
     if (targetFrame_.x() != frameFor(target, content).x())
         view_->setPointerTip(target.center().x() + 0.5 - targetFrame_.x());
     setGeometry(targetFrame_);
+    // Without a compositor the translucent corners would show black: the window takes the
+    // body's shape instead.
+    if (!compositorRunning()) setShaped(true);
+}
+
+QRegion PopWindow::shapeFor(const QSize& size, qreal tipX) {
+    const QPainterPath path = PopWindowView::fillRoundedRect(QSizeF(size), tipX);
+    return QRegion(path.toFillPolygon().toPolygon(), Qt::WindingFill);
+}
+
+void PopWindow::setShaped(bool shaped) {
+    if (shaped)
+        setMask(shapeFor(targetFrame_.size(), view_->pointerTip()));
+    else
+        clearMask();
 }
 
 PopWindow::~PopWindow() = default;

@@ -2,11 +2,12 @@
 // The reminder popover as a frameless window of its own: it opens under the tray icon (or, when
 // the tray does not say where its icon is, under the top right corner of the screen), grows out
 // of the icon's rectangle in 0.25 s, and closes as soon as it loses focus, so any click elsewhere
-// closes it.
+// closes it. Without a compositor it is cut to the body's shape, so no black corners show.
 
 #include <QPointer>
 #include <QPropertyAnimation>
 #include <QRect>
+#include <QRegion>
 #include <QWidget>
 
 namespace orvella::ui {
@@ -31,6 +32,12 @@ class PopWindow final : public QWidget {
     // right of `screen` (its available geometry), so far in that a reminder of `content` size
     // hangs centred under it without leaving the screen.
     static QRect targetFor(const QRect& iconRect, const QRect& screen, const QSize& content);
+
+    // The window's shape for a frame of `size`: the body with its rounded corners and pointer.
+    static QRegion shapeFor(const QSize& size, qreal tipX = -1);
+    // Cut to that shape (set when no compositor draws translucent windows) or rectangular.
+    void setShaped(bool shaped);
+    bool isShaped() const { return !mask().isEmpty(); }
 
     // Shows the window growing from the target rectangle to its frame, then takes the focus.
     void showAnimated();

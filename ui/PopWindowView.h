@@ -27,6 +27,7 @@ class PopWindowView final : public QWidget {
 
     // Where the pointer's tip is; negative for the middle.
     void setPointerTip(qreal tipX);
+    qreal pointerTip() const { return tipX_; }
 
   protected:
     void paintEvent(QPaintEvent* event) override;

@@ -2,7 +2,10 @@
 
 #include <QEvent>
 #include <QHBoxLayout>
+#include <QKeyEvent>
 #include <QToolButton>
+
+#include "ui/ButtonAccessible.h"
 
 namespace orvella::ui {
 
@@ -30,17 +33,53 @@ void SegmentedControl::setSegmentCount(int count) {
     while (segmentCount() < count) {
         auto button = new QToolButton(this);
         button->setCheckable(true);
+        setAccessibleButtonRole(button, ButtonRole::Segment);
         button->setAutoRaise(false);
         button->setToolButtonStyle(Qt::ToolButtonTextOnly);
         button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         group_.addButton(button, segmentCount());
-        connect(button, &QToolButton::toggled, this, [this] { updateSegmentColours(); });
+        connect(button, &QToolButton::toggled, this, [this] {
+            updateSegmentColours();
+            updateTabStop();
+        });
+        button->installEventFilter(this);
         layout()->addWidget(button);
         buttons_.append(button);
         tags_.append(0);
-        // A label's mnemonic for the control moves the focus to its first segment.
-        if (buttons_.size() == 1) setFocusProxy(button);
     }
+    updateTabStop();
+}
+
+void SegmentedControl::updateTabStop() {
+    // The control is one stop of the tab chain, as a group of radio buttons is: the selected
+    // segment, or the first one that can be chosen. A label's mnemonic moves the focus there.
+    QToolButton* stop = nullptr;
+    const int selected = selectedSegment();
+    if (selected >= 0 && buttons_[selected]->isEnabled()) stop = buttons_[selected];
+    for (QToolButton* button : buttons_)
+        if (!stop && button->isEnabled()) stop = button;
+    if (!stop && !buttons_.isEmpty()) stop = buttons_.first();
+    for (QToolButton* button : buttons_)
+        button->setFocusPolicy(button == stop ? Qt::StrongFocus : Qt::ClickFocus);
+    setFocusProxy(stop);
+}
+
+bool SegmentedControl::eventFilter(QObject* watched, QEvent* event) {
+    if (event->type() != QEvent::KeyPress) return QWidget::eventFilter(watched, event);
+    const int key = static_cast<QKeyEvent*>(event)->key();
+    int step = 0;
+    if (key == Qt::Key_Left || key == Qt::Key_Up) step = -1;
+    if (key == Qt::Key_Right || key == Qt::Key_Down) step = 1;
+    const int from = static_cast<int>(buttons_.indexOf(static_cast<QToolButton*>(watched)));
+    if (step == 0 || from < 0) return QWidget::eventFilter(watched, event);
+    // The arrow keys choose the next segment that can be chosen, as they do in a radio group.
+    for (int i = from + step; i >= 0 && i < segmentCount(); i += step) {
+        if (!buttons_[i]->isEnabled()) continue;
+        buttons_[i]->setFocus(Qt::OtherFocusReason);
+        buttons_[i]->click();
+        break;
+    }
+    return true;
 }
 
 QString SegmentedControl::label(int segment) const {
@@ -93,6 +132,7 @@ bool SegmentedControl::isSegmentEnabled(int segment) const {
 
 void SegmentedControl::setSegmentEnabled(int segment, bool enabled) {
     if (segment >= 0 && segment < segmentCount()) buttons_[segment]->setEnabled(enabled);
+    updateTabStop();
 }
 
 QToolButton* SegmentedControl::segmentButton(int segment) const {
@@ -106,6 +146,7 @@ void SegmentedControl::changeEvent(QEvent* event) {
         case QEvent::ApplicationPaletteChange:
         case QEvent::EnabledChange:
             updateSegmentColours();
+            updateTabStop();
             break;
         default:
             break;

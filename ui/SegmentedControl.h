@@ -2,7 +2,9 @@
 // A segmented control: a row of checkable tool buttons in one exclusive button group, each segment
 // with a label and an integer tag. The interface file gives the segments through the properties
 // "labels" (placeholder texts, replaced by the localization) and "tags"; code selects and reads
-// segments by index or by tag. Any number of segments may be deselected at once.
+// segments by index or by tag. Any number of segments may be deselected at once. For the keyboard
+// it is one tab stop, as a radio group is: Tab reaches the selected segment and the arrow keys
+// choose the next or previous one.
 
 #include <QButtonGroup>
 #include <QStringList>
@@ -51,6 +53,8 @@ class SegmentedControl : public QWidget {
 
   protected:
     void changeEvent(QEvent* event) override;
+    // The arrow keys on a segment choose the next or previous one.
+    bool eventFilter(QObject* watched, QEvent* event) override;
 
   signals:
     // The user clicked a segment (it is now selected).
@@ -59,6 +63,8 @@ class SegmentedControl : public QWidget {
   private:
     // The selected segment takes the palette's highlight, as a selected item does in a list.
     void updateSegmentColours();
+    // One tab stop for the whole control (see the .cpp).
+    void updateTabStop();
 
     QList<QToolButton*> buttons_;
     QList<int> tags_;

@@ -10,6 +10,7 @@
 #include "ui/PopViewController.h"
 #include "ui/PopWindow.h"
 #include "ui/StatusMenu.h"
+#include "ui/TrayLook.h"
 
 namespace orvella::ui {
 
@@ -22,6 +23,8 @@ QIcon image(const char* name) {
 StatusBar::StatusBar(StatusMenu* menu, std::function<bool()> trayAvailable, QObject* parent)
     : QObject(parent), menu_(menu), isAvailable_(std::move(trayAvailable)) {
     if (!isAvailable_) isAvailable_ = [] { return QSystemTrayIcon::isSystemTrayAvailable(); };
+    lookReader_ = readTrayLook;
+    snHostPresent_ = statusNotifierHostPresent;
     trayAvailable_ = isAvailable_();
     trayWatch_.setInterval(kTrayCheckMs);
     connect(&trayWatch_, &QTimer::timeout, this, &StatusBar::checkTray);
@@ -37,6 +40,8 @@ void StatusBar::installStatusBar() {
     statusItemView_->setMenu(menu_);
     statusItemView_->setToolTip(QCoreApplication::applicationName());
     statusItemView_->show();
+    // The host places the icon after it is shown: look at the tray again once it is there.
+    QTimer::singleShot(kLookAgainMs, this, &StatusBar::showMonochromeIcon);
     checkTray();
     if (!trayAvailable_)
         NSLog("No system tray is there to show the icon; the control panel opens as a window");
@@ -54,21 +59,57 @@ void StatusBar::removeStatusBar() {
 void StatusBar::setMenuIcon(bool blackAndWhite) {
     bwMenuIcon_ = blackAndWhite;
     if (statusItemView_) {
-        const QIcon normal = image(blackAndWhite ? "MonoMenu" : "ColorMenu");
-        statusItemView_->setImage(normal);
-        // The colour icon has no highlighted variant: the same image serves both.
-        statusItemView_->setAlternateImage(blackAndWhite ? image("MonoMenuHighlight") : normal);
+        if (blackAndWhite) {
+            showMonochromeIcon();
+        } else {
+            // The colour icon has no highlighted variant: the same image serves both.
+            const QIcon normal = image("ColorMenu");
+            statusItemView_->setImage(normal);
+            statusItemView_->setAlternateImage(normal);
+        }
     }
     if (menu_) menu_->setBWMenuIcon(blackAndWhite);
     emit menuIconChanged(blackAndWhite);
+}
+
+void StatusBar::showMonochromeIcon() {
+    if (!statusItemView_ || !bwMenuIcon_) return;
+    // A StatusNotifier host takes the icon by its theme name and recolours it for its panel.
+    if (snHostPresent_()) {
+        const QIcon named = QIcon::fromTheme(QLatin1String(kSymbolicIconName));
+        if (!named.isNull() && !named.name().isEmpty()) {
+            statusItemView_->setImage(named);
+            statusItemView_->setAlternateImage(named);
+            iconColor_ = QColor();
+            return;
+        }
+    }
+    // Hosts that take pixmaps (XEmbed): drawn in the colour that shows on the tray.
+    const TrayLook look = lookReader_(statusItemView_->globalRect());
+    const QColor color = ui::monochromeIconColor(look);
+    if (color != iconColor_) {
+        const QString why =
+            look.hostForeground ? QStringLiteral("the tray's colour")
+            : look.background
+                ? QStringLiteral("the tray around it is %1").arg(look.background->name())
+                : QStringLiteral("the palette's text colour");
+        NSLog("The black-and-white tray icon is drawn in %s (%s)", qPrintable(color.name()),
+              qPrintable(why));
+    }
+    iconColor_ = color;
+    statusItemView_->setImage(monochromeImage(QStringLiteral("MonoMenu"), color));
+    statusItemView_->setAlternateImage(monochromeImage(QStringLiteral("MonoMenuHighlight"), color));
 }
 
 void StatusBar::checkTray() {
     const bool available = isAvailable_();
     if (available == trayAvailable_) return;
     trayAvailable_ = available;
-    // A host that comes late gets the icon shown anew.
-    if (available && statusItemView_) statusItemView_->show();
+    // A host that comes late gets the icon shown anew, drawn for its tray.
+    if (available && statusItemView_) {
+        statusItemView_->show();
+        QTimer::singleShot(kLookAgainMs, this, &StatusBar::showMonochromeIcon);
+    }
     NSLog("%s", available ? "A system tray appeared; the icon is there"
                           : "The system tray went away; the control panel opens as a window");
     emit trayAvailabilityChanged(available);
@@ -80,14 +121,18 @@ namespace orvella::ui {
 
 void StatusBar::showPopover() {
     if (!statusItemView_ || !trayAvailable_) return;
+    const QRect icon = iconRect_ ? iconRect_() : statusItemView_->globalRect();
+    // Made once and kept while the icon stays where it is; an icon the host has placed (or moved)
+    // since gets a popover pointing at it.
+    if (popWindow_ && popWindow_->getTargetRect() != icon && icon.isValid() && !icon.isEmpty())
+        popWindow_.reset();
     if (!popWindow_) {
         auto* content = new PopViewController;
         connect(content, &PopViewController::disablePopupClicked, this,
                 &StatusBar::disablePopupClicked);
         const QScreen* screen = QGuiApplication::primaryScreen();
-        const QRect target =
-            PopWindow::targetFor(statusItemView_->globalRect(),
-                                 screen ? screen->availableGeometry() : QRect(), content->size());
+        const QRect target = PopWindow::targetFor(
+            icon, screen ? screen->availableGeometry() : QRect(), content->size());
         popWindow_ = std::make_unique<PopWindow>(target, content);
     }
     popWindow_->showAnimated();

@@ -12,6 +12,7 @@
 #include <memory>
 
 #include "ui/StatusItemView.h"
+#include "ui/TrayLook.h"
 
 namespace orvella::ui {
 
@@ -35,8 +36,21 @@ class StatusBar final : public QObject {
     StatusItemView* statusItemView() const { return statusItemView_.get(); }
 
     // Black and white ("MonoMenu", highlighted "MonoMenuHighlight") or colour ("ColorMenu" for
-    // both); sets the menu item's state and reports the choice, for the preferences.
+    // both); sets the menu item's state and reports the choice, for the preferences. The black
+    // and white icon goes to a StatusNotifier host by its theme name (orvella-symbolic), which the
+    // host recolours; other hosts get it drawn in the colour that shows on their tray (TrayLook).
     void setMenuIcon(bool blackAndWhite);
+    // How the tray is read and whether a StatusNotifier host is there (tests replace them).
+    void setTrayLookReader(std::function<TrayLook(const QRect&)> reader) {
+        lookReader_ = std::move(reader);
+    }
+    // Where the host shows the icon (default: QSystemTrayIcon::geometry()).
+    void setIconRectReader(std::function<QRect()> reader) { iconRect_ = std::move(reader); }
+    void setStatusNotifierHostCheck(std::function<bool()> check) {
+        snHostPresent_ = std::move(check);
+    }
+    // The colour the black-and-white icon was last drawn in (invalid: by theme name, or colour).
+    QColor monochromeIconColor() const { return iconColor_; }
     bool bwMenuIcon() const { return bwMenuIcon_; }
 
     // Whether nothing shows the status item, so the panel must stand alone: the item is wanted
@@ -47,11 +61,13 @@ class StatusBar final : public QObject {
 
     // The reminder under the icon (made once and kept): shown only while the icon is installed
     // and a tray host shows it -- with no icon there is nothing to point at. It points at the
-    // icon when the tray says where that is, else at the screen's top right.
+    // icon when the tray says where that is, else at the screen's top right; made anew when the
+    // icon has been placed or moved since.
     void showPopover();
     PopWindow* popWindow() const { return popWindow_.get(); }
 
     static constexpr int kTrayCheckMs = 2000;
+    static constexpr int kLookAgainMs = 1000;
 
   signals:
     void menuIconChanged(bool blackAndWhite);
@@ -61,7 +77,13 @@ class StatusBar final : public QObject {
     void disablePopupClicked(bool disabled);
 
   private:
+    void showMonochromeIcon();
+
     StatusMenu* menu_;
+    std::function<TrayLook(const QRect&)> lookReader_;
+    std::function<bool()> snHostPresent_;
+    std::function<QRect()> iconRect_;
+    QColor iconColor_;
     std::function<bool()> isAvailable_;
     bool trayAvailable_ = false;
     bool bwMenuIcon_ = false;

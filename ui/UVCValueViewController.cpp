@@ -13,6 +13,7 @@
 #include "camera/CameraSession.h"
 #include "camera/QTCamera.h"
 #include "settings/SettingsID.h"
+#include "ui/ButtonAccessible.h"
 #include "ui/Images.h"
 #include "ui/Localization.h"
 #include "ui/PeriodicDelaySlider.h"
@@ -119,6 +120,8 @@ std::unique_ptr<UVCValueViewController> UVCValueViewController::initWithView(
     }
 
     row->_controlID = settingsID;
+    // The title switches the value display: a button, pressed while the value shows.
+    setAccessibleButtonRole(ui.btnTitle, ButtonRole::PressedWhileChecked);
     ui.layout->setAlignment(ui.btnTitle, Qt::AlignRight | Qt::AlignVCenter);
     if (titleKey) {
         ui.btnTitle->setText(localized(titleKey));
@@ -185,6 +188,10 @@ void UVCValueViewController::arrangeAperture() {
     ui.layout->addWidget(ui.lblMax, 0, 0);
     ui.lblMin->setAlignment(Qt::AlignCenter);
     ui.lblMax->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    // Elsewhere the slider's keys do what the low and high buttons do; the iris moves by them
+    // alone, so they take the keyboard focus here.
+    ui.btnLow->setFocusPolicy(Qt::TabFocus);
+    ui.btnHigh->setFocusPolicy(Qt::TabFocus);
     ui.layout->setAlignment(ui.lblMax, Qt::AlignRight | Qt::AlignVCenter);
 }
 
@@ -413,6 +420,22 @@ void UVCValueViewController::settingChanged(int32_t settingsID) {
 
 void UVCValueViewController::titleClicked(bool displayValue, int32_t settingsID) {
     if (delegate_ && delegate_->titleClicked) delegate_->titleClicked(displayValue, settingsID);
+}
+
+void UVCValueViewController::setAccessibleNames(const QString& name) {
+    Ui::UVCValueViewController& ui = *ui_;
+    ui.sldControl->setAccessibleName(name);
+    ui.segControl->setAccessibleName(name);
+    ui.txtValue->setAccessibleName(name);
+    ui.btnTitle->setAccessibleName(localizedFormat("Display_Value_Of", name));
+    const QString decrease = localizedFormat("Decrease_Control", name);
+    const QString increase = localizedFormat("Increase_Control", name);
+    ui.btnLow->setAccessibleName(decrease);
+    ui.btnLow->setToolTip(decrease);
+    ui.btnHigh->setAccessibleName(increase);
+    ui.btnHigh->setToolTip(increase);
+    // The aperture's position and title are labels: the position is named for the control.
+    if (kind() == Kind::StepPosition) ui.lblMin->setAccessibleName(name);
 }
 
 int UVCValueViewController::titleWidthHint() const {

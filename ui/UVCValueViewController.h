@@ -90,6 +90,10 @@ class UVCValueViewController : public QObject {
     bool isVisible() const { return _isVisible; }
     bool isDisplayingValue() const;
 
+    // Names the row's parts for screen readers: the slider, switch and value field take the
+    // control's name; the title, low and high buttons say what they do with it.
+    void setAccessibleNames(const QString& name);
+
     // The width the title wants, and the width of the title column (so that the rows of a panel
     // line up their sliders).
     int titleWidthHint() const;

@@ -324,5 +324,44 @@ TEST_F(Controller, SlidersOfAutomaticControlsFollowTheCameraAtTheirInterval) {
     EXPECT_EQ(allSetCurCount(*camera), 0);
 }
 
+TEST_F(Controller, AMinimisedPanelIsShownAgainByTheBusASecondStartAndTheMenu) {
+    start();
+    QWidget* window = orvella->panel().window();
+    ui::StatusMenu& menu = orvella->statusMenu();
+    const QString hide = ui::tray::nameFormat("Hide_Panel", ui::applicationName());
+    const QString show = ui::tray::nameFormat("Show_Panel", ui::applicationName());
+    ASSERT_TRUE(orvella->isPanelVisible());
+    EXPECT_EQ(menu.mItmShowHide->text(), hide);
+
+    // Minimised from the task bar: out of sight, and the menu offers to show it.
+    window->showMinimized();
+    EXPECT_FALSE(orvella->isPanelVisible());
+    EXPECT_EQ(menu.mItmShowHide->text(), show);
+
+    // The bus's ShowPanel restores it.
+    orvella->setPanelVisible(true);
+    EXPECT_FALSE(window->isMinimized());
+    EXPECT_TRUE(orvella->isPanelVisible());
+    EXPECT_EQ(menu.mItmShowHide->text(), hide);
+
+    // A second start of the program.
+    window->showMinimized();
+    orvella->applicationWillBecomeActive();
+    EXPECT_FALSE(window->isMinimized());
+    EXPECT_TRUE(orvella->isPanelVisible());
+
+    // The menu's "Show" shows it rather than hiding it.
+    window->showMinimized();
+    menu.mItmShowHide->trigger();
+    EXPECT_FALSE(window->isMinimized());
+    EXPECT_TRUE(orvella->isPanelVisible());
+    EXPECT_TRUE(orvella->panelOn());
+    EXPECT_EQ(menu.mItmShowHide->text(), hide);
+    // Then it hides it as before.
+    menu.mItmShowHide->trigger();
+    EXPECT_FALSE(window->isVisible());
+    EXPECT_EQ(menu.mItmShowHide->text(), show);
+}
+
 }  // namespace
 }  // namespace orvella::app

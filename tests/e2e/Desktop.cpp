@@ -71,6 +71,18 @@ void TrayHost::RegisterStatusNotifierItem(const QString& serviceOrPath,
     emit StatusNotifierItemRegistered(item);
 }
 
+QVariant TrayHost::itemProperty(const QString& name) {
+    if (items_.isEmpty()) return {};
+    const QStringList item = items_.first().split(QLatin1Char(' '));
+    QDBusConnection bus(kTrayConnection);
+    QDBusMessage get = QDBusMessage::createMethodCall(
+        item[0], item[1], QStringLiteral("org.freedesktop.DBus.Properties"), QStringLiteral("Get"));
+    get << QStringLiteral("org.kde.StatusNotifierItem") << name;
+    const QDBusMessage reply = call(bus, get);
+    if (reply.type() != QDBusMessage::ReplyMessage || reply.arguments().isEmpty()) return {};
+    return qvariant_cast<QDBusVariant>(reply.arguments().first()).variant();
+}
+
 QStringList TrayHost::menuLabels() {
     if (items_.isEmpty()) return {};
     const QStringList item = items_.first().split(QLatin1Char(' '));

@@ -57,6 +57,9 @@ class TrayHost : public QObject {
     // The labels of every entry of the first registered item's menu, depth first; empty when
     // no item is registered or its menu cannot be read.
     QStringList menuLabels();
+    // A property of the first registered item (org.kde.StatusNotifierItem), invalid when there
+    // is none or it cannot be read.
+    QVariant itemProperty(const QString& name);
 
   public slots:
     void RegisterStatusNotifierItem(const QString& serviceOrPath, const QDBusMessage& message);

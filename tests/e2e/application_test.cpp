@@ -291,6 +291,28 @@ TEST_F(EndToEnd, TheTrayListsTheCamerasAsTheyComeAndGo) {
     stopCleanly(application);
 }
 
+TEST_F(EndToEnd, AStatusNotifierHostGetsTheBlackAndWhiteIconByItsThemeName) {
+    // The symbolic icon installed as the package installs it, in the user's data folder.
+    const QString icons = dir.filePath(QStringLiteral("data/icons/hicolor/symbolic/apps"));
+    ASSERT_TRUE(QDir().mkpath(icons));
+    ASSERT_TRUE(QFile::copy(QStringLiteral(ORVELLA_SOURCE_DIR "/packaging/icons/hicolor/symbolic/"
+                                                              "apps/orvella-symbolic.svg"),
+                            icons + QStringLiteral("/orvella-symbolic.svg")));
+    environment.insert("XDG_DATA_HOME", dir.filePath(QStringLiteral("data")));
+    plug("generic.json", "one.json");
+    QProcess& application = startApplication();
+    ASSERT_TRUE(waitFor([&] { return !desktop.tray.registeredItems().isEmpty(); }, 30000));
+    // "Black and White Menu Icon" is on at every start: the host gets the name to recolour.
+    EXPECT_TRUE(waitFor(
+        [&] {
+            return desktop.tray.itemProperty(QStringLiteral("IconName")).toString() ==
+                   QLatin1String("orvella-symbolic");
+        },
+        20000))
+        << desktop.tray.itemProperty(QStringLiteral("IconName")).toString().toStdString();
+    stopCleanly(application);
+}
+
 TEST_F(EndToEnd, TheLastStateFollowsProfilesAndComesBackAtPlugIn) {
     REQUIRE_CONTROLLER();
     writePreferences(preferences(0, 17, -12));

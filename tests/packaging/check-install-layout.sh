@@ -28,6 +28,10 @@ desktop=$prefix/share/applications/$id.desktop
 icon=$(sed -n 's/^Icon=//p' "$desktop")
 [ "$icon" = "$id" ] || fail "the desktop entry names icon '$icon'"
 [ -f "$prefix/share/icons/hicolor/scalable/apps/$icon.svg" ] || fail "no scalable icon"
+# The tray's black-and-white icon, by the name the program gives StatusNotifier hosts.
+[ -f "$prefix/share/icons/hicolor/symbolic/apps/orvella-symbolic.svg" ] || fail "no symbolic tray icon"
+grep -q currentColor "$prefix/share/icons/hicolor/symbolic/apps/orvella-symbolic.svg" 2>/dev/null &&
+    fail "the symbolic tray icon has no colour of its own"
 for size in 16 22 24 32 48 64 128 256 512; do
     png=$prefix/share/icons/hicolor/${size}x$size/apps/$icon.png
     if [ ! -f "$png" ]; then fail "no ${size}px icon"; continue; fi

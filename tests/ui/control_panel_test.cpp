@@ -8,6 +8,7 @@
 #include <QGroupBox>
 #include <QLabel>
 #include <QPushButton>
+#include <QScrollArea>
 #include <QSignalSpy>
 #include <QStandardItemModel>
 #include <QTest>
@@ -18,6 +19,7 @@
 #include "settings/SettingsID.h"
 #include "ui/ControlPanel.h"
 #include "ui/ControlPanelOutlets.h"
+#include "ui/Localization.h"
 #include "ui/ProfileItemRoles.h"
 #include "ui/SegmentedControl.h"
 #include "ui_UVCValueViewController.h"
@@ -92,6 +94,41 @@ TEST(ControlPanel, ShowsTheRowsAndBoxesACameraSupports) {
     EXPECT_FALSE(c270.ui().mSegPowerLineFrequency->isSegmentEnabled(3));
     EXPECT_TRUE(c270.ui().mSegPowerLineFrequency->isSegmentEnabled(2));
     EXPECT_TRUE(c270.ui().mBoxFocus->isHidden());
+}
+
+TEST(ControlPanel, FitsASmallScreenInEveryLanguageWithTheControlsScrolling) {
+    // A 1366x768 screen with a top bar leaves 720 px: the camera with the most controls fits,
+    // its controls scroll, and the camera pop-up, the profile box and the bottom line stay in view.
+    constexpr int kRoom = 720;
+    for (const QString& locale : availableLocales()) {
+        ASSERT_TRUE(installTranslation(locale));
+        Panel p("full-pu.json");
+        QWidget* window = p.panel.window();
+        window->show();
+        window->resize(window->width(), kRoom);
+        QApplication::processEvents();
+        EXPECT_LE(window->minimumSizeHint().height(), kRoom) << qPrintable(locale);
+        EXPECT_LE(window->height(), kRoom) << qPrintable(locale);
+        for (QWidget* w :
+             {static_cast<QWidget*>(p.ui().mPopCamera), static_cast<QWidget*>(p.ui().mPopProfile),
+              static_cast<QWidget*>(p.ui().mBtnResetToDefault),
+              static_cast<QWidget*>(p.ui().mTxtFormatType)}) {
+            const QRect inWindow(w->mapTo(window, QPoint(0, 0)), w->size());
+            EXPECT_TRUE(window->rect().contains(inWindow))
+                << qPrintable(locale) << ' ' << qPrintable(w->objectName());
+        }
+        for (const auto& row : p.panel.rows()) {
+            QWidget* view = row->view();
+            EXPECT_TRUE(p.ui().mScrollBasic->isAncestorOf(view) ||
+                        p.ui().mScrollAdvanced->isAncestorOf(view))
+                << qPrintable(view->objectName());
+        }
+        // The pages scroll up and down only: a row is never cut off at the side.
+        for (QScrollArea* page : {p.ui().mScrollBasic, p.ui().mScrollAdvanced})
+            EXPECT_GE(page->viewport()->width(), page->widget()->minimumSizeHint().width())
+                << qPrintable(locale);
+    }
+    installTranslation(QStringLiteral("en"));
 }
 
 TEST(ControlPanel, BuiltInCameraShowsItsMediaDeviceControls) {

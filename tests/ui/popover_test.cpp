@@ -63,6 +63,28 @@ TEST(PopWindow, HangsCentredUnderTheIconWithItsPointerOnTheIcon) {
     EXPECT_EQ(tipOf(PopWindowView::fillRoundedRect(QSizeF(300, 112), 298)), 280);
 }
 
+TEST(PopWindow, WithoutACompositorItTakesTheBodysShape) {
+    const QSize frame(300, 112);
+    const QRegion shape = PopWindow::shapeFor(frame);
+    // The rounded corners and the sides of the pointer are cut away; the body and the tip stay.
+    for (const QPoint corner :
+         {QPoint(0, PopWindowView::kPointerHeight), QPoint(299, 111), QPoint(0, 111),
+          QPoint(299, PopWindowView::kPointerHeight), QPoint(10, 2), QPoint(290, 2)})
+        EXPECT_FALSE(shape.contains(corner)) << corner.x() << ',' << corner.y();
+    for (const QPoint inside : {QPoint(150, 60), QPoint(150, 4), QPoint(12, 100)})
+        EXPECT_TRUE(shape.contains(inside)) << inside.x() << ',' << inside.y();
+    // A pointer moved towards an icon near the screen's edge moves with the shape.
+    EXPECT_TRUE(PopWindow::shapeFor(frame, 40).contains(QPoint(40, 4)));
+    EXPECT_FALSE(PopWindow::shapeFor(frame, 40).contains(QPoint(150, 4)));
+
+    PopWindow window(QRect(1000, 0, 24, 22), new PopViewController);
+    window.setShaped(true);
+    EXPECT_TRUE(window.isShaped());
+    EXPECT_FALSE(window.mask().contains(QPoint(0, PopWindowView::kPointerHeight)));
+    window.setShaped(false);
+    EXPECT_FALSE(window.isShaped());
+}
+
 TEST(PopViewController, ReadsOnTheDarkBodyAndReportsItsCheckBox) {
     PopViewController controller;
     EXPECT_EQ(controller.size(), QSize(300, 100));

@@ -2,10 +2,14 @@
 #include <gtest/gtest.h>
 
 #include <QCheckBox>
+#include <QDir>
+#include <QFile>
+#include <QImage>
 #include <QPainter>
 #include <QPixmap>
 #include <QSignalSpy>
 #include <QStandardItemModel>
+#include <QTemporaryDir>
 
 #include "support/EventLoop.h"
 #include "ui/PopViewController.h"
@@ -13,6 +17,7 @@
 #include "ui/StatusBar.h"
 #include "ui/StatusItemView.h"
 #include "ui/StatusMenu.h"
+#include "ui/TrayLook.h"
 
 namespace orvella::ui {
 namespace {
@@ -200,6 +205,127 @@ TEST(StatusBar, InstallsRemovesAndChoosesTheIcon) {
     bar.removeStatusBar();
     EXPECT_FALSE(bar.isInstalled());
     EXPECT_FALSE(bar.statusItemView());
+}
+
+TEST(TrayLook, TheBlackAndWhiteIconTakesTheTraysColourOrContrastsWithThePanel) {
+    // _NET_SYSTEM_TRAY_COLORS: 16-bit channels, the normal colour first.
+    EXPECT_EQ(trayNormalColor({0xFFFF, 0xFFFF, 0xFFFF, 0, 0, 0}), QColor(Qt::white));
+    EXPECT_EQ(trayNormalColor({0x8000, 0x0000, 0x4000}), QColor(0x80, 0x00, 0x40));
+    EXPECT_EQ(trayNormalColor({0xFFFF, 0xFFFF}), std::nullopt);
+    EXPECT_EQ(trayNormalColor({}), std::nullopt);
+
+    const QColor text(0x33, 0x33, 0x99);
+    // The tray's own wish wins over what the panel looks like.
+    EXPECT_EQ(monochromeIconColor({QColor(Qt::red), QColor(Qt::white), text}), QColor(Qt::red));
+    // Else the panel decides: white on dark panels, black on light ones, grey ones included.
+    EXPECT_EQ(monochromeIconColor({std::nullopt, QColor(0x20, 0x20, 0x20), text}),
+              QColor(Qt::white));
+    EXPECT_EQ(monochromeIconColor({std::nullopt, QColor(0x30, 0x36, 0x4a), text}),
+              QColor(Qt::white));
+    EXPECT_EQ(monochromeIconColor({std::nullopt, QColor(0xf0, 0xf0, 0xf0), text}),
+              QColor(Qt::black));
+    EXPECT_EQ(monochromeIconColor({std::nullopt, QColor(0x9a, 0x9a, 0x9a), text}),
+              QColor(Qt::black));
+    // Nothing known: the palette's text colour.
+    EXPECT_EQ(monochromeIconColor({std::nullopt, std::nullopt, text}), text);
+
+    // The panel around an icon is its grab's outer ring; the icon in the middle does not count.
+    QImage grab(12, 12, QImage::Format_RGB32);
+    grab.fill(QColor(0x10, 0x20, 0x30));
+    QPainter(&grab).fillRect(3, 3, 6, 6, Qt::white);
+    EXPECT_EQ(borderColor(grab, 3), QColor(0x10, 0x20, 0x30));
+    // A light panel hardly taller than the icon: the black desktop below it does not decide.
+    grab.fill(QColor(0xee, 0xee, 0xee));
+    QPainter(&grab).fillRect(0, 10, 12, 2, Qt::black);
+    EXPECT_EQ(borderColor(grab, 3), QColor(0xee, 0xee, 0xee));
+    EXPECT_EQ(borderColor(QImage(), 3), std::nullopt);
+}
+
+// The lightest and darkest opaque pixel of an icon at 22 px.
+std::pair<int, int> inkRange(const QIcon& icon) {
+    const QImage image = icon.pixmap(22, 22).toImage().convertToFormat(QImage::Format_ARGB32);
+    int lightest = 0, darkest = 255;
+    for (int y = 0; y < image.height(); ++y)
+        for (int x = 0; x < image.width(); ++x) {
+            const QRgb pixel = image.pixel(x, y);
+            if (qAlpha(pixel) < 200) continue;
+            lightest = std::max(lightest, qGray(pixel));
+            darkest = std::min(darkest, qGray(pixel));
+        }
+    return {lightest, darkest};
+}
+
+TEST(StatusBar, TheBlackAndWhiteIconIsDrawnToShowOnTheTray) {
+    StatusMenu menu;
+    StatusBar bar(&menu, [] { return true; });
+    TrayLook look{std::nullopt, QColor(0x22, 0x22, 0x22), QColor(Qt::black)};
+    bar.setTrayLookReader([&](const QRect&) { return look; });
+    bar.setStatusNotifierHostCheck([] { return false; });
+    bar.installStatusBar();
+
+    // A dark XEmbed panel: the icon and its highlighted variant are light.
+    bar.setMenuIcon(true);
+    EXPECT_EQ(bar.monochromeIconColor(), QColor(Qt::white));
+    EXPECT_GT(inkRange(bar.statusItemView()->image()).second, 200);
+    EXPECT_GT(inkRange(bar.statusItemView()->alternateImage()).first, 200);
+    // A light one: dark.
+    look.background = QColor(0xee, 0xee, 0xee);
+    bar.setMenuIcon(true);
+    EXPECT_LT(inkRange(bar.statusItemView()->image()).first, 60);
+    // A tray that names its colour gets it.
+    look.hostForeground = QColor(0xcc, 0xdd, 0xee);
+    bar.setMenuIcon(true);
+    EXPECT_EQ(bar.monochromeIconColor(), QColor(0xcc, 0xdd, 0xee));
+
+    // A StatusNotifier host gets the icon by its theme name, as installed into hicolor.
+    QTemporaryDir themes;
+    ASSERT_TRUE(QDir(themes.path()).mkpath(QStringLiteral("hicolor/symbolic/apps")));
+    QFile index(themes.filePath(QStringLiteral("hicolor/index.theme")));
+    ASSERT_TRUE(index.open(QIODevice::WriteOnly));
+    index.write(
+        "[Icon Theme]\nName=Hicolor\nDirectories=symbolic/apps\n\n"
+        "[symbolic/apps]\nSize=16\nMinSize=8\nMaxSize=512\nType=Scalable\n");
+    index.close();
+    ASSERT_TRUE(QFile::copy(
+        QStringLiteral(ORVELLA_UI_SOURCE_DIR "/../packaging/icons/hicolor/symbolic/apps/"
+                                             "orvella-symbolic.svg"),
+        themes.filePath(QStringLiteral("hicolor/symbolic/apps/orvella-symbolic.svg"))));
+    const QStringList searchPaths = QIcon::themeSearchPaths();
+    const QString themeName = QIcon::themeName();
+    QIcon::setThemeSearchPaths({themes.path()});
+    QIcon::setThemeName(QStringLiteral("hicolor"));
+    bar.setStatusNotifierHostCheck([] { return true; });
+    bar.setMenuIcon(true);
+    EXPECT_EQ(bar.statusItemView()->image().name(), QLatin1String(kSymbolicIconName));
+    QIcon::setThemeSearchPaths(searchPaths);
+    QIcon::setThemeName(themeName);
+    bar.removeStatusBar();
+}
+
+TEST(StatusBar, ThePopoverPointsAtTheIconWhereTheHostPlacedIt) {
+    StatusMenu menu;
+    StatusBar bar(&menu, [] { return true; });
+    QRect icon;  // not placed yet
+    bar.setIconRectReader([&] { return icon; });
+    bar.setStatusNotifierHostCheck([] { return false; });
+    bar.installStatusBar();
+    bar.showPopover();
+    ASSERT_TRUE(bar.popWindow());
+    EXPECT_LT(bar.popWindow()->getTargetRect().y(), 0) << "the stand-in above the screen's top";
+    bar.popWindow()->hide();
+
+    // The host has placed the icon: the popover hangs under it from then on.
+    icon = QRect(500, 0, 24, 24);
+    bar.showPopover();
+    ASSERT_TRUE(bar.popWindow());
+    EXPECT_EQ(bar.popWindow()->getTargetRect(), icon);
+    EXPECT_EQ(bar.popWindow()->getTargetFrame().top(), icon.bottom() + 1);
+    PopWindow* made = bar.popWindow();
+    bar.popWindow()->hide();
+    bar.showPopover();
+    EXPECT_EQ(bar.popWindow(), made);
+    bar.popWindow()->hide();
+    bar.removeStatusBar();
 }
 
 TEST(StatusBar, WithoutATrayHostThePanelStandsAloneUntilOneAppears) {

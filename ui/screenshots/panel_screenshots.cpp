@@ -7,6 +7,10 @@
 //   orvella-ui-shots --icons DIR      (DIR/<n>x<n>/apps/org.orvella.Orvella.png)
 //   orvella-ui-shots --icon-sheet FILE (every image at 16 and 32 px, light and dark)
 //   orvella-ui-shots --tray DIR       (DIR/tray-menu.png and DIR/popover.png)
+//   orvella-ui-shots --fixtures DIR --small-screen DIR
+//                      (every fixture camera in every language: the panel's smallest height
+//                      printed; the camera with the most rows shown on the screen's height,
+//                      small-screen-<lang>-<w>x<h>.png)
 //   orvella-ui-shots --fixtures DIR --preferences DIR [--lang L]...
 //                      (the Preferences tab with the settings guard on:
 //                      preferences-guard-<lang>.png)
@@ -18,6 +22,7 @@
 #include <QDir>
 #include <QImage>
 #include <QPainter>
+#include <QScreen>
 #include <QStyleFactory>
 #include <QSvgRenderer>
 #include <QTabWidget>
@@ -97,15 +102,18 @@ QImage grabTabs(ui::ControlPanel& panel) {
         width += shot.width();
         height = std::max(height, shot.height());
     }
+    // On a scaled screen the shots are in device pixels: the sheet is too.
+    const qreal scale = shots.isEmpty() ? 1 : shots.first().devicePixelRatio();
     const int gap = 12;
-    width += gap * (static_cast<int>(shots.size()) - 1);
+    width += qRound(gap * scale) * (static_cast<int>(shots.size()) - 1);
     QImage out(width, height, QImage::Format_ARGB32);
+    out.setDevicePixelRatio(scale);
     out.fill(Qt::transparent);
     QPainter painter(&out);
-    int x = 0;
+    qreal x = 0;
     for (const QImage& shot : shots) {
-        painter.drawImage(x, 0, shot);
-        x += shot.width() + gap;
+        painter.drawImage(QPointF(x, 0), shot);
+        x += shot.width() / scale + gap;
     }
     return out;
 }
@@ -195,12 +203,91 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
 
 }  // namespace
 
+// The number of control rows a camera shows (both tabs).
+int shownRows(ui::ControlPanel& panel) {
+    int count = 0;
+    for (const auto& row : panel.rows())
+        if (row && row->isVisible()) ++count;
+    return count;
+}
+
+std::unique_ptr<QTCamera> cameraFrom(virtualcam::VirtualPlatform& rig,
+                                     platform::RecordingClock& clock, const QString& path) {
+    QString error;
+    auto capture = rig.addDefinitionFile(path, &error);
+    if (!capture) {
+        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
+        return nullptr;
+    }
+    const platform::MediaObjectID media = rig.mediaDeviceFor(*capture);
+    return media ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
+                 : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+}
+
+// The panel on a small screen: for every fixture camera and language the smallest height the
+// panel can take (it must fit a 1366x768 screen with a top bar: 720 px); the camera with the most
+// rows is then shown at that height, one PNG per language with the screen's size in the name.
+int renderSmallScreen(const QString& fixtures, const QString& out) {
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    const QSize screenSize = screen ? screen->size() : QSize(1366, 768);
+    QDir().mkpath(out);
+    const QStringList files =
+        QDir(fixtures).entryList({QStringLiteral("*.json")}, QDir::Files, QDir::Name);
+    QString fullest;
+    int mostRows = -1;
+    int worst = 0;
+    for (const QString& language : ui::availableLocales()) {
+        if (!ui::installTranslation(language)) return 1;
+        for (const QString& file : files) {
+            virtualcam::VirtualPlatform rig;
+            platform::RecordingClock clock;
+            auto camera = cameraFrom(rig, clock, fixtures + '/' + file);
+            if (!camera) return 1;
+            ui::ControlPanel panel;
+            fillPanel(panel, *camera, {QStringLiteral("Video call"), QStringLiteral("Evening")});
+            panel.window()->show();
+            QApplication::processEvents();
+            const int rows = shownRows(panel);
+            if (rows > mostRows) mostRows = rows, fullest = file;
+            const int height = panel.window()->minimumSizeHint().height();
+            worst = std::max(worst, height);
+            QTextStream(stdout) << language << ' ' << file << " rows " << rows << " minimum "
+                                << panel.window()->minimumSizeHint().width() << 'x' << height
+                                << '\n';
+        }
+    }
+    QTextStream(stdout) << "fullest " << fullest << " tallest minimum " << worst << '\n';
+    for (const QString& language : ui::availableLocales()) {
+        ui::installTranslation(language);
+        virtualcam::VirtualPlatform rig;
+        platform::RecordingClock clock;
+        auto camera = cameraFrom(rig, clock, fixtures + '/' + fullest);
+        if (!camera) return 1;
+        ui::ControlPanel panel;
+        fillPanel(panel, *camera, {QStringLiteral("Video call"), QStringLiteral("Evening")});
+        panel.window()->show();
+        QApplication::processEvents();
+        const qreal scale = screen ? screen->devicePixelRatio() : 1;
+        const QString path = QStringLiteral("%1/small-screen-%2-%3x%4%5.png")
+                                 .arg(out, language)
+                                 .arg(screenSize.width())
+                                 .arg(screenSize.height())
+                                 .arg(scale == 1 ? QString() : QStringLiteral("@%1x").arg(scale));
+        const QImage shot = grabTabs(panel);
+        const QSize size = panel.window()->size();
+        if (!shot.save(path)) return 1;
+        QTextStream(stdout) << path << " panel " << size.width() << 'x' << size.height() << '\n';
+    }
+    return 0;
+}
+
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const QStringList args = app.arguments();
     // The menus and the popover name the application as it runs.
     QApplication::setApplicationName(QStringLiteral("Orvella"));
-    QString fixtures, out, icons, sheet, preferences, tray;
+    QString fixtures, out, icons, sheet, preferences, tray, smallScreen;
     QStringList cameras, languages, themes;
     for (int i = 1; i + 1 < args.size(); i += 2) {
         if (args[i] == "--fixtures")
@@ -217,6 +304,8 @@ int main(int argc, char** argv) {
             icons = args[i + 1];
         else if (args[i] == "--icon-sheet")
             sheet = args[i + 1];
+        else if (args[i] == "--small-screen")
+            smallScreen = args[i + 1];
         else if (args[i] == "--preferences")
             preferences = args[i + 1];
         else if (args[i] == "--tray")
@@ -232,6 +321,8 @@ int main(int argc, char** argv) {
         QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
         return renderIconSheet(sheet);
     }
+    if (!fixtures.isEmpty() && !smallScreen.isEmpty())
+        return renderSmallScreen(fixtures, smallScreen);
     if (!fixtures.isEmpty() && !preferences.isEmpty())
         return renderPreferences(fixtures, preferences,
                                  languages.isEmpty() ? QStringList{"en"} : languages);

@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>Nicht nötig, solange Ihre Einstellungen behalten werden: %1 stellt sie wieder her, sobald ein anderes Programm sie geändert hat.</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>Wert von %1 anzeigen</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>%1 verringern</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>%1 erhöhen</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>%1 automatisch</translation>
+    </message>
 </context>
 </TS>

@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>Not needed while your settings are kept: %1 restores them as soon as another program has changed them.</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>Show the Value of %1</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>Decrease %1</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>Increase %1</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>Automatic %1</translation>
+    </message>
 </context>
 </TS>

@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>No es necesario mientras se mantienen sus ajustes: %1 los restaura en cuanto otro programa los ha cambiado.</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>Mostrar el valor de %1</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>Disminuir %1</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>Aumentar %1</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>%1 automático</translation>
+    </message>
 </context>
 </TS>

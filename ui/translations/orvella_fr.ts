@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>Inutile tant que vos réglages sont conservés : %1 les rétablit dès qu'un autre programme les a modifiés.</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>Afficher la valeur de %1</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>Diminuer %1</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>Augmenter %1</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>%1 automatique</translation>
+    </message>
 </context>
 </TS>

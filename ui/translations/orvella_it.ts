@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>Non serve finché le impostazioni vengono mantenute: %1 le ripristina appena un altro programma le ha modificate.</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>Mostra il valore di %1</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>Diminuisci %1</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>Aumenta %1</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>%1 automatico</translation>
+    </message>
 </context>
 </TS>

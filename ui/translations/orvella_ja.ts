@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>設定を保持している間は不要です。ほかのプログラムが設定を変更すると、%1 がすぐに元に戻します。</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>%1の値を表示</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>%1を下げる</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>%1を上げる</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>%1（自動）</translation>
+    </message>
 </context>
 </TS>

@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>Desnecessário enquanto seus ajustes são mantidos: o %1 os restaura assim que outro programa os altera.</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>Mostrar o valor de %1</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>Diminuir %1</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>Aumentar %1</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>%1 automático</translation>
+    </message>
 </context>
 </TS>

@@ -382,5 +382,21 @@
         <source>ReconfigureWebcamGuardNote</source>
         <translation>保留设置时无需此项：其他程序更改设置后，%1 会立即恢复。</translation>
     </message>
+    <message>
+        <source>Display_Value_Of</source>
+        <translation>显示%1的数值</translation>
+    </message>
+    <message>
+        <source>Decrease_Control</source>
+        <translation>降低%1</translation>
+    </message>
+    <message>
+        <source>Increase_Control</source>
+        <translation>提高%1</translation>
+    </message>
+    <message>
+        <source>Auto_Control</source>
+        <translation>自动%1</translation>
+    </message>
 </context>
 </TS>
