@@ -27,8 +27,9 @@ struct ShownPanel {
     UiCamera cam{"full-pu.json"};
     ControlPanel panel;
     ShownPanel() {
-        panel.setQTCamera(cam.camera.get());
+        panel.setQTCamera(cam.session());
         panel.loadSupportedControl();
+        CameraSession::settleAll();
         panel.window()->show();
         QApplication::processEvents();
     }

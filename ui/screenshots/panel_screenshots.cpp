@@ -73,6 +73,17 @@ QPalette darkPalette() {
     return p;
 }
 
+// A camera in a session of its own, as the application runs it; declared after the platform it
+// talks to, it lets its camera object go on the session's thread before the platform goes.
+struct ShotSession {
+    CameraSession session;
+    explicit ShotSession(std::unique_ptr<QTCamera> camera) : session(std::move(camera)) {}
+    ~ShotSession() {
+        session.close();
+        CameraSession::waitForSessionsToEnd(5000);
+    }
+};
+
 // The panel as the application shows it for `camera`: the camera chosen, `profiles` listed as the
 // profile store would list them with the first one in force, and a stream at 30 frames a second.
 void fillPanel(ui::ControlPanel& panel, CameraSession& camera, const QStringList& profiles) {
@@ -184,11 +195,11 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
     platform::RecordingClock clock;
     auto camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
     if (!camera) return 1;
-    CameraSession session(std::move(camera));
+    ShotSession live(std::move(camera));
     for (const QString& language : languages) {
         if (!ui::installTranslation(language)) return 1;
         ui::ControlPanel panel;
-        fillPanel(panel, session, {QStringLiteral("Video call")});
+        fillPanel(panel, live.session, {QStringLiteral("Video call")});
         panel.showGuardSettings(true, 1000);
         ui::ControlPanel::Outlets& ui = panel.outlets();
         ui.mTabView->setCurrentWidget(&panel.preferencesPage());
@@ -244,8 +255,10 @@ int renderSmallScreen(const QString& fixtures, const QString& out) {
             platform::RecordingClock clock;
             auto camera = cameraFrom(rig, clock, fixtures + '/' + file);
             if (!camera) return 1;
+            ShotSession live(std::move(camera));
             ui::ControlPanel panel;
-            fillPanel(panel, *camera, {QStringLiteral("Video call"), QStringLiteral("Evening")});
+            fillPanel(panel, live.session,
+                      {QStringLiteral("Video call"), QStringLiteral("Evening")});
             panel.window()->show();
             QApplication::processEvents();
             const int rows = shownRows(panel);
@@ -264,8 +277,9 @@ int renderSmallScreen(const QString& fixtures, const QString& out) {
         platform::RecordingClock clock;
         auto camera = cameraFrom(rig, clock, fixtures + '/' + fullest);
         if (!camera) return 1;
+        ShotSession live(std::move(camera));
         ui::ControlPanel panel;
-        fillPanel(panel, *camera, {QStringLiteral("Video call"), QStringLiteral("Evening")});
+        fillPanel(panel, live.session, {QStringLiteral("Video call"), QStringLiteral("Evening")});
         panel.window()->show();
         QApplication::processEvents();
         const qreal scale = screen ? screen->devicePixelRatio() : 1;
@@ -365,7 +379,7 @@ int main(int argc, char** argv) {
                           ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
                           : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
         if (!camera) return 1;
-        CameraSession session(std::move(camera));
+        ShotSession live(std::move(camera));
         for (const QString& language : languages) {
             if (!ui::installTranslation(language)) {
                 std::fprintf(stderr, "orvella-ui-shots: no string table for %s\n",
@@ -375,7 +389,7 @@ int main(int argc, char** argv) {
             for (const QString& theme : themes) {
                 QApplication::setPalette(theme == "dark" ? darkPalette() : light);
                 ui::ControlPanel panel;
-                fillPanel(panel, session,
+                fillPanel(panel, live.session,
                           {QStringLiteral("Video call"), QStringLiteral("Evening")});
                 panel.window()->show();
                 QApplication::processEvents();
