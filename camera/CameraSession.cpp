@@ -326,23 +326,32 @@ bool CameraSession::settleAll(int timeoutMs) {
     }
 }
 
+namespace {
+
+// Closed sessions whose thread has not let go of the camera yet.
+int closingCount() {
+    std::lock_guard registryLock(gRegistryMutex);
+    int closing = 0;
+    for (const auto& weak : registry())
+        if (auto shared = weak.lock()) {
+            std::lock_guard lock(shared->mutex);
+            if (shared->closed && shared->camera) ++closing;
+        }
+    return closing;
+}
+
+}  // namespace
+
 bool CameraSession::waitForSessionsToEnd(int timeoutMs) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-    while (busyCount() > 0) {
+    while (closingCount() > 0) {
         if (std::chrono::steady_clock::now() >= deadline) return false;
         QCoreApplication::sendPostedEvents();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     // Their threads end right after they let go of their cameras.
-    for (;;) {
-        reapThreads();
-        {
-            std::lock_guard registryLock(gRegistryMutex);
-            if (threads().empty()) return true;
-        }
-        if (std::chrono::steady_clock::now() >= deadline) return true;
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
+    reapThreads();
+    return true;
 }
 
 int CameraSession::busyCount() {

@@ -92,8 +92,8 @@ class CameraSession {
     static bool settleAll(int timeoutMs = 10000);
     // Sessions (open or closing) whose thread is still at work.
     static int busyCount();
-    // Waits, running the interface thread's events, until no session thread is at work (closed
-    // sessions' threads end once their job under way returns). True when none is left.
+    // Waits, running the interface thread's posted events, until every closed session's thread
+    // has let go of its camera (it does once its job under way returns). True when none is left.
     static bool waitForSessionsToEnd(int timeoutMs);
 
     // The key of a job that sets one control, and of one that reads the entries of a setting
