@@ -29,8 +29,6 @@ namespace {
 
 using settings::ProfileListModel;
 
-// Keys of the timer's jobs: one of each kind waits in a session at most.
-constexpr uint64_t kRefreshKey = 1, kResendKey = 2;
 // How long quitting waits for the cameras' sessions to hand over what they did.
 constexpr int kQuitSettleMs = 500;
 
@@ -361,13 +359,14 @@ void Orvella::refreshAutoSliders() {
                     panel_->showControlValue(id, value);
             };
         },
-        kRefreshKey);
+        CameraSession::kRefreshKey);
 }
 
 void Orvella::reconfigureWebcams() {
     for (int row = 0; row < cameras_.size(); ++row)
         if (CameraSession* camera = cameras_.at(row))
-            camera->post([](QTCamera& device) { reconfigureWebcam(device); }, kResendKey);
+            camera->post([](QTCamera& device) { reconfigureWebcam(device); },
+                         CameraSession::kResendKey);
 }
 
 // ---- Changes behind the process's back ----

@@ -175,7 +175,7 @@ void Orvella::clickResetToDefault() {
     // Resetting the camera switches launch at login off as well.
     panel_->showLaunchAtLogin(false);
     preferences_.switchOffLaunchAtLogin();
-    camera->post([](QTCamera& device) { device.setDefaults(); });
+    camera->post([](QTCamera& device) { device.setDefaults(); }, CameraSession::kApplyKey);
     refreshPanelValues();
     updateSettings(0);
 }
@@ -196,7 +196,8 @@ void Orvella::selectProfile(int row) {
     if (profileList_.isProfileRow(row))
         if (const auto record = profiles_.profileAt(profileList_.model(), row))
             camera->post(
-                [record = *record](QTCamera& device) { settings::loadSettings(record, device); });
+                [record = *record](QTCamera& device) { settings::loadSettings(record, device); },
+                CameraSession::kApplyKey);
     refreshPanelValues();
     updateSettings(0);
 }
@@ -220,7 +221,8 @@ void Orvella::updateLastState(CameraSession& camera, int32_t settingsID) {
 }
 
 void Orvella::applyRecord(CameraSession& camera, const settings::SettingsRecord& record) {
-    camera.post([record](QTCamera& device) { settings::loadSettings(record, device); });
+    camera.post([record](QTCamera& device) { settings::loadSettings(record, device); },
+                CameraSession::kApplyKey);
     updateLastState(camera, settings::kAllSettings);
 }
 

@@ -21,6 +21,7 @@
 
 #include "app/CameraDiscovery.h"
 #include "app/Orvella.h"
+#include "camera/CameraSession.h"
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
@@ -107,6 +108,7 @@ struct App {
         orvella->switchCamera(nullptr);
         while (cameras.size() > 0)
             cameras.take(cameras.size() - 1);
+        CameraSession::waitForSessionsToEnd(10000);
         discovery.reset();
         orvella.reset();
         log::setSink(previous);
@@ -150,7 +152,8 @@ void ForeignChangeToSlider(benchmark::State& state) {
     }
     {
         App app(1, 0, false);  // refresh every tick; changes are not followed
-        app.orvella->qtCamera()->stopFollowingChanges();
+        app.orvella->qtCamera()->post([](QTCamera& device) { device.stopFollowingChanges(); });
+        CameraSession::settleAll();
         // Changes land anywhere in the tick: spread over it.
         for (int i = 0; i < kPolledChanges; ++i) {
             runEventLoop(i * 500 / kPolledChanges);

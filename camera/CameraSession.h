@@ -104,6 +104,10 @@ class CameraSession {
     static constexpr uint64_t recordKey(int32_t settingsID) {
         return 0x200000000u + static_cast<uint32_t>(settingsID);
     }
+    // Keys of work where the latest request stands for the ones still waiting: the timer's
+    // slider refresh and re-send, applying a whole record (a profile, the camera's defaults)
+    // and reading the modes back for the panel.
+    static constexpr uint64_t kRefreshKey = 1, kResendKey = 2, kApplyKey = 3, kStatusKey = 4;
 
     // The application's mark that the load-at-start profile was applied to this camera object
     // (interface thread).

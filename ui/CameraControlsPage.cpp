@@ -373,15 +373,18 @@ CameraControlsPage::StatusRead CameraControlsPage::readStatus(QTCamera& camera, 
 void CameraControlsPage::disableAutoControl(std::function<void()> then) {
     if (!qtCamera_) return;
     CameraSession* session = qtCamera_;
-    session->ask([page = QPointer(this), session,
-                  then = std::move(then)](QTCamera& camera) -> CameraSession::Reply {
-        const StatusRead read = readStatus(camera, 2);
-        return [page, session, read, then] {
-            if (!page || page->qtCamera_ != session) return;
-            page->showAutoControl(read);
-            if (then) then();
-        };
-    });
+    // A newer read-back stands for one still waiting.
+    session->ask(
+        [page = QPointer(this), session,
+         then = std::move(then)](QTCamera& camera) -> CameraSession::Reply {
+            const StatusRead read = readStatus(camera, 2);
+            return [page, session, read, then] {
+                if (!page || page->qtCamera_ != session) return;
+                page->showAutoControl(read);
+                if (then) then();
+            };
+        },
+        CameraSession::kStatusKey);
 }
 
 void CameraControlsPage::showAutoControl(const StatusRead& read) {
