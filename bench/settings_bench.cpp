@@ -86,7 +86,7 @@ void UpdateSettingsOneControlBackground(benchmark::State& state) {
     const std::uint64_t writesBefore = defaults.writeCount();
     for (auto _ : state) {
         rig.camera->supportedControl()->curBrightness ^= 1;
-        profiles.updateSettings(settings::kBrightness, rig.camera.get());
+        settings::updateSettings(profiles, settings::kBrightness, rig.camera.get());
     }
     defaults.flush();
     state.counters["writes_per_change"] =
@@ -112,7 +112,7 @@ void DragTwoSeconds(benchmark::State& state) {
         for (int step = 0; step < kSteps; ++step) {
             rig.camera->supportedControl()->curBrightness = step;
             const Clock::time_point start = Clock::now();
-            profiles.updateSettings(settings::kBrightness, rig.camera.get());
+            settings::updateSettings(profiles, settings::kBrightness, rig.camera.get());
             calling += Clock::now() - start;
             next += std::chrono::microseconds(1000000 / 60);
             std::this_thread::sleep_until(next);

@@ -17,6 +17,9 @@ namespace {
 constexpr uint64_t kNoJob = UINT64_MAX;
 // The camera's request count at the start of the job under way on this thread (kNoJob: none).
 thread_local uint64_t tJobStartRequests = kNoJob;
+// The camera's request count when its session last judged whether it answers (a session's thread
+// serves one camera).
+thread_local uint64_t tJudgedUpTo = 0;
 // The key of the empty job settleAll sends.
 constexpr uint64_t kSettleKey = UINT64_MAX;
 
@@ -261,9 +264,14 @@ int CameraSession::pending() const {
 }
 
 bool CameraSession::isThereAndAnswering(QTCamera& camera) {
-    if (tJobStartRequests != kNoJob && camera.requestsMade() > tJobStartRequests)
-        return camera.lastRequestAnswered();
-    return camera.isAnswering();
+    // Requests made since the last judgement (the step's write and read-back before the record
+    // of it) say it; otherwise the camera is asked once.
+    const bool inJob = tJobStartRequests != kNoJob;
+    const bool answered = inJob && camera.requestsMade() > tJudgedUpTo
+                              ? camera.lastRequestAnswered()
+                              : camera.isAnswering();
+    if (inJob) tJudgedUpTo = camera.requestsMade();
+    return answered;
 }
 
 namespace {

@@ -83,8 +83,9 @@ class CameraSession {
     // the camera once the job under way is done. Idempotent.
     void close();
 
-    // Whether the camera answers: the last request of the job under way when it made one, else
-    // one read of its request error code. Session thread only.
+    // Whether the camera answers: in a job, the last request the session made since it last
+    // judged (a slider step's write and read-back, before the record of it), else one read of
+    // the camera's request error code. Session thread only.
     static bool isThereAndAnswering(QTCamera& camera);
 
     // For tests and tools: waits, running the interface thread's posted events (not its timers),

@@ -31,9 +31,9 @@ void allSettingsDict(SettingsRecord& record, QTCamera& camera, QTCamera* current
 
 // On the camera's own thread: the camera's state as a record -- the entries of `settingsID`, or
 // all of them for 0 -- or none (logged) when the camera is gone or does not answer, since a
-// record of a half-read camera would replace the user's settings. Whether it answers is what
-// its last request of the job under way said, else one read (CameraSession). `isCurrent`: the
-// camera is the application's current one (the aperture position is read only then).
+// record of a half-read camera would replace the user's settings. Whether it answers is what its
+// session's latest requests said, else one read (CameraSession::isThereAndAnswering). `isCurrent`:
+// the camera is the application's current one (the aperture position is read only then).
 std::optional<SettingsRecord> readRecord(QTCamera& camera, int32_t settingsID, bool isCurrent);
 
 // Applies a record to a camera in the fixed order of application: automatic modes before the

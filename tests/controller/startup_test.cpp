@@ -363,5 +363,22 @@ TEST_F(Controller, AMinimisedPanelIsShownAgainByTheBusASecondStartAndTheMenu) {
     EXPECT_EQ(menu.mItmShowHide->text(), show);
 }
 
+// A slider step reaches the camera as its write and read-back, nothing else: the record of it is
+// made from what those told (no extra "is it there" read), and the store writes on its own.
+TEST_F(Following, ASliderStepIsItsWriteAndReadBackOnly) {
+    auto camera = plug(fixture("generic.json"));
+    start();
+    settle();
+    camera->clearRequests();
+    row(SettingsID::kBrightness).slideAction(7);
+    settle();
+    std::vector<std::pair<int, int>> seen;
+    for (const auto& r : camera->requests())
+        seen.emplace_back(r.bRequest, r.selector());
+    EXPECT_EQ(seen, (std::vector<std::pair<int, int>>{{0x01, kBrightnessSelector},
+                                                      {0x81, kBrightnessSelector}}));
+    EXPECT_EQ(lastState("Brightness"), 7);
+}
+
 }  // namespace
 }  // namespace orvella::app
