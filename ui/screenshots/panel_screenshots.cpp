@@ -33,6 +33,7 @@
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "settings/SettingsID.h"
 #include "ui/ControlPanel.h"
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Images.h"
@@ -212,6 +213,38 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
     return 0;
 }
 
+// The panel while its camera does not answer: a step of the brightness slider goes unanswered
+// (the request's time-out shortened), and the bottom line says so.
+int renderNotAnswering(const QString& fixtures, const QString& out) {
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    QDir().mkpath(out);
+    virtualcam::VirtualPlatform rig;
+    QString error;
+    auto capture = rig.addDefinitionFile(fixtures + QStringLiteral("/full-pu.json"), &error);
+    if (!capture) {
+        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
+        return 1;
+    }
+    platform::RecordingClock clock;
+    auto camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+    if (!camera) return 1;
+    std::shared_ptr<virtualcam::VirtualCamera> device = capture->camera();
+    ShotSession live(std::move(camera));
+    ui::installTranslation(QStringLiteral("en"));
+    ui::ControlPanel panel;
+    fillPanel(panel, live.session, {QStringLiteral("Video call")});
+    device->setUnansweredWait(std::chrono::milliseconds(10));
+    device->leaveUnanswered(1000);
+    panel.row(settings::kBrightness)->slideAction(12);
+    CameraSession::settleAll();
+    panel.window()->show();
+    QApplication::processEvents();
+    const QString path = QStringLiteral("%1/panel-not-answering.png").arg(out);
+    if (!panel.window()->grab().save(path)) return 1;
+    QTextStream(stdout) << path << '\n';
+    return 0;
+}
+
 }  // namespace
 
 // The number of control rows a camera shows (both tabs).
@@ -301,7 +334,7 @@ int main(int argc, char** argv) {
     const QStringList args = app.arguments();
     // The menus and the popover name the application as it runs.
     QApplication::setApplicationName(QStringLiteral("Orvella"));
-    QString fixtures, out, icons, sheet, preferences, tray, smallScreen;
+    QString fixtures, out, icons, sheet, preferences, tray, smallScreen, notAnswering;
     QStringList cameras, languages, themes;
     for (int i = 1; i + 1 < args.size(); i += 2) {
         if (args[i] == "--fixtures")
@@ -324,6 +357,8 @@ int main(int argc, char** argv) {
             preferences = args[i + 1];
         else if (args[i] == "--tray")
             tray = args[i + 1];
+        else if (args[i] == "--not-answering")
+            notAnswering = args[i + 1];
         else {
             std::fprintf(stderr, "orvella-ui-shots: unknown option %s\n", qPrintable(args[i]));
             return 2;
@@ -335,6 +370,8 @@ int main(int argc, char** argv) {
         QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
         return renderIconSheet(sheet);
     }
+    if (!fixtures.isEmpty() && !notAnswering.isEmpty())
+        return renderNotAnswering(fixtures, notAnswering);
     if (!fixtures.isEmpty() && !smallScreen.isEmpty())
         return renderSmallScreen(fixtures, smallScreen);
     if (!fixtures.isEmpty() && !preferences.isEmpty())
