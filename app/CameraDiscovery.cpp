@@ -74,23 +74,56 @@ std::optional<uint32_t> CameraDiscovery::mediaDeviceWithUID(const QString& uniqu
 void CameraDiscovery::qtCameraDeviceFound(const std::shared_ptr<platform::CaptureDevice>& device) {
     if (!device) return;
     const QString model = device->modelUniqueID();
-    std::unique_ptr<QTCamera> camera;
+    Build build;
     if (model.startsWith(QLatin1String("UVC Camera"))) {
-        camera = QTCamera::initWithQTCaptureDevice(platform_, device);
+        build = [platform = platform_, device] {
+            return QTCamera::initWithQTCaptureDevice(platform, device);
+        };
     } else if (model.startsWith(QLatin1String("Apple"))) {
         const std::optional<uint32_t> object = mediaDeviceWithUID(device->uniqueID());
         if (!object) return;
-        camera = QTCamera::initWithQTCaptureDevice(platform_, device, *object);
+        build = [platform = platform_, device, object = *object] {
+            return QTCamera::initWithQTCaptureDevice(platform, device, object);
+        };
     } else {
         return;  // only the generic UVC driver's cameras and built-in cameras are driven
     }
-    if (!camera || !camera->qtCaptureDevice()) return;
-    addCamera(std::move(camera), true);
+    buildCamera(
+        [build = std::move(build)]() -> std::unique_ptr<QTCamera> {
+            std::unique_ptr<QTCamera> camera = build();
+            if (!camera || !camera->qtCaptureDevice()) return nullptr;
+            return camera;
+        },
+        device, true);
 }
 
-void CameraDiscovery::addCamera(std::unique_ptr<QTCamera> camera, bool followFormats) {
+void CameraDiscovery::buildCamera(Build build, std::shared_ptr<platform::CaptureDevice> device,
+                                  bool followFormats) {
+    auto entry = std::make_unique<Building>();
+    Building* building = entry.get();
+    building->device = std::move(device);
+    building->followFormats = followFormats;
+    building->session =
+        std::make_unique<CameraSession>(std::move(build), [this, building](bool built) {
+            building->done = true;
+            building->built = built;
+            addBuiltCameras();
+        });
+    building_.push_back(std::move(entry));
+}
+
+void CameraDiscovery::addBuiltCameras() {
+    while (!building_.empty() && building_.front()->done) {
+        std::unique_ptr<Building> next = std::move(building_.front());
+        building_.pop_front();
+        if (next->built) addCamera(std::move(next->session), next->followFormats);
+    }
+}
+
+void CameraDiscovery::addCamera(std::unique_ptr<CameraSession> camera, bool followFormats) {
     const bool hadCurrent = list_.currentRow() >= 0;
     const int row = list_.add(std::move(camera));
+    if (row < 0) return;
     delegate_.loadAppDefault(*list_.at(row));
     if (hadCurrent) return;
     switchTo(row);
@@ -107,6 +140,11 @@ void CameraDiscovery::switchTo(int row) {
 void CameraDiscovery::captureDeviceDisconnected(
     const std::shared_ptr<platform::CaptureDevice>& device) {
     if (!device) return;
+    // One still being built goes with its session; those found after it may join now.
+    const auto before = building_.size();
+    std::erase_if(building_,
+                  [&device](const auto& building) { return building->device == device; });
+    if (building_.size() != before) addBuiltCameras();
     bool currentRemoved = false;
     int removedAt = -1;
     std::vector<std::unique_ptr<CameraSession>> removed;
@@ -181,15 +219,20 @@ void CameraDiscovery::usbDeviceRemoved(const std::shared_ptr<platform::UsbDevice
 void CameraDiscovery::usbDeviceAtLocation(uint32_t locationID, uint16_t vendor, uint16_t product) {
     const std::optional<QString> name = olderCameraName(vendor, product);
     if (!name) return;
-    std::unique_ptr<QTCamera> camera =
-        QTCamera::initWithLocationID(platform_, locationID, vendor, product);
-    if (!camera) return;
-    camera->setQtCaptureDevice(nullptr);
-    camera->setUniqueID(*name);
-    camera->setModelUniqueID(*name);
-    camera->setDisplayName(*name);
-    NSLog(" %s", qUtf8Printable(*name));
-    addCamera(std::move(camera), false);
+    buildCamera(
+        [platform = platform_, locationID, vendor, product,
+         name = *name]() -> std::unique_ptr<QTCamera> {
+            std::unique_ptr<QTCamera> camera =
+                QTCamera::initWithLocationID(platform, locationID, vendor, product);
+            if (!camera) return nullptr;
+            camera->setQtCaptureDevice(nullptr);
+            camera->setUniqueID(name);
+            camera->setModelUniqueID(name);
+            camera->setDisplayName(name);
+            NSLog(" %s", qUtf8Printable(name));
+            return camera;
+        },
+        nullptr, false);
 }
 
 }  // namespace orvella::app

@@ -11,6 +11,8 @@
 #include <QString>
 #include <cstddef>
 #include <cstdint>
+#include <deque>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -71,11 +73,28 @@ class CameraDiscovery final : public platform::CaptureDeviceObserver,
 
     // Format-change subscriptions, counted in steps of 4 per camera made current by discovery.
     std::size_t observingCount() const { return observingCount_; }
+    // Cameras found and still being built.
+    std::size_t buildingCount() const { return building_.size(); }
 
   private:
+    // A camera object is built (probing its device) on the session it will live in; the cameras
+    // join the list in the order they were found, each once it is built.
+    using Build = std::function<std::unique_ptr<QTCamera>()>;
+    void buildCamera(Build build, std::shared_ptr<platform::CaptureDevice> device,
+                     bool followFormats);
+    void addBuiltCameras();
     // Steps shared by both paths once the camera object exists.
-    void addCamera(std::unique_ptr<QTCamera> camera, bool followFormats);
+    void addCamera(std::unique_ptr<CameraSession> camera, bool followFormats);
     void switchTo(int row);
+
+    struct Building {
+        std::unique_ptr<CameraSession> session;
+        std::shared_ptr<platform::CaptureDevice> device;  // null on the USB table path
+        bool followFormats = false;
+        bool done = false;
+        bool built = false;
+    };
+    std::deque<std::unique_ptr<Building>> building_;
 
     platform::Platform platform_;
     platform::CaptureDeviceSystem& devices_;

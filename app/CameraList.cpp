@@ -45,9 +45,14 @@ QHash<int, QByteArray> CameraList::roleNames() const {
 
 int CameraList::add(std::unique_ptr<QTCamera> camera) {
     if (!camera) return -1;
+    return add(std::make_unique<CameraSession>(std::move(camera)));
+}
+
+int CameraList::add(std::unique_ptr<CameraSession> session) {
+    if (!session || !session->isReady()) return -1;
     const int row = size();
     beginInsertRows(QModelIndex(), row, row);
-    cameras_.push_back(std::make_unique<CameraSession>(std::move(camera)));
+    cameras_.push_back(std::move(session));
     endInsertRows();
     // Earlier rows with the same identifier leave the pop-up.
     if (row > 0) emit dataChanged(index(0), index(row - 1), {InPopUpRole});

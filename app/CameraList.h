@@ -33,6 +33,8 @@ class CameraList final : public QAbstractListModel {
 
     // Appends a camera, starting its session, and returns its row.
     int add(std::unique_ptr<QTCamera> camera);
+    // Appends a camera whose session is running (and has built it).
+    int add(std::unique_ptr<CameraSession> session);
     // Takes the camera out of the list and hands its session back (closing it, or letting it go,
     // drops its queued work); the current row follows its camera (or becomes -1 when the current
     // camera is the one taken).

@@ -41,11 +41,18 @@ struct CameraSession::Shared {
     int repliesInFlight = 0;         // replies queued to the interface thread, not yet run
     std::unique_ptr<QTCamera> camera;
     QString name;
+    // A camera still to be built on the session thread, and whether that is under way.
+    std::function<std::unique_ptr<QTCamera>()> build;
+    bool building = false;
+    std::function<void(bool built)> ready;
 
     // Runs the queued jobs in order until the queue is empty. Session thread.
     static void drain(const std::shared_ptr<Shared>& shared);
     // Hands a reply and the camera's record to the owner, if there still is one. Session thread.
     static void publish(const std::shared_ptr<Shared>& shared, Reply reply);
+    // Keeps the camera the session thread built (null: it could not be) and tells the owner.
+    static void finishBuild(const std::shared_ptr<Shared>& shared,
+                            std::unique_ptr<QTCamera> camera);
     // Queues `call` on the session thread; false when its loop has ended. Mutex held.
     bool toSessionThread(std::function<void()> call) {
         if (!worker) return false;
@@ -87,12 +94,16 @@ class SessionThread final : public QThread {
   protected:
     void run() override {
         QObject worker;
+        {
+            std::lock_guard lock(shared_->mutex);
+            if (!shared_->closed) shared_->worker = &worker;
+        }
+        buildCamera();
         bool closed = false;
         {
             std::lock_guard lock(shared_->mutex);
             closed = shared_->closed;
             if (!closed) {
-                shared_->worker = &worker;
                 // Jobs sent before the loop ran found no receiver.
                 if (!shared_->queue.empty() && !shared_->drainScheduled) {
                     std::weak_ptr<CameraSession::Shared> weak = shared_;
@@ -114,6 +125,23 @@ class SessionThread final : public QThread {
     }
 
   private:
+    // A session made with a way to build its camera builds it first, here: probing reaches the
+    // device, so it stays off the interface thread, which hears when the camera is ready.
+    void buildCamera() {
+        std::function<std::unique_ptr<QTCamera>()> build;
+        {
+            std::lock_guard lock(shared_->mutex);
+            if (!shared_->build) return;
+            build = std::move(shared_->build);
+            shared_->build = nullptr;
+            if (shared_->closed) {
+                shared_->building = false;
+                return;
+            }
+        }
+        CameraSession::Shared::finishBuild(shared_, build());
+    }
+
     std::shared_ptr<CameraSession::Shared> shared_;
 };
 
@@ -133,12 +161,43 @@ void CameraSession::Shared::drain(const std::shared_ptr<Shared>& shared) {
             shared->queue.pop_front();
             shared->running = true;
         }
+        if (!shared->camera) {  // never built: nothing to run jobs on
+            std::lock_guard lock(shared->mutex);
+            shared->queue.clear();
+            shared->running = false;
+            shared->drainScheduled = false;
+            return;
+        }
         QTCamera& camera = *shared->camera;
         tJobStartRequests = camera.requestsMade();
         Reply reply = entry.job ? entry.job(camera) : Reply{};
         tJobStartRequests = kNoJob;
         publish(shared, std::move(reply));
     }
+}
+
+void CameraSession::Shared::finishBuild(const std::shared_ptr<Shared>& shared,
+                                        std::unique_ptr<QTCamera> camera) {
+    std::lock_guard lock(shared->mutex);
+    shared->building = false;
+    const bool built = camera != nullptr;
+    if (camera) shared->name = camera->displayName();
+    shared->camera = std::move(camera);
+    CameraSession* owner = shared->owner;
+    if (!owner) return;
+    ++shared->repliesInFlight;
+    const CameraSnapshot snapshot =
+        built ? CameraSnapshot{*shared->camera->supportedControl(), true} : CameraSnapshot{};
+    QMetaObject::invokeMethod(
+        &owner->mailbox_,
+        [owner, shared, built, snapshot, camera = shared->camera.get()] {
+            {
+                std::lock_guard lock(shared->mutex);
+                --shared->repliesInFlight;
+            }
+            owner->becameReady(camera, snapshot, built);
+        },
+        Qt::QueuedConnection);
 }
 
 void CameraSession::Shared::publish(const std::shared_ptr<Shared>& shared, Reply reply) {
@@ -168,6 +227,10 @@ CameraSession::CameraSession(std::unique_ptr<QTCamera> camera)
     shared_->name = camera->displayName();
     shared_->camera = std::move(camera);
     shared_->owner = this;
+    start();
+}
+
+void CameraSession::start() {
     reapThreads();
     auto* thread = new SessionThread(shared_);
     thread->setObjectName(QStringLiteral("camera session"));
@@ -178,6 +241,26 @@ CameraSession::CameraSession(std::unique_ptr<QTCamera> camera)
         registry().push_back(shared_);
         threads().push_back(thread);
     }
+}
+
+CameraSession::CameraSession(std::function<std::unique_ptr<QTCamera>()> build,
+                             std::function<void(bool built)> ready)
+    : shared_(std::make_shared<Shared>()), identity_(nullptr), shared_camera_(nullptr) {
+    shared_->owner = this;
+    shared_->build = std::move(build);
+    shared_->building = true;
+    shared_->ready = std::move(ready);
+    start();
+}
+
+void CameraSession::becameReady(QTCamera* camera, const CameraSnapshot& snapshot, bool built) {
+    if (built) {
+        identity_ = camera;
+        shared_camera_ = camera;
+        snapshot_ = snapshot;
+    }
+    const auto ready = std::move(shared_->ready);
+    if (ready) ready(built);
 }
 
 CameraSession::~CameraSession() {
@@ -288,7 +371,7 @@ bool allIdle(bool* anyAtWork) {
         if (shared->worker || shared->camera) ++atWork;
         if (shared->closed) continue;
         if (!shared->queue.empty() || shared->running || shared->drainScheduled ||
-            shared->repliesInFlight > 0)
+            shared->building || shared->repliesInFlight > 0)
             idle = false;
     }
     if (anyAtWork) *anyAtWork = atWork > 0;
@@ -343,7 +426,7 @@ int closingCount() {
     for (const auto& weak : registry())
         if (auto shared = weak.lock()) {
             std::lock_guard lock(shared->mutex);
-            if (shared->closed && shared->camera) ++closing;
+            if (shared->closed && (shared->camera || shared->building)) ++closing;
         }
     return closing;
 }
@@ -368,7 +451,7 @@ int CameraSession::busyCount() {
     for (const auto& weak : registry())
         if (auto shared = weak.lock()) {
             std::lock_guard lock(shared->mutex);
-            if (shared->running || shared->camera) ++busy;
+            if (shared->running || shared->camera || shared->building) ++busy;
         }
     return busy;
 }

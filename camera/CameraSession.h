@@ -45,8 +45,15 @@ class CameraSession {
     // Takes the camera; identity fields (unique identifier, names, formats, the capture device)
     // are fixed from here on and may be read on the interface thread through camera().
     explicit CameraSession(std::unique_ptr<QTCamera> camera);
+    // A session that first builds its camera on its own thread (building probes the device);
+    // `ready` runs on the interface thread when that is done: built, or not (`build` returned
+    // null). Until then camera() must not be called, and jobs wait.
+    CameraSession(std::function<std::unique_ptr<QTCamera>()> build,
+                  std::function<void(bool built)> ready);
     // Closes the session (see close()).
     ~CameraSession();
+    // The camera is built (always, for a session made with a camera).
+    bool isReady() const { return identity_ != nullptr; }
     CameraSession(const CameraSession&) = delete;
     CameraSession& operator=(const CameraSession&) = delete;
 
@@ -117,7 +124,10 @@ class CameraSession {
     struct Shared;
 
   private:
+    void start();
     void enqueue(AskJob job, uint64_t key);
+    // The session thread's report that the camera was built (interface thread).
+    void becameReady(QTCamera* camera, const CameraSnapshot& snapshot, bool built);
     void publish(const CameraSnapshot& snapshot, const Reply& reply);
 
     std::shared_ptr<Shared> shared_;

@@ -142,18 +142,29 @@ class VirtualDeviceService final : public platform::UsbDeviceService {
 
 }  // namespace
 
+std::vector<std::shared_ptr<VirtualCamera>> VirtualUsbHost::cameras() const {
+    std::lock_guard lock(mutex_);
+    return cameras_;
+}
+
 void VirtualUsbHost::addCamera(std::shared_ptr<VirtualCamera> camera) {
     if (!camera) return;
-    cameras_.push_back(camera);
+    {
+        std::lock_guard lock(mutex_);
+        cameras_.push_back(camera);
+    }
     if (observer_)
         observer_->usbDeviceAdded(
             std::make_shared<VirtualDeviceService>(camera, camera->faults_.plugInStatus()));
 }
 
 void VirtualUsbHost::removeCamera(const std::shared_ptr<VirtualCamera>& camera) {
-    const auto it = std::find(cameras_.begin(), cameras_.end(), camera);
-    if (it == cameras_.end()) return;
-    cameras_.erase(it);
+    {
+        std::lock_guard lock(mutex_);
+        const auto it = std::find(cameras_.begin(), cameras_.end(), camera);
+        if (it == cameras_.end()) return;
+        cameras_.erase(it);
+    }
     camera->vanish();
     if (observer_)
         observer_->usbDeviceRemoved(
@@ -163,7 +174,7 @@ void VirtualUsbHost::removeCamera(const std::shared_ptr<VirtualCamera>& camera) 
 IOReturn VirtualUsbHost::getMatchingServices(
     std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) {
     services.clear();
-    for (const auto& camera : cameras_)
+    for (const auto& camera : cameras())
         if (camera->present())
             services.push_back(
                 std::make_shared<VirtualDeviceService>(camera, camera->faults_.plugInStatus()));

@@ -1,7 +1,9 @@
 #pragma once
-// The USB seam over virtual cameras: each camera is one USB device with its interfaces.
+// The USB seam over virtual cameras: each camera is one USB device with its interfaces. The list
+// of devices may be read from any thread.
 
 #include <memory>
+#include <mutex>
 #include <vector>
 
 #include "platform/Usb.h"
@@ -15,13 +17,16 @@ class VirtualUsbHost final : public platform::UsbHost {
     void addCamera(std::shared_ptr<VirtualCamera> camera);
     // Unplugs a camera: its handles answer kIOReturnNoDevice from now on.
     void removeCamera(const std::shared_ptr<VirtualCamera>& camera);
-    const std::vector<std::shared_ptr<VirtualCamera>>& cameras() const { return cameras_; }
+    std::vector<std::shared_ptr<VirtualCamera>> cameras() const;
 
     IOReturn getMatchingServices(
         std::vector<std::shared_ptr<platform::UsbDeviceService>>& services) override;
     using platform::UsbHost::getMatchingServices;
 
   private:
+    // Cameras' sessions look devices up on threads of their own while the interface thread
+    // plugs and unplugs.
+    mutable std::mutex mutex_;
     std::vector<std::shared_ptr<VirtualCamera>> cameras_;
 };
 

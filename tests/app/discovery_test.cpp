@@ -1,6 +1,8 @@
 // Camera discovery over the capture-device seam, the camera list model and the USB table path.
 #include <gtest/gtest.h>
 
+#include <QElapsedTimer>
+
 #include "app/CameraDiscovery.h"
 #include "platform/Clock.h"
 #include "platform/Log.h"
@@ -70,7 +72,9 @@ struct Discovery : ::testing::Test {
         QString error;
         auto camera = virtualcam::VirtualCamera::fromJson(json, &error);
         EXPECT_TRUE(camera) << error.toStdString();
-        return platform.addCamera(camera, &error);
+        auto added = platform.addCamera(camera, &error);
+        CameraSession::settleAll();  // a camera found is built on its session
+        return added;
     }
     QStringList titles(QAbstractItemModel* model) const {
         QStringList result;
@@ -84,6 +88,7 @@ TEST_F(Discovery, OnlyUvcAndMatchedBuiltInCamerasAreListedAndTheFirstBecomesCurr
     auto uvc = plug(fixture("generic.json"));
     auto builtin = plug(fixture("builtin.json"));
     discovery->registerDeviceCallbackHandler();
+    CameraSession::settleAll();  // the cameras are built on their sessions
     ASSERT_EQ(list.size(), 2);
     EXPECT_EQ(list.at(1)->camera().cameraType(), CameraType::MediaDevice);
     EXPECT_EQ(recorder.loaded, (std::vector<QString>{uvc->uniqueID(), builtin->uniqueID()}));
@@ -117,6 +122,7 @@ TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
     auto b = plug(genericAt("0x14200000"));
     auto c = plug(genericAt("0x14300000"));
     discovery->registerDeviceCallbackHandler();
+    CameraSession::settleAll();  // the cameras are built on their sessions
     discovery->selectCamera(1);
     ASSERT_EQ(list.current()->camera().uniqueID(), b->uniqueID());
     const size_t switches = recorder.switched.size();
@@ -125,12 +131,14 @@ TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
 
     // A camera in the background goes: nothing else changes.
     platform.removeCamera(a);
+    CameraSession::settleAll();  // the cameras are built on their sessions
     EXPECT_EQ(list.size(), 2);
     EXPECT_EQ(list.current()->camera().uniqueID(), b->uniqueID());
     EXPECT_EQ(recorder.switched.size(), switches);
 
     // The current one goes: the one that took its place is current.
     platform.removeCamera(b);
+    CameraSession::settleAll();  // the cameras are built on their sessions
     ASSERT_EQ(list.size(), 1);
     ASSERT_EQ(recorder.switched.size(), switches + 1);
     EXPECT_EQ(recorder.switched.back(), list.at(0));
@@ -139,6 +147,7 @@ TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
 
     // The last one goes: no camera, format changes no longer followed.
     platform.removeCamera(c);
+    CameraSession::settleAll();  // the cameras are built on their sessions
     EXPECT_EQ(list.size(), 0);
     EXPECT_EQ(recorder.switched.back(), nullptr);
     EXPECT_EQ(recorder.observing, (std::vector<bool>{true, false}));
@@ -154,11 +163,32 @@ TEST_F(Discovery, PopUpAndMenuShowTheSameListSameNamesIncluded) {
     plug(genericAt("0x14100000"));
     plug(genericAt("0x14200000"));
     discovery->registerDeviceCallbackHandler();
+    CameraSession::settleAll();  // the cameras are built on their sessions
     // Two cameras of one model: the same display name, two items.
     EXPECT_EQ(titles(&list), QStringList({"Orvella Virtual Camera", "Orvella Virtual Camera"}));
     EXPECT_EQ(titles(list.popUpModel()), titles(&list));
     EXPECT_NE(list.index(0).data(CameraList::UniqueIDRole),
               list.index(1).data(CameraList::UniqueIDRole));
+}
+
+TEST_F(Discovery, ACameraIsProbedOnItsSessionNotOnTheInterfaceThread) {
+    discovery->registerDeviceCallbackHandler();
+    // Every request takes 20 ms: probing the camera takes seconds.
+    QByteArray json = genericAt("0x14100000");
+    json.replace(json.indexOf('{'), 1, R"({"faults": {"slowMs": 20}, )");
+    QString error;
+    auto camera = virtualcam::VirtualCamera::fromJson(json, &error);
+    ASSERT_TRUE(camera) << error.toStdString();
+    QElapsedTimer plugging;
+    plugging.start();
+    platform.addCamera(camera, &error);
+    EXPECT_LT(plugging.elapsed(), 500) << "the interface thread probed the camera";
+    EXPECT_EQ(list.size(), 0) << "listed before it was probed";
+    EXPECT_EQ(discovery->buildingCount(), 1u);
+    ASSERT_TRUE(CameraSession::settleAll(60000));
+    ASSERT_EQ(list.size(), 1);
+    EXPECT_EQ(recorder.switched.size(), 1u);
+    EXPECT_GT(camera->requestCount(), 25u);
 }
 
 TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
@@ -172,6 +202,7 @@ TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
         virtualcam::VirtualCamera::fromJson(genericAt("0x14300000", "0x08c4", "0x046d"), &error));
     log::ScopedCapture log;
     discovery->registerUSBDeviceCallbackHandler();
+    CameraSession::settleAll();  // the cameras are built on their sessions
     ASSERT_EQ(list.size(), 2);
     EXPECT_EQ(list.at(0)->camera().displayName(), "Logitech Camera QuickCam Fusion");
     EXPECT_EQ(list.at(0)->camera().uniqueID(), list.at(0)->camera().modelUniqueID());
@@ -190,8 +221,10 @@ TEST_F(Discovery, OlderCamerasComeFromTheUsbTable) {
     // A camera plugged in later is taken too; one pulled out stays listed.
     platform.usb().addCamera(
         virtualcam::VirtualCamera::fromJson(genericAt("0x14400000", "0x8101", "0x199e"), &error));
+    CameraSession::settleAll();
     EXPECT_EQ(list.size(), 3);
     platform.usb().removeCamera(platform.usb().cameras().front());
+    CameraSession::settleAll();
     EXPECT_EQ(list.size(), 3);
 }
 
