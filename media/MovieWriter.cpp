@@ -56,6 +56,25 @@ bool hasContainerFor(const QString& path) {
     return av_guess_format(nullptr, path.toLocal8Bit().constData(), nullptr) != nullptr;
 }
 
+QString movieSettingsProblem(const QString& path, const QString& videoEncoder,
+                             const QString& audioEncoder) {
+    const AVOutputFormat* container =
+        av_guess_format(nullptr, path.toLocal8Bit().constData(), nullptr);
+    if (!container) return QStringLiteral("no container for %1").arg(path);
+    if (!videoEncoder.isEmpty()) {
+        MediaResult error;
+        const AVCodec* codec = videoEncoderFor(videoEncoder, container, &error);
+        if (!error && codec) error = containerRefuses(container, codec);
+        if (error) return error->text;
+    }
+    if (!audioEncoder.isEmpty()) {
+        const AVCodec* codec = avcodec_find_encoder_by_name(audioEncoder.toLatin1().constData());
+        if (!codec || codec->type != AVMEDIA_TYPE_AUDIO)
+            return QStringLiteral("no audio encoder named \"%1\"").arg(audioEncoder);
+    }
+    return {};
+}
+
 // One open movie file. Members are given back in the reverse of their order here: the sound
 // track and the video's helpers first, the file's context (which owns the streams) last.
 struct MovieWriter::Private {

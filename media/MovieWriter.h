@@ -25,6 +25,12 @@ void quietLibraryLog();
 // Whether FFmpeg has a container for the file name's extension.
 bool hasContainerFor(const QString& path);
 
+// What stops a movie with these names from being made, in words: no container for the path's
+// extension, no video or audio encoder of that name, or a video encoder the container cannot
+// hold. Empty when nothing does; empty encoder names take the defaults and are not checked.
+QString movieSettingsProblem(const QString& path, const QString& videoEncoder,
+                             const QString& audioEncoder);
+
 struct MovieSettings {
     int32_t width = 0;  // the movie's size; 0 takes the first frame's
     int32_t height = 0;
