@@ -37,7 +37,14 @@ struct MovieSettings {
     QString videoEncoder;                        // FFmpeg encoder names; empty: the defaults
     std::optional<platform::AudioFormat> sound;  // none: no sound track
     QString audioEncoder;
+    // Frames a second, for containers that keep one rate (keepsOneFrameRate); 0: unknown (30 is
+    // assumed there). Other containers take the rate from the frames' times.
+    double frameRate = 0;
 };
+
+// Whether the container for the path keeps one frame rate in its header and counts its frames in
+// it (AVI): the movie's rate must be known when the file is opened.
+bool keepsOneFrameRate(const QString& path);
 
 // An RGB32 picture in memory the caller keeps until the call returns.
 struct Picture {
