@@ -270,7 +270,23 @@ void Orvella::selectBWMenuIcon(bool on) {
 }
 
 void Orvella::clickHideMenuBarIcon(bool hidden) {
-    preferencesPart_->clickHideMenuBarIcon(hidden);
+    if (!hidden) {
+        preferencesPart_->clickHideMenuBarIcon(false);
+        return;
+    }
+    // Before the icon goes, the user learns the one way back to the panel without it: starting
+    // the program again. Cancel keeps the icon.
+    QMessageBox* box = alertOn(panel_->window(), QMessageBox::Information, "HideMenuBarIcon",
+                               ui::nameFormat("HideTrayIconInfo"));
+    QPushButton* hide = box->addButton(ui::localized("OKBtn"), QMessageBox::AcceptRole);
+    box->addButton(ui::localized("CancelBtn"), QMessageBox::RejectRole);
+    box->setDefaultButton(hide);
+    showSheet(box, [this, box, hide](int) {
+        if (box->clickedButton() == hide)
+            preferencesPart_->clickHideMenuBarIcon(true);
+        else
+            panel_->showTrayIconHidden(false);
+    });
 }
 
 void Orvella::selectUpdateSlider(int tag) {

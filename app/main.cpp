@@ -109,7 +109,15 @@ int main(int argc, char** argv) {
                              qUtf8Printable(error));
                 return 1;
             }
-            std::fprintf(stderr, "orvella: already running; its panel is shown\n");
+            // The running one keeps its own cameras and options: say so when some were given.
+            const QStringList given = arguments.mid(1);
+            if (given.isEmpty())
+                std::fprintf(stderr, "orvella: already running; its panel is shown\n");
+            else
+                std::fprintf(stderr,
+                             "orvella: already running; its panel is shown. The options given "
+                             "(%s) were not used: quit Orvella first to start it with them\n",
+                             qUtf8Printable(given.join(QLatin1Char(' '))));
             return 0;
         }
         case app::OrvellaBus::Claim::Owned:

@@ -3,6 +3,8 @@
 #include <QImage>
 #include <algorithm>
 #include <cerrno>
+#include <cmath>
+#include <vector>
 
 #include "capture/FrameDecoder.h"
 #include "media/MovieWriter.h"
@@ -24,6 +26,43 @@ CaptureError recordingError(long code, const QString& text) {
 std::optional<CaptureError> captureError(const media::MediaResult& result) {
     if (!result) return std::nullopt;
     return CaptureError{result->domain, result->code, result->text};
+}
+
+// Whether the frames among `items` span enough time (a second, or 15 frames) to tell the camera's
+// frame rate.
+bool showsFrameRate(const std::vector<MovieFileOutput::Item>& items) {
+    int frames = 0;
+    int64_t firstUs = 0, lastUs = 0;
+    for (const auto& item : items) {
+        if (!item.frame) continue;
+        if (frames++ == 0) firstUs = item.frame->timestampUs;
+        lastUs = item.frame->timestampUs;
+    }
+    return frames >= 15 || lastUs - firstUs >= 1000000;
+}
+
+// The frame rate the frames among `items` were taken at, as the nearest common camera rate when
+// it is within 4% of one (a capture clock's jitter), else to the nearest whole number; 0 when
+// fewer than two frames tell. UVC cameras give their intervals in 100 ns units (333333 for 30
+// frames a second), so the NTSC rates (30000/1001) are not among the common ones: half a second
+// of jitter could not tell them from the whole rates.
+double frameRateOf(const std::vector<MovieFileOutput::Item>& items) {
+    int frames = 0;
+    int64_t firstUs = 0, lastUs = 0;
+    for (const auto& item : items) {
+        if (!item.frame) continue;
+        if (frames++ == 0) firstUs = item.frame->timestampUs;
+        lastUs = item.frame->timestampUs;
+    }
+    if (frames < 2 || lastUs <= firstUs) return 0;
+    const double measured = (frames - 1) * 1e6 / static_cast<double>(lastUs - firstUs);
+    double nearest = 0, distance = 0.04;
+    for (double common : {5.0, 7.5, 10.0, 15.0, 20.0, 24.0, 25.0, 30.0, 50.0, 60.0, 90.0, 120.0})
+        if (std::abs(measured - common) / common < distance) {
+            nearest = common;
+            distance = std::abs(measured - common) / common;
+        }
+    return nearest > 0 ? nearest : std::max(1.0, std::round(measured));
 }
 
 }  // namespace
@@ -139,13 +178,23 @@ void MovieFileOutput::captureAudio(const platform::AudioBufferPtr& buffer) {
 
 void MovieFileOutput::run() {
     std::unique_lock lock(mutex_);
+    const bool needsRate = media::keepsOneFrameRate(url_.toLocalFile());
+    std::vector<Item> pending;  // taken from the queue, not yet written
     while (true) {
         queued_.wait(lock, [this] { return !queue_.empty() || closing_; });
-        if (queue_.empty()) return;  // closing, and everything is written
-        const Item item = std::move(queue_.front());
-        queue_.pop_front();
-        if (item.frame) --queuedFrames_;
-        if (error_) continue;
+        const bool ending = queue_.empty();  // closing, and everything queued is taken
+        if (!ending) {
+            if (queue_.front().frame) --queuedFrames_;
+            pending.push_back(std::move(queue_.front()));
+            queue_.pop_front();
+        }
+        if (error_) pending.clear();
+        if (pending.empty()) {
+            if (ending) return;
+            continue;
+        }
+        // A container that keeps one frame rate is opened once the frames have shown it.
+        if (needsRate && !writer_ && !ending && !showsFrameRate(pending)) continue;
         const QString path = url_.toLocalFile();
         const int32_t width = width_, height = height_;
         const QString videoEncoder = videoEncoder_, audioEncoder = audioEncoder_;
@@ -153,23 +202,32 @@ void MovieFileOutput::run() {
         lock.unlock();
 
         media::MediaResult error;
-        bool written = false;
-        int64_t samples = 0;
-        if (item.frame) {
-            if (!writer_) {
-                writer_ = std::make_unique<Writer>();
-                error = writer_->movie.open(path, *item.frame,
-                                            {width, height, videoEncoder, sound, audioEncoder});
+        int64_t written = 0, samples = 0;
+        for (const Item& item : pending) {
+            bool frameWritten = false;
+            int64_t consumed = 0;
+            if (item.frame) {
+                if (!writer_) {
+                    writer_ = std::make_unique<Writer>();
+                    error = writer_->movie.open(path, *item.frame,
+                                                {width, height, videoEncoder, sound, audioEncoder,
+                                                 needsRate ? frameRateOf(pending) : 0});
+                }
+                if (!error) error = writer_->write(*item.frame, &frameWritten);
+            } else if (writer_) {  // sound from before the first frame is left out
+                error = writer_->movie.writeAudio(*item.audio, &consumed);
             }
-            if (!error) error = writer_->write(*item.frame, &written);
-        } else if (writer_) {  // sound from before the first frame is left out
-            error = writer_->movie.writeAudio(*item.audio, &samples);
+            written += frameWritten ? 1 : 0;
+            samples += consumed;
+            if (error) break;
         }
+        pending.clear();
 
         lock.lock();
         if (error) error_ = captureError(error);
-        if (written) ++frames_;
+        frames_ += written;
         samples_ += samples;
+        if (ending) return;
     }
 }
 

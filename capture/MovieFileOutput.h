@@ -7,7 +7,9 @@
 // unchanged when the container can hold MJPEG, and anything else is encoded with the container's
 // default encoder. Frames of another size than the movie's are scaled to it (copied MJPEG frames
 // of another size are left out). The file is opened at the first frame, whose format decides
-// between copying and encoding.
+// between copying and encoding. AVI keeps one frame rate in its header: its file is opened once
+// the first frames (a second of them, or 15) have shown the camera's rate, which the header then
+// carries (a recording shorter than that takes the rate of what it has).
 //
 // With a sound input (setAudioInput) the movie gets a sound track. Its compression is an FFmpeg
 // audio encoder name ("aac", "libopus", "pcm_s16le", ...); without one the samples go in as they
@@ -72,12 +74,14 @@ class MovieFileOutput final : public MovieOutput {
     // Sample frames (one sample of every channel) in the sound track so far.
     int64_t audioSamplesWritten() const;
 
-  private:
-    struct Writer;
+    // What the capture threads hand over: a frame or a buffer of samples.
     struct Item {
         platform::FramePtr frame;
         platform::AudioBufferPtr audio;
     };
+
+  private:
+    struct Writer;
     void run();  // the output's thread
 
     mutable std::mutex mutex_;

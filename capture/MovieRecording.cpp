@@ -2,6 +2,7 @@
 
 #include "capture/MovieFileOutput.h"
 #include "media/AlsaAudioSource.h"
+#include "media/MovieWriter.h"
 #include "platform/linux/AlsaAudioDevice.h"
 
 namespace orvella::capture {
@@ -17,6 +18,11 @@ std::shared_ptr<MovieOutput> makeMovieFileOutput() {
 void enableMovieRecording() {
     setMovieOutputMaker(&makeMovieFileOutput);
     linuxplatform::setAlsaSourceMaker(&media::makeAlsaAudioSource);
+}
+
+QString recordingProblem(const QString& file, const QString& videoEncoder,
+                         const QString& audioEncoder) {
+    return media::movieSettingsProblem(file, videoEncoder, audioEncoder);
 }
 
 }  // namespace orvella::capture

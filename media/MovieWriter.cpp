@@ -52,8 +52,33 @@ void quietLibraryLog() {
     (void)quiet;
 }
 
+bool keepsOneFrameRate(const QString& path) {
+    const AVOutputFormat* container =
+        av_guess_format(nullptr, path.toLocal8Bit().constData(), nullptr);
+    return container && QLatin1String(container->name) == QLatin1String("avi");
+}
+
 bool hasContainerFor(const QString& path) {
     return av_guess_format(nullptr, path.toLocal8Bit().constData(), nullptr) != nullptr;
+}
+
+QString movieSettingsProblem(const QString& path, const QString& videoEncoder,
+                             const QString& audioEncoder) {
+    const AVOutputFormat* container =
+        av_guess_format(nullptr, path.toLocal8Bit().constData(), nullptr);
+    if (!container) return QStringLiteral("no container for %1").arg(path);
+    if (!videoEncoder.isEmpty()) {
+        MediaResult error;
+        const AVCodec* codec = videoEncoderFor(videoEncoder, container, &error);
+        if (!error && codec) error = containerRefuses(container, codec);
+        if (error) return error->text;
+    }
+    if (!audioEncoder.isEmpty()) {
+        const AVCodec* codec = avcodec_find_encoder_by_name(audioEncoder.toLatin1().constData());
+        if (!codec || codec->type != AVMEDIA_TYPE_AUDIO)
+            return QStringLiteral("no audio encoder named \"%1\"").arg(audioEncoder);
+    }
+    return {};
 }
 
 // One open movie file. Members are given back in the reverse of their order here: the sound
@@ -70,7 +95,10 @@ struct MovieWriter::Private {
     int64_t firstUs = -1;
     int64_t lastUs = -1;
     int64_t lastPts = -1;
-    int64_t frameDuration = 33;  // codec time base; follows the measured frame interval
+    // The frames' time base: milliseconds, or one frame for a container that keeps one rate.
+    AVRational timeBase = kCodecTimeBase;
+    AVRational frameRate{30, 1};
+    int64_t frameDuration = 33;  // in timeBase; follows the measured frame interval
     bool headerWritten = false;
 
     MediaResult openEncoder(const QString& encoderName) {
@@ -84,8 +112,8 @@ struct MovieWriter::Private {
         if (!encoder || !picture) return recordingError(ENOMEM, QStringLiteral("out of memory"));
         encoder->width = width;
         encoder->height = height;
-        encoder->time_base = kCodecTimeBase;
-        encoder->framerate = AVRational{30, 1};
+        encoder->time_base = timeBase;
+        encoder->framerate = frameRate;
         encoder->gop_size = 30;
         encoder->pix_fmt = playablePixelFormat(codec);
         if (format->oformat->flags & AVFMT_GLOBALHEADER)
@@ -110,7 +138,7 @@ struct MovieWriter::Private {
     // Presentation time in the codec's time base, strictly increasing.
     int64_t ptsFor(int64_t timestampUs) {
         lastUs = timestampUs;
-        int64_t pts = av_rescale_q(timestampUs - firstUs, kMicroseconds, kCodecTimeBase);
+        int64_t pts = av_rescale_q(timestampUs - firstUs, kMicroseconds, timeBase);
         pts = std::max(pts, lastPts + 1);
         if (lastPts >= 0) frameDuration = pts - lastPts;
         lastPts = pts;
@@ -120,7 +148,7 @@ struct MovieWriter::Private {
     MediaResult writePacket() {
         // Without a duration the last frame would fall outside the movie's edit list.
         if (packet->duration <= 0) packet->duration = frameDuration;
-        av_packet_rescale_ts(packet.get(), kCodecTimeBase, stream->time_base);
+        av_packet_rescale_ts(packet.get(), timeBase, stream->time_base);
         packet->stream_index = stream->index;
         const int status = av_interleaved_write_frame(format.get(), packet.get());
         av_packet_unref(packet.get());
@@ -157,6 +185,14 @@ MediaResult MovieWriter::open(const QString& path, const platform::VideoFrame& f
     d.packet.reset(av_packet_alloc());
     if (!d.stream || !d.packet) return recordingError(ENOMEM, QStringLiteral("out of memory"));
     d.stream->time_base = kCodecTimeBase;
+    // AVI's header carries one rate, taken from the stream's time base, and its frames are
+    // counted in it: the time base is one frame of the camera's rate.
+    if (QLatin1String(format->oformat->name) == QLatin1String("avi")) {
+        if (settings.frameRate > 0) d.frameRate = av_d2q(settings.frameRate, 100000);
+        d.timeBase = d.stream->time_base = av_inv_q(d.frameRate);
+        d.stream->avg_frame_rate = d.stream->r_frame_rate = d.frameRate;
+        d.frameDuration = 1;
+    }
 
     const bool copy =
         settings.videoEncoder.isEmpty() && first.pixelFormat == platform::kPixelFormatMJPG &&

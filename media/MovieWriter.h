@@ -25,13 +25,26 @@ void quietLibraryLog();
 // Whether FFmpeg has a container for the file name's extension.
 bool hasContainerFor(const QString& path);
 
+// What stops a movie with these names from being made, in words: no container for the path's
+// extension, no video or audio encoder of that name, or a video encoder the container cannot
+// hold. Empty when nothing does; empty encoder names take the defaults and are not checked.
+QString movieSettingsProblem(const QString& path, const QString& videoEncoder,
+                             const QString& audioEncoder);
+
 struct MovieSettings {
     int32_t width = 0;  // the movie's size; 0 takes the first frame's
     int32_t height = 0;
     QString videoEncoder;                        // FFmpeg encoder names; empty: the defaults
     std::optional<platform::AudioFormat> sound;  // none: no sound track
     QString audioEncoder;
+    // Frames a second, for containers that keep one rate (keepsOneFrameRate); 0: unknown (30 is
+    // assumed there). Other containers take the rate from the frames' times.
+    double frameRate = 0;
 };
+
+// Whether the container for the path keeps one frame rate in its header and counts its frames in
+// it (AVI): the movie's rate must be known when the file is opened.
+bool keepsOneFrameRate(const QString& path);
 
 // An RGB32 picture in memory the caller keeps until the call returns.
 struct Picture {

@@ -129,6 +129,25 @@ std::shared_ptr<platform::CaptureDevice> soundInputFor(QTCamera& camera,
     return microphone;
 }
 
+// An ALSA device --audio names is opened once before recording: one that does not exist or
+// cannot be opened ends the command rather than leaving a movie without the sound asked for.
+std::optional<CaptureFailure> checkSoundDevice(const CaptureOptions& options) {
+    if (options.audio.isEmpty() || options.audio == QLatin1String("camera") ||
+        options.audio == QLatin1String("none"))
+        return std::nullopt;
+    linuxplatform::AlsaAudioDevice device(options.audio.toStdString(), options.audio);
+    const auto source = device.createAudioSource();
+    platform::StreamError error;
+    if (!source) return CaptureFailure{QStringLiteral("no sound input from %1").arg(options.audio)};
+    if (source->open(&error) != kIOReturnSuccess)
+        return CaptureFailure{
+            error.localizedDescription.isEmpty()
+                ? QStringLiteral("cannot open the sound device %1").arg(options.audio)
+                : error.localizedDescription};
+    source->close();
+    return std::nullopt;
+}
+
 }  // namespace
 
 bool takeCaptureOption(const std::vector<std::string>& arguments, size_t& i,
@@ -198,6 +217,12 @@ std::optional<CaptureFailure> recordCommand(QTCamera& camera, const QString& fil
                                             const CaptureOptions& options, std::ostream& err) {
     if (!options.seconds) return CaptureFailure{QStringLiteral("record needs --seconds N"), true};
     capture::enableMovieRecording();
+    // What would stop the movie is found before the camera streams, not a frame into it.
+    if (const QString problem =
+            capture::recordingProblem(file, options.videoCodec, options.audioCodec);
+        !problem.isEmpty())
+        return CaptureFailure{problem, true};
+    if (auto failure = checkSoundDevice(options)) return failure;
     EventLoopHost host;
     capture::QTCameraCapture capture(camera);
     ToolDelegate delegate;

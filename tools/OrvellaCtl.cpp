@@ -50,7 +50,8 @@ Options (anywhere on the line):
 
 Commands:
   list                        one line per camera: number, display name, uniqueID and
-                              modelUniqueID, separated by tabs
+                              modelUniqueID, separated by tabs ("no camera found" on standard
+                              error, and status 0, when there is none)
   show [CAMERA] [--json]      identity, supported controls with current value, range and
                               default, and stream formats
   get CAMERA CONTROL          print the control's current value, read from the camera
@@ -92,7 +93,8 @@ accessors: device units for most controls; knob positions 1-15 for exposure on c
 exposure knob; hue in resolution steps; pan and tilt written in resolution steps but read in
 device units; a relative step for IrisRelative; the LED index 0 (automatic), 1 (on) or 2 (off).
 A value outside the control's range (the one show lists, else what the control's bytes carry) is
-set to the nearest end of it, with a note on standard error.
+set to the nearest end of it, with a note on standard error. A write the camera refuses while an
+automatic mode governs the control says which mode, and which value frees the control.
 
 Without --virtual or --demo, orvellactl works on the cameras plugged into this machine: the
 V4L2 capture nodes of the uvcvideo driver (/dev/videoN; your user needs access to them, usually
@@ -384,6 +386,8 @@ std::variant<const CtlControl*, Failure> findControl(QTCamera& camera, const QSt
 using Arguments = QStringList;
 
 std::optional<Failure> commandList(Session& session, const Options&, const Arguments&) {
+    // An empty list is an answer, not a failure; standard output stays empty for scripts.
+    if (session.cameras().empty()) session.err() << "orvellactl: no camera found\n";
     int number = 1;
     for (const auto& camera : session.cameras())
         session.out() << text(listLine(number++, *camera)) << '\n';
@@ -417,7 +421,54 @@ std::optional<Failure> commandGet(Session& session, const Options&, const Argume
     return std::nullopt;
 }
 
+// Exposure modes are single bits (UVC's bAutoExposureMode).
+QString exposureModeName(long bit) {
+    switch (bit) {
+        case 1:
+            return QStringLiteral("manual");
+        case 2:
+            return QStringLiteral("auto");
+        case 4:
+            return QStringLiteral("shutter priority");
+        case 8:
+            return QStringLiteral("aperture priority");
+        default:
+            return QStringLiteral("mode %1").arg(bit);
+    }
+}
+
+QString keyText(std::string_view key) {
+    return QString::fromUtf8(key.data(), static_cast<qsizetype>(key.size()));
+}
+
+// Why the camera refused a write when an automatic mode governs the control: the mode it is in
+// and the value that leaves the control to the user. Nothing when no mode governs it now.
+std::optional<QString> governingMode(QTCamera& camera, const CtlControl& control) {
+    const ControlDescription& row = *control.row;
+    const ControlDescription* master = row.master ? catalog::byID(row.master) : nullptr;
+    long mode = 0;
+    if (!master || camera.queryControl(*master, &mode) != kIOReturnSuccess || row.isFreedBy(mode))
+        return std::nullopt;
+    const QString name = keyText(control.key), masterName = keyText(master->key);
+    if (!row.masterManual)
+        return QStringLiteral("%1 is governed by %2 (on); set %2 to 0 first").arg(name, masterName);
+    const long freeing = row.masterManual & -row.masterManual;  // the lowest freeing mode
+    return QStringLiteral(
+               "%1 is governed by the automatic exposure mode (%2); set %3 to %4 (%5) "
+               "first")
+        .arg(name, exposureModeName(mode), masterName, exposureModeName(freeing))
+        .arg(freeing);
+}
+
 std::optional<Failure> commandSet(Session& session, const Options&, const Arguments& args) {
+    // "set CAMERA CONTROL" or "set CONTROL": the value is what is missing.
+    if (args.size() < 3 && !parseNumber(args.back()) && findCtlControl(args.back().toStdString()))
+        return Failure{
+            QStringLiteral("%1 needs a VALUE; usage: orvellactl set CAMERA CONTROL VALUE")
+                .arg(args.back()),
+            kExitUsage};
+    if (args.size() < 2)
+        return Failure{QStringLiteral("usage: orvellactl set CAMERA CONTROL VALUE"), kExitUsage};
     const auto found = session.find(args.size() == 3 ? std::optional(args[0]) : std::nullopt);
     if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
     QTCamera& camera = *std::get<QTCamera*>(found);
@@ -433,15 +484,21 @@ std::optional<Failure> commandSet(Session& session, const Options&, const Argume
     // width it would reach the camera as some other value.
     const ValueRange range = writableRange(control, *camera.supportedControl());
     const long sent = std::clamp(*value, range.lowest, range.highest);
-    if (sent != *value)
-        session.err() << "orvellactl: " << *value << " is outside " << control.key << "'s range "
-                      << range.lowest << ".." << range.highest << "; set " << sent << '\n';
     const IOReturn status = writeControl(camera, control, sent);
-    if (status != kIOReturnSuccess)
+    if (status != kIOReturnSuccess) {
+        if (const auto governed = governingMode(camera, control)) return Failure{*governed};
         return Failure{
             QStringLiteral("writing %1 = %2 failed: %3").arg(key, valueText, statusText(status))};
-    if (control.cur)
-        session.out() << control.key << " = " << camera.supportedControl()->*control.cur << '\n';
+    }
+    // What the camera holds after the write, in the units the value was given in (controls
+    // counted in resolution steps are read back in device units).
+    const std::optional<long> held =
+        control.cur ? std::optional(camera.supportedControl()->*control.cur) : std::nullopt;
+    if (sent != *value)
+        session.err() << "orvellactl: " << control.key << ' ' << *value << " is beyond "
+                      << range.lowest << ".." << range.highest << "; the camera took "
+                      << (held && !control.res ? *held : sent) << '\n';
+    if (held) session.out() << control.key << " = " << *held << '\n';
     return std::nullopt;
 }
 
@@ -507,7 +564,7 @@ constexpr Command kCommands[] = {
     {"list", 0, 0, commandList, "list"},
     {"show", 0, 1, commandShow, "show [CAMERA] [--json]"},
     {"get", 1, 2, commandGet, "get CAMERA CONTROL"},
-    {"set", 2, 3, commandSet, "set CAMERA CONTROL VALUE"},
+    {"set", 1, 3, commandSet, "set CAMERA CONTROL VALUE"},
     {"defaults", 0, 1, commandDefaults, "defaults CAMERA"},
     {"profile", 1, 3, commandProfile, "profile list|save|apply|delete|show [CAMERA] [NAME]"},
     {"apply-last", 0, 1, commandApplyLast, "apply-last CAMERA | apply-last --all"},

@@ -74,6 +74,7 @@ const QStringList& nameFormatKeys() {
                                      "PopOverText",
                                      "ReadIntervalInfoWS",
                                      "WriteIntervalInfo",
+                                     "HideTrayIconInfo",
                                      "ReconfigureWebcamGuardNote"};
     return keys;
 }
@@ -106,7 +107,7 @@ const QStringList& localizationKeys() {
             // Profile dialogs and the interval explanations.
             "SaveBtn", "CancelBtn", "SaveCurrentSettingsInfo", "ProfileName", "ProfileConfilict",
             "OKBtn", "ProfileConfilictInfo", "DeleteBtn", "DeleteSavedSettingsInfo",
-            "ReadIntervalInfoWS", "WriteIntervalInfo",
+            "ReadIntervalInfoWS", "WriteIntervalInfo", "HideTrayIconInfo",
             // Items of the two interval pop-ups, and the panel's own captions and tool tips.
             "Interval_Off", "1_Second", "2_Seconds", "5_Seconds", "10_Seconds", "Format", "FPS",
             "Move_Up", "Move_Down", "Move_Left", "Move_Right", "Move_Center", "Interval_Info",
@@ -151,11 +152,11 @@ QStringList userLanguages() {
         locale = clean(qEnvironmentVariable(variable));
         if (!locale.isEmpty()) break;
     }
-    // gettext ignores LANGUAGE when the locale is the plain C locale.
-    if (locale != QLatin1String("C") && locale != QLatin1String("POSIX")) {
-        for (const QString& entry : qEnvironmentVariable("LANGUAGE").split(QLatin1Char(':')))
-            if (!clean(entry).isEmpty()) languages << clean(entry);
-    }
+    // LANGUAGE comes first, even under the plain C locale (where gettext would ignore it): a
+    // desktop session or container often has LANG=C.UTF-8, and LANGUAGE=de alone should still
+    // choose German. An entry without a table falls through to the next, then to the locale.
+    for (const QString& entry : qEnvironmentVariable("LANGUAGE").split(QLatin1Char(':')))
+        if (!clean(entry).isEmpty()) languages << clean(entry);
     if (!locale.isEmpty()) languages << locale;
     return languages;
 }

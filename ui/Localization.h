@@ -38,8 +38,9 @@ const QStringList& localizationKeys();
 // The locales that have a string table ("en", "de", "fr", "es", "it", "pt_BR", "ja", "zh_CN").
 const QStringList& availableLocales();
 
-// The user's languages in order of preference, from the environment as gettext reads it: the
+// The user's languages in order of preference, from the environment much as gettext reads it: the
 // entries of LANGUAGE, then the first of LC_ALL, LC_MESSAGES and LANG ("de_DE.UTF-8" -> "de_DE").
+// Unlike gettext, LANGUAGE is taken under the C and POSIX locales too.
 QStringList userLanguages();
 
 // The string table for a list of languages in order of preference ("de_AT", "pt", "zh_CN"): the

@@ -4,6 +4,8 @@
 // of their own.)
 #include <gtest/gtest.h>
 
+#include <QDBusConnection>
+#include <QDBusConnectionInterface>
 #include <QFile>
 #include <QFileInfo>
 #include <QProcess>
@@ -114,6 +116,34 @@ TEST_F(Program, CommandsFromTheControlFifoAreConfirmedInTheRequestLog) {
     ASSERT_TRUE(process.waitForFinished(30000));
     EXPECT_EQ(process.exitStatus(), QProcess::NormalExit);
     EXPECT_EQ(process.exitCode(), 0) << process.readAllStandardError().toStdString();
+}
+
+// A second start shows the running one's panel; options it was given are said to be unused.
+TEST_F(Program, ASecondStartSaysItsOptionsWereNotUsed) {
+    QProcess& first = start({QStringLiteral("--demo")});
+    QDBusConnection bus = QDBusConnection::connectToBus(session.address(), "program-test");
+    ASSERT_TRUE(waitFor(
+        [&] { return bus.interface()->isServiceRegistered("org.orvella.Orvella").value(); }, 30000))
+        << first.readAllStandardError().toStdString();
+
+    QProcess& plain = start({});
+    ASSERT_TRUE(plain.waitForFinished(30000));
+    EXPECT_EQ(plain.exitCode(), 0);
+    // (Qt may add lines of its own, about the runtime directory for one.)
+    const QString plainSaid = QString::fromUtf8(plain.readAllStandardError());
+    EXPECT_TRUE(plainSaid.contains("orvella: already running; its panel is shown\n"))
+        << plainSaid.toStdString();
+
+    QProcess& second = start({"--virtual", fixture("generic.json")});
+    ASSERT_TRUE(second.waitForFinished(30000));
+    EXPECT_EQ(second.exitCode(), 0);
+    const QString said = QString::fromUtf8(second.readAllStandardError());
+    EXPECT_TRUE(
+        said.contains("orvella: already running; its panel is shown. The options given "
+                      "(--virtual " +
+                      fixture("generic.json") + ") were not used"))
+        << said.toStdString();
+    QDBusConnection::disconnectFromBus("program-test");
 }
 
 TEST_F(Program, RunsWithoutASystemBus) {

@@ -60,6 +60,16 @@ TEST(OrvellactlSnapshot, RefusesWhatItCannotDoWithAClearMessage) {
         {{"--demo", "snapshot", dir.filePath("x.png"), "--format", "big"}, 2, "--format wants"},
         {{"--demo", "record", dir.filePath("x.mkv")}, 2, "record needs --seconds N"},
         {{"--demo", "record", dir.filePath("x.mkv"), "--seconds", "-1"}, 2, "--seconds wants"},
+        // Names that would stop the movie are refused before the camera streams.
+        {{"--demo", "record", dir.filePath("x.mkv"), "--seconds", "1", "--video-codec", "nope"},
+         2,
+         "no video encoder named \"nope\""},
+        {{"--demo", "record", dir.filePath("x.mkv"), "--seconds", "1", "--audio-codec", "mpeg4"},
+         2,
+         "no audio encoder named \"mpeg4\""},
+        {{"--demo", "record", dir.filePath("x.avi"), "--seconds", "1", "--audio", "nosuchpcm"},
+         1,
+         "cannot open the sound device nosuchpcm"},
         {{"--virtual", writeCamera(dir, QJsonObject{{"busy", true}}), "snapshot",
           dir.filePath("x.png")},
          1,
@@ -70,7 +80,8 @@ TEST(OrvellactlSnapshot, RefusesWhatItCannotDoWithAClearMessage) {
         EXPECT_EQ(run.exitCode, c.status) << c.arguments.join(' ').toStdString();
         EXPECT_TRUE(run.err.contains(c.message)) << run.err.toStdString();
     }
-    EXPECT_FALSE(QFile::exists(dir.filePath("x.png")));
+    for (const char* name : {"x.png", "x.mkv", "x.avi"})
+        EXPECT_FALSE(QFile::exists(dir.filePath(name))) << name;
 }
 
 TEST(OrvellactlRecord, WritesAMovieAndReportsProgress) {

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <QDir>
+#include <QSize>
 #include <QTemporaryDir>
 
 #include "CaptureRig.h"
@@ -67,6 +68,24 @@ TEST(Recording, UncompressedFramesAreEncodedWithMpeg4) {
 
 TEST(Recording, UncompressedFramesAreEncodedWithLibx264) {
     expectEncoded("libx264", "out.mkv", "h264");
+}
+
+// AVI's header carries one frame rate and counts frames in it: the camera's 30 frames a second,
+// whether MJPEG is copied or frames are encoded (not the millisecond clock's 1000).
+TEST(Recording, AviCarriesTheCamerasFrameRate) {
+    QTemporaryDir dir;
+    for (const auto& [code, size, encoder] : std::vector<std::tuple<int64_t, QSize, QString>>{
+             {kCodeMJPG, {1280, 720}, ""}, {kCodeYUY2, {640, 480}, "mpeg4"}}) {
+        CaptureRig rig(QJsonObject{{"fps", 30}, {"stallAfter", 25}});
+        rig.capture->setImageFormat(rig.format(code, size.width(), size.height()));
+        const QString file = dir.filePath(encoder.isEmpty() ? "copy.avi" : "encoded.avi");
+        recordFrames(rig, file, encoder);
+        const auto streams = ffprobe(file, "r_frame_rate,avg_frame_rate,nb_read_frames", true);
+        ASSERT_EQ(streams.size(), 1u) << file.toStdString();
+        EXPECT_EQ(streams[0]["r_frame_rate"].toStdString(), "30/1") << file.toStdString();
+        EXPECT_EQ(streams[0]["avg_frame_rate"].toStdString(), "30/1") << file.toStdString();
+        EXPECT_EQ(streams[0]["nb_read_frames"].toInt(), 25) << file.toStdString();
+    }
 }
 
 TEST(Recording, AnUnknownEncoderOrContainerEndsWithAnError) {

@@ -100,8 +100,23 @@ TEST_F(Controller, PreferencesResetAndTheIntervalInformation) {
     EXPECT_EQ(settings::DefaultsStore(storePath()).integerForKey(QStringLiteral("UpdateSlider")),
               6);
 
-    // Hiding the icon disables the icon choice; closing the panel hides it and is remembered.
-    orvella->clickHideMenuBarIcon(true);
+    // Hiding the icon first says how to get the panel back (starting the program again), as a
+    // dialog on the panel; Cancel keeps the icon, OK hides it and disables the icon choice.
+    for (const bool confirm : {false, true}) {
+        orvella->clickHideMenuBarIcon(true);
+        auto* note = sheetNamed<QMessageBox>("HideMenuBarIcon");
+        ASSERT_TRUE(note);
+        EXPECT_EQ(note->windowModality(), Qt::WindowModal);
+        EXPECT_EQ(note->parentWidget(), orvella->panel().window());
+        EXPECT_EQ(note->informativeText(), ui::nameFormat("HideTrayIconInfo"));
+        EXPECT_TRUE(note->informativeText().contains(QLatin1String("start Orvella again")));
+        EXPECT_TRUE(orvella->statusBar().isInstalled());  // not before the answer
+        for (QAbstractButton* button : note->buttons())
+            if ((note->buttonRole(button) == QMessageBox::AcceptRole) == confirm) button->click();
+        settle();
+        EXPECT_EQ(orvella->statusBar().isInstalled(), !confirm);
+        EXPECT_EQ(ui().mBtnHideMenuBarIcon->isChecked(), confirm);
+    }
     EXPECT_FALSE(ui().mBtnBWMenuIcon->isEnabled());
     EXPECT_FALSE(orvella->statusBar().isInstalled());
     orvella->clickHideMenuBarIcon(false);

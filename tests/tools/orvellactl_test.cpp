@@ -82,7 +82,7 @@ TEST(OrvellaCtl, ValuesOutsideTheRangeAreClampedAndSaid) {
     const CtlRun high = runOrvellactl({"--virtual", cameraFixture("generic.json"), "--request-log",
                                        log, "set", "1", "Brightness", "100000"});
     EXPECT_EQ(high.exitCode, 0) << high.err.toStdString();
-    EXPECT_EQ(high.err, "orvellactl: 100000 is outside Brightness's range -64..64; set 64\n");
+    EXPECT_EQ(high.err, "orvellactl: Brightness 100000 is beyond -64..64; the camera took 64\n");
     EXPECT_EQ(high.out, "Brightness = 64\n");
     // The one SET_CUR of brightness (selector 2) carried 64.
     const QStringList writes = testing::fileLines(log).filter(QRegularExpression("^1 21 01 0200 "));
@@ -91,7 +91,7 @@ TEST(OrvellaCtl, ValuesOutsideTheRangeAreClampedAndSaid) {
 
     const CtlRun low = runOrvellactl(twoCameras({"set", "C270", "Brightness", "-5"}));
     EXPECT_EQ(low.exitCode, 0);
-    EXPECT_EQ(low.err, "orvellactl: -5 is outside Brightness's range 0..255; set 0\n");
+    EXPECT_EQ(low.err, "orvellactl: Brightness -5 is beyond 0..255; the camera took 0\n");
     EXPECT_EQ(low.out, "Brightness = 0\n");
 }
 
@@ -122,6 +122,12 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
         {{"--demo", "set", "1", "Gain", "99999999999999999999"}, 2, "whole number"},
         {{"--demo", "list", "--json"}, 2, "--json"},
         {{"--demo", "get"}, 2, "usage"},
+        // A missing value is named as such, not taken for a control called "Brightness".
+        {{"--demo", "set", "1", "Brightness"},
+         2,
+         "Brightness needs a VALUE; usage: orvellactl set"},
+        {{"--demo", "set", "brightness"}, 2, "brightness needs a VALUE"},
+        {{"--demo", "set", "1"}, 2, "usage: orvellactl set CAMERA CONTROL VALUE"},
         {{"--virtual"}, 2, "FILE"},
         {{"--virtual", dir.filePath("missing.json"), "list"}, 1, "missing.json"},
         {{"--virtual", broken, "list"}, 1, "broken.json"},
@@ -136,6 +142,33 @@ TEST(OrvellaCtl, BadInputGivesOneLineAndNonZeroExit) {
     };
     for (const testing::CtlCase& c : cases)
         testing::expectAnswer(c, runOrvellactl(c.arguments));
+}
+
+// The generic camera starts in aperture priority with automatic white balance and focus: a write
+// the camera refuses for that names the mode and the value that frees the control.
+TEST(OrvellaCtl, AWriteAnAutomaticModeRefusesNamesTheMode) {
+    const testing::CtlCase cases[] = {
+        {{"--virtual", cameraFixture("generic.json"), "set", "1", "ExposureTimeAbsolute", "100"},
+         1,
+         "ExposureTimeAbsolute is governed by the automatic exposure mode (aperture priority); "
+         "set AutoExposureMode to manual (1) first"},
+        {{"--virtual", cameraFixture("generic.json"), "set", "1", "FocusAbsolute", "10"},
+         1,
+         "FocusAbsolute is governed by FocusAuto (on); set FocusAuto to 0 first"},
+    };
+    for (const testing::CtlCase& c : cases) {
+        const CtlRun run = runOrvellactl(c.arguments);
+        testing::expectAnswer(c, run);
+        EXPECT_FALSE(run.err.contains("status")) << run.err.toStdString();
+    }
+}
+
+// No camera is an empty list and one line saying so; the machine running the tests has none.
+TEST(OrvellaCtl, ListWithoutCamerasSaysSo) {
+    const CtlRun list = runOrvellactl({"list"});
+    EXPECT_EQ(list.exitCode, 0);
+    EXPECT_TRUE(list.out.isEmpty()) << list.out.toStdString();
+    EXPECT_EQ(list.err, "orvellactl: no camera found\n");
 }
 
 TEST(OrvellaCtl, HelpNamesEveryCommandAndControl) {

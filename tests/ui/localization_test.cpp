@@ -140,7 +140,10 @@ TEST_F(Localization, FollowsTheUsersLanguage) {
                  {"sv:it", "sv_SE.UTF-8", "it"},
                  {"", "es_MX.UTF-8", "es"},
                  {"zh_TW:fr", "zh_TW.UTF-8", "fr"},
-                 {"ja", "C", "en"}};
+                 // LANGUAGE alone chooses, also under the C locale (gettext would not).
+                 {"de", "C.UTF-8", "de"},
+                 {"sv:ja", "C", "ja"},
+                 {"sv", "C.UTF-8", "en"}};
     for (const auto& c : cases) {
         qputenv("LANGUAGE", c.language);
         qputenv("LANG", c.lang);

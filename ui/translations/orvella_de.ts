@@ -287,6 +287,10 @@
         <translation>Manche Kameras vergessen ihre Einstellungen, etwa nachdem ein anderes Programm sie benutzt hat. In diesem Abstand sendet %1 die bekannten Werte erneut an alle angeschlossenen Kameras.</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>Ohne das Symbol im Infobereich bringt ein erneuter Start von %1 (aus dem Anwendungsmenü oder mit dem Befehl orvella) dieses Bedienfeld zurück.</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>Aus</translation>
     </message>

@@ -287,6 +287,10 @@
         <translation>Some cameras forget their settings, for example after another program used them. At this interval %1 sends the known values to every connected camera again.</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>Without the tray icon, start %1 again (from the applications menu, or with the command orvella) to bring back this panel.</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>Off</translation>
     </message>

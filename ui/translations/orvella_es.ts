@@ -287,6 +287,10 @@
         <translation>Algunas cámaras olvidan sus ajustes, por ejemplo después de que otro programa las use. Con este intervalo, %1 vuelve a enviar los valores conocidos a todas las cámaras conectadas.</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>Sin el icono de la bandeja, vuelva a iniciar %1 (desde el menú de aplicaciones o con la orden orvella) para recuperar este panel.</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>Nunca</translation>
     </message>

@@ -287,6 +287,10 @@
         <translation>Certaines caméras oublient leurs réglages, par exemple après avoir servi à un autre programme. À cet intervalle, %1 renvoie les valeurs connues à toutes les caméras branchées.</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>Sans l'icône de la zone de notification, relancez %1 (depuis le menu des applications ou avec la commande orvella) pour retrouver ce panneau.</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>Jamais</translation>
     </message>

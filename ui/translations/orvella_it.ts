@@ -287,6 +287,10 @@
         <translation>Alcune videocamere dimenticano le impostazioni, ad esempio dopo essere state usate da un altro programma. A questo intervallo %1 invia di nuovo i valori noti a tutte le videocamere collegate.</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>Senza l'icona nell'area di notifica, avvia di nuovo %1 (dal menu delle applicazioni o con il comando orvella) per riavere questo pannello.</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>Mai</translation>
     </message>

@@ -287,6 +287,10 @@
         <translation>ほかのプログラムで使われた後などに、設定を失うカメラがあります。この間隔で %1 が、接続中のすべてのカメラに既知の値を送り直します。</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>トレイアイコンを隠した後は、%1 をもう一度起動すると（アプリケーションメニューから、またはコマンド orvella で）このパネルが再び表示されます。</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>しない</translation>
     </message>

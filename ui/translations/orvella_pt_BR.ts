@@ -287,6 +287,10 @@
         <translation>Algumas câmeras esquecem seus ajustes, por exemplo depois de serem usadas por outro programa. Neste intervalo, o %1 envia novamente os valores conhecidos a todas as câmeras conectadas.</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>Sem o ícone na bandeja, inicie o %1 novamente (pelo menu de aplicativos ou com o comando orvella) para trazer de volta este painel.</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>Nunca</translation>
     </message>

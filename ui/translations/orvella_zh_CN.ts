@@ -287,6 +287,10 @@
         <translation>有些相机会丢失设置，例如被其他程序使用之后。%1 按此间隔将已知数值重新发送到所有已连接的相机。</translation>
     </message>
     <message>
+        <source>HideTrayIconInfo</source>
+        <translation>隐藏托盘图标后，再次启动 %1（从应用程序菜单或使用命令 orvella）即可重新打开此面板。</translation>
+    </message>
+    <message>
         <source>Interval_Off</source>
         <translation>从不</translation>
     </message>

@@ -16,7 +16,7 @@ mark
 expect "writing it: EACCES from the driver" "$(uvcreq --v4l2 set $WB_TEMPERATURE 3000)" "error EACCES"
 orvellactl set 1 WhiteBalanceTemperature 3000 > /tmp/out 2>&1
 expect "orvellactl: exit status 1" $? 1
-check "orvellactl: the camera refused" grep -q "writing WhiteBalanceTemperature = 3000 failed: status 0xe000404f, the camera refused the request" /tmp/out
+check "orvellactl: names the automatic mode" grep -q "WhiteBalanceTemperature is governed by WhiteBalanceTemperatureAuto (on); set WhiteBalanceTemperatureAuto to 0 first" /tmp/out
 expect "no SET_CUR reached the camera" "$(set_cur 1 2 10)" ""
 
 mark
