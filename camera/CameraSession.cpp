@@ -71,8 +71,9 @@ std::vector<std::weak_ptr<CameraSession::Shared>>& registry() {
 // The sessions' thread objects, deleted on the interface thread once their thread has ended (a
 // thread cannot delete its own object, and the interface's event loop may not run again).
 std::vector<QThread*>& threads() {
-    static std::vector<QThread*> all;
-    return all;
+    // Never destroyed: a thread still at work when the process ends keeps its object.
+    static auto* all = new std::vector<QThread*>;
+    return *all;
 }
 void reapThreads() {
     std::lock_guard registryLock(gRegistryMutex);
@@ -440,9 +441,18 @@ bool CameraSession::waitForSessionsToEnd(int timeoutMs) {
         QCoreApplication::sendPostedEvents();
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
-    // Their threads end right after they let go of their cameras.
-    reapThreads();
-    return true;
+    // Their threads end right after they let go of their cameras; with no session open any
+    // more, every thread object goes.
+    for (;;) {
+        reapThreads();
+        if (busyCount() > 0) return true;  // open sessions keep their threads
+        {
+            std::lock_guard registryLock(gRegistryMutex);
+            if (threads().empty()) return true;
+        }
+        if (std::chrono::steady_clock::now() >= deadline) return true;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 int CameraSession::busyCount() {

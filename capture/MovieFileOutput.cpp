@@ -42,7 +42,8 @@ bool showsFrameRate(const std::vector<MovieFileOutput::Item>& items) {
 }
 
 // The frame rate the frames among `items` were taken at, as the nearest common camera rate when
-// it is within 4% of one (a capture clock's jitter), else to the nearest whole number; 0 when
+// it is within 10% of one (a capture clock's jitter, and frames delivered late and then in a
+// burst on a loaded machine), else to the nearest whole number; 0 when
 // fewer than two frames tell. UVC cameras give their intervals in 100 ns units (333333 for 30
 // frames a second), so the NTSC rates (30000/1001) are not among the common ones: half a second
 // of jitter could not tell them from the whole rates.
@@ -56,7 +57,7 @@ double frameRateOf(const std::vector<MovieFileOutput::Item>& items) {
     }
     if (frames < 2 || lastUs <= firstUs) return 0;
     const double measured = (frames - 1) * 1e6 / static_cast<double>(lastUs - firstUs);
-    double nearest = 0, distance = 0.04;
+    double nearest = 0, distance = 0.10;
     for (double common : {5.0, 7.5, 10.0, 15.0, 20.0, 24.0, 25.0, 30.0, 50.0, 60.0, 90.0, 120.0})
         if (std::abs(measured - common) / common < distance) {
             nearest = common;
