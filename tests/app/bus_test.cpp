@@ -16,9 +16,9 @@ namespace {
 
 class FakeController : public ScriptingTarget {
   public:
-    std::vector<Camera> list{{"0x0000000000001234", "Orvella Virtual Camera", true},
-                             {"0x0000000000005678", "HD Webcam C270", false},
-                             {"0x0000000000009abc", "HD Webcam C920", false}};
+    std::vector<Camera> list{{"0x0000000000001234", "Orvella Virtual Camera", true, ""},
+                             {"0x0000000000005678", "HD Webcam C270", false, ""},
+                             {"0x0000000000009abc", "HD Webcam C920", false, ""}};
     std::vector<std::pair<QString, QString>> applied;
     bool panel = false;
     int panelCalls = 0;
@@ -94,6 +94,20 @@ TEST_F(Bus, NobodyToAskAndNoBusAreReported) {
     OrvellaBus bus(controller);
     EXPECT_EQ(bus.claim(QDBusConnection(QStringLiteral("never-connected"))),
               OrvellaBus::Claim::Unavailable);
+}
+
+TEST(BusCameras, TwinsAreFoundByTheNamesTheyGoBy) {
+    const std::vector<ScriptingTarget::Camera> cameras{
+        {"0x1", "C270", true, "C270 (port 1-2)"},
+        {"0x2", "C270", false, "Door"},
+        {"0x3", "Brio", false, ""},
+    };
+    QString error;
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "c270 (port 1-2)", &error), "0x1");
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "door", &error), "0x2");
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "bri", &error), "0x3");  // no name: display name
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "C270", &error), "");
+    EXPECT_TRUE(error.contains("more than one camera")) << error.toStdString();
 }
 
 TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
