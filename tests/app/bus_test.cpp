@@ -112,6 +112,7 @@ TEST(BusCameras, TwinsAreFoundByTheNamesTheyGoBy) {
 
 TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
     FakeController controller;
+    controller.list[2].name = "Desk";  // a name of the user's
     OrvellaBus owner(controller);
     ASSERT_EQ(owner.claim(first), OrvellaBus::Claim::Owned);
 
@@ -122,6 +123,7 @@ TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
     listed.arguments().at(0).value<QDBusArgument>() >> cameras;
     ASSERT_EQ(cameras.size(), 3);
     EXPECT_EQ(cameras[1].displayName, "HD Webcam C270");
+    EXPECT_EQ(cameras[2].displayName, "Desk");
     EXPECT_TRUE(cameras[0].current);
 
     // By number, by unique identifier, by a part of the name that only one camera has, or the
