@@ -1,5 +1,7 @@
 #include "app/CameraList.h"
 
+#include "settings/CameraNames.h"
+
 namespace orvella::app {
 
 CameraList::CameraList(QObject* parent) : QAbstractListModel(parent) {
@@ -20,7 +22,7 @@ QVariant CameraList::data(const QModelIndex& index, int role) const {
     const QTCamera* camera = &session->camera();
     switch (role) {
         case Qt::DisplayRole:
-            return camera->displayName();
+            return nameAt(index.row());
         case Qt::CheckStateRole:
             return index.row() == current_ ? Qt::Checked : Qt::Unchecked;
         case UniqueIDRole:
@@ -54,8 +56,9 @@ int CameraList::add(std::unique_ptr<CameraSession> session) {
     beginInsertRows(QModelIndex(), row, row);
     cameras_.push_back(std::move(session));
     endInsertRows();
-    // Earlier rows with the same identifier leave the pop-up.
-    if (row > 0) emit dataChanged(index(0), index(row - 1), {InPopUpRole});
+    // Earlier rows with the same identifier leave the pop-up; earlier rows of the same name are
+    // now twins of the new one and named apart.
+    if (row > 0) emit dataChanged(index(0), index(row - 1), {InPopUpRole, Qt::DisplayRole});
     return row;
 }
 
@@ -69,8 +72,24 @@ std::unique_ptr<CameraSession> CameraList::take(int row) {
     else if (current_ > row)
         --current_;
     endRemoveRows();
-    if (size() > 0) emit dataChanged(index(0), index(size() - 1), {InPopUpRole});
+    if (size() > 0) emit dataChanged(index(0), index(size() - 1), {InPopUpRole, Qt::DisplayRole});
     return camera;
+}
+
+void CameraList::setUserNames(const QVariantMap& names) {
+    if (names == userNames_) return;
+    userNames_ = names;
+    if (size() > 0) emit dataChanged(index(0), index(size() - 1), {Qt::DisplayRole});
+}
+
+QStringList CameraList::names(const QVariantMap& userNames) const {
+    std::vector<settings::CameraIdentity> identities;
+    for (const auto& session : cameras_) {
+        const QTCamera& camera = session->camera();
+        identities.push_back(
+            {camera.uniqueID(), camera.displayName(), camera.serialNumber(), camera.locationID()});
+    }
+    return settings::cameraNames(identities, userNames);
 }
 
 int CameraList::rowForPopUpRow(int popUpRow) const {

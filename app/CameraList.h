@@ -4,14 +4,17 @@
 // cameras' sessions (camera/CameraSession.h: each owns its camera object and does its I/O on a
 // thread of its own) and knows which one is current.
 //
-// Rows: Qt::DisplayRole is the display name; Qt::CheckStateRole is Checked for the current
-// camera (the menu item's state); UniqueIDRole the unique identifier; InPopUpRole whether the
-// pop-up shows the row. A camera added with the unique identifier of one already listed takes
-// that one's place in the pop-up (the older row stays for the menu, as cameras that share a
+// Rows: Qt::DisplayRole is the name the camera goes by (settings/CameraNames.h: its display
+// name, told apart from a twin's, or the name the user gave it); Qt::CheckStateRole is Checked for
+// the current camera (the menu item's state); UniqueIDRole the unique identifier; InPopUpRole
+// whether the pop-up shows the row. A camera added with the unique identifier of one already listed
+// takes that one's place in the pop-up (the older row stays for the menu, as cameras that share a
 // unique identifier -- identical cameras of the USB table -- are all listed there).
 
 #include <QAbstractListModel>
 #include <QSortFilterProxyModel>
+#include <QStringList>
+#include <QVariantMap>
 #include <memory>
 #include <vector>
 
@@ -44,6 +47,13 @@ class CameraList final : public QAbstractListModel {
     CameraSession* at(int row) const;
     int rowOf(const CameraSession* session) const;
 
+    // The names the user gave cameras, by unique identifier (the preferences' "Camera Names").
+    void setUserNames(const QVariantMap& names);
+    // The name each row goes by, in row order; the second with other names of the user's.
+    QStringList names() const { return names(userNames_); }
+    QStringList names(const QVariantMap& userNames) const;
+    QString nameAt(int row) const { return names().value(row); }
+
     // The current camera's row, -1 for none.
     int currentRow() const { return current_; }
     CameraSession* current() const { return at(current_); }
@@ -59,6 +69,7 @@ class CameraList final : public QAbstractListModel {
   private:
     std::vector<std::unique_ptr<CameraSession>> cameras_;
     int current_ = -1;
+    QVariantMap userNames_;
     QSortFilterProxyModel popUp_;
 };
 

@@ -12,6 +12,7 @@
 #include "camera/ControlCatalog.h"
 #include "platform/CaptureDevice.h"
 #include "platform/Log.h"
+#include "settings/CameraNames.h"
 #include "settings/CameraProfiles.h"
 #include "settings/DefaultsKeys.h"
 #include "settings/SettingsRecord.h"
@@ -106,6 +107,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
     connect(tray_.get(), &TrayPart::panelClosing, this, &Orvella::endSheet);
     preferencesPart_ =
         std::make_unique<PreferencesPart>(preferences_, defaults_, *panel_, *tray_, timer_, guard_);
+    cameras_.setUserNames(settings::userCameraNames(defaults_));
     wirePanel();
     wireMenu();
     buildNoCameraBanner();
@@ -189,6 +191,7 @@ void Orvella::wirePanel() {
         if (discovery_) discovery_->selectCamera(cameras_.rowForPopUpRow(popUpRow));
         followCameraRow();
     });
+    connect(panel_.get(), &ui::ControlPanel::clickRenameCamera, this, &Orvella::clickRenameCamera);
     connect(panel_.get(), &ui::ControlPanel::selectProfile, this, &Orvella::selectProfile);
     connect(panel_.get(), &ui::ControlPanel::clickSaveNewProfile, this,
             &Orvella::clickSaveNewProfile);

@@ -97,6 +97,11 @@ class Orvella final : public QObject,
 
     // ---- Profiles ----
     void clickSaveNewProfile();
+    // The rename sheet on the panel for the current camera: the name typed is kept in the
+    // preferences' "Camera Names" and shown everywhere; an empty one goes back to the derived name.
+    void clickRenameCamera();
+    // Gives the camera(s) of `uniqueID` the name (empty: none of the user's) and shows it.
+    void renameCamera(const QString& uniqueID, const QString& name);
     void clickUpdateProfile();
     void clickDeleteProfile();
     void clickLoadAtStart();

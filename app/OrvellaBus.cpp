@@ -6,6 +6,7 @@
 #include <QDBusMetaType>
 
 #include "platform/Log.h"
+#include "settings/CameraNames.h"
 
 namespace orvella::app {
 
@@ -35,6 +36,10 @@ void registerTypes() {
         return true;
     }();
     Q_UNUSED(registered);
+}
+
+QString shownName(const ScriptingTarget::Camera& camera) {
+    return camera.name.isEmpty() ? camera.displayName : camera.name;
 }
 
 }  // namespace
@@ -124,15 +129,17 @@ QString OrvellaBus::resolveCamera(const std::vector<ScriptingTarget::Camera>& ca
     }
     for (const auto& camera : cameras)
         if (camera.uniqueID.compare(wanted, Qt::CaseInsensitive) == 0) return camera.uniqueID;
-    const ScriptingTarget::Camera* match = nullptr;
+    QStringList names, displayNames;
     for (const auto& camera : cameras) {
-        if (!camera.displayName.contains(wanted, Qt::CaseInsensitive)) continue;
-        if (match)
-            return fail(QStringLiteral("'%1' names more than one camera").arg(quoted(wanted)));
-        match = &camera;
+        names << shownName(camera);
+        displayNames << camera.displayName;
     }
+    int matches = 0;
+    const std::optional<int> match = settings::cameraNamed(names, displayNames, wanted, &matches);
+    if (matches > 1)
+        return fail(QStringLiteral("'%1' names more than one camera").arg(quoted(wanted)));
     if (!match) return fail(QStringLiteral("no camera matches '%1'").arg(quoted(wanted)));
-    return match->uniqueID;
+    return cameras[static_cast<size_t>(*match)].uniqueID;
 }
 
 QString OrvellaBus::cameraOrError(const QString& which) {
@@ -145,7 +152,7 @@ QString OrvellaBus::cameraOrError(const QString& which) {
 BusCameraList OrvellaBus::ListCameras() {
     BusCameraList list;
     for (const auto& camera : target_.cameras())
-        list.append(BusCamera{camera.uniqueID, camera.displayName, camera.current});
+        list.append(BusCamera{camera.uniqueID, shownName(camera), camera.current});
     return list;
 }
 

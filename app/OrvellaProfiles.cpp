@@ -1,6 +1,7 @@
 // The controller's profile flows and dialogs: the window-modal dialogs on the panel (save, name
-// conflict, delete, the two interval explanations), choosing, updating and starring profiles,
-// reset to the camera's defaults; the Preferences tab's actions pass to PreferencesPart.
+// conflict, delete, the two interval explanations, renaming a camera), choosing, updating and
+// starring profiles, reset to the camera's defaults; the Preferences tab's actions pass to
+// PreferencesPart.
 #include <QDialog>
 #include <QInputDialog>
 #include <QLineEdit>
@@ -12,6 +13,7 @@
 
 #include "app/Orvella.h"
 #include "camera/CameraSession.h"
+#include "settings/CameraNames.h"
 #include "settings/ProfileListModel.h"
 #include "settings/SettingsRecord.h"
 #include "ui/ControlPanel.h"
@@ -59,6 +61,44 @@ void Orvella::endSheet() {
         open->disconnect(this);
         open->reject();
     }
+}
+
+void Orvella::clickRenameCamera() {
+    CameraSession* camera = qtCamera();
+    const int row = cameras_.rowOf(camera);
+    if (!camera || row < 0) return;
+    const QString uniqueID = camera->camera().uniqueID();
+    // The name the camera goes by without a name of the user's.
+    QVariantMap others = settings::userCameraNames(defaults_);
+    others.remove(uniqueID);
+    const QString derived = cameras_.names(others).value(row);
+
+    auto* dialog = new QInputDialog(panel_->window());
+    dialog->setObjectName(QStringLiteral("RenameCamera"));
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->setWindowModality(Qt::WindowModal);
+    dialog->setWindowTitle(ui::localized("RenameCameraTitle"));
+    dialog->setLabelText(ui::localizedFormat("RenameCameraInfo", derived));
+    dialog->setOkButtonText(ui::localized("OKBtn"));
+    dialog->setCancelButtonText(ui::localized("CancelBtn"));
+    dialog->setTextValue(cameras_.nameAt(row));
+    if (auto* field = dialog->findChild<QLineEdit*>()) {
+        field->setMinimumWidth(300);
+        field->setPlaceholderText(ui::localized("CameraName"));
+        field->setValidator(new QRegularExpressionValidator(
+            QRegularExpression(QStringLiteral("[^\\x{0}-\\x{1f}\\x{7f}-\\x{9f}]*")), field));
+    }
+    showSheet(dialog, [this, dialog, uniqueID, derived](int result) {
+        if (result != QDialog::Accepted) return;
+        // The derived name typed back (or left as it was) is no name of the user's.
+        const QString typed = dialog->textValue().trimmed();
+        renameCamera(uniqueID, typed == derived ? QString() : typed);
+    });
+}
+
+void Orvella::renameCamera(const QString& uniqueID, const QString& name) {
+    settings::setUserCameraName(defaults_, uniqueID, name);
+    cameras_.setUserNames(settings::userCameraNames(defaults_));
 }
 
 void Orvella::clickSaveNewProfile() {

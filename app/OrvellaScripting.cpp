@@ -20,9 +20,11 @@ CameraSession* sessionWithID(const CameraList& cameras, const QString& uniqueID)
 
 std::vector<ScriptingTarget::Camera> Orvella::cameras() const {
     std::vector<Camera> list;
+    const QStringList names = cameras_.names();
     for (int row = 0; row < cameras_.size(); ++row)
         list.push_back({cameras_.at(row)->camera().uniqueID(),
-                        cameras_.at(row)->camera().displayName(), row == cameras_.currentRow()});
+                        cameras_.at(row)->camera().displayName(), row == cameras_.currentRow(),
+                        names.value(row)});
     return list;
 }
 

@@ -16,6 +16,8 @@ class ScriptingTarget {
         QString uniqueID;
         QString displayName;
         bool current = false;
+        // The name it goes by (settings/CameraNames.h); the display name when empty.
+        QString name;
     };
 
     virtual ~ScriptingTarget() = default;

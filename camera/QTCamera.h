@@ -88,6 +88,8 @@ class QTCamera {
     const QString& displayName() const { return _displayName; }
     void setDisplayName(const QString& value) { _displayName = value; }
     uint32_t locationID() const { return _locationID; }
+    // The USB serial-number string, empty when the device has none (or no USB device).
+    const QString& serialNumber() const { return _serialNumber; }
     uint16_t vendorID() const { return _vendorID; }
     void setVendorID(uint16_t value) { _vendorID = value; }
     uint16_t productID() const { return _productID; }
@@ -265,6 +267,7 @@ class QTCamera {
     QString _modelUniqueID;
     QString _displayName;
     uint32_t _locationID = 0;
+    QString _serialNumber;
     uint16_t _vendorID = 0;
     uint16_t _productID = 0;
     std::vector<FormatEntry> _formatArray;

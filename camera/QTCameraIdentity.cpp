@@ -63,17 +63,29 @@ void discoverFormats(QTCamera& camera) {
     logString(describeFormats(camera.formatArray()));
 }
 
-// The device's own product string, if it can be read.
-std::optional<QString> productString(platform::UsbDevice& device) {
-    uint8_t index = 0;
-    if (device.usbGetProductStringIndex(index) != kIOReturnSuccess || index == 0)
-        return std::nullopt;
+// The device's string of the given index, if it can be read.
+std::optional<QString> usbString(platform::UsbDevice& device, uint8_t index) {
+    if (index == 0) return std::nullopt;
     char buffer[kProductStringBufferSize] = {};
     if (GetStringDescriptor(&device, index, buffer, sizeof buffer, kLanguageEnglishUS) !=
             kIOReturnSuccess ||
         buffer[0] == '\0')
         return std::nullopt;
     return QString::fromUtf8(buffer);
+}
+
+// The device's own product string, if it can be read.
+std::optional<QString> productString(platform::UsbDevice& device) {
+    uint8_t index = 0;
+    if (device.usbGetProductStringIndex(index) != kIOReturnSuccess) return std::nullopt;
+    return usbString(device, index);
+}
+
+// The device's serial number, empty when it has none or it cannot be read.
+QString readSerialNumber(const std::shared_ptr<platform::UsbDevice>& device) {
+    uint8_t index = 0;
+    if (!device || device->usbGetSerialNumberStringIndex(index) != kIOReturnSuccess) return {};
+    return usbString(*device, index).value_or(QString()).trimmed();
 }
 
 // Vendor 0x046D cameras show their model after the capture device's name. A camera of this
@@ -143,6 +155,7 @@ std::unique_ptr<QTCamera> QTCamera::initWithQTCaptureDevice(
     logString(c._displayName);
 
     c.lookUpInterfaces();
+    c._serialNumber = readSerialNumber(c.devCamera);
     discoverFormats(c);
     c._cameraMode = CameraMode::Idle;
     c._date = std::chrono::system_clock::now();
@@ -185,6 +198,7 @@ std::unique_ptr<QTCamera> QTCamera::initWithLocationID(const platform::Platform&
     c._productID = product;
 
     c.lookUpInterfaces();
+    c._serialNumber = readSerialNumber(c.devCamera);
     if (c.streamInterface) c.setFormatArray(c.querySupportedImageFormat(c.streamInterface.get()));
     c._cameraMode = CameraMode::Idle;
     c._date = std::chrono::system_clock::now();

@@ -106,6 +106,11 @@ class UsbDevice {
     virtual IOReturn getDeviceVendor(uint16_t& vendor) = 0;
     virtual IOReturn getDeviceProduct(uint16_t& product) = 0;
     virtual IOReturn usbGetProductStringIndex(uint8_t& index) = 0;
+    // The index of the serial-number string (iSerialNumber; 0: none).
+    virtual IOReturn usbGetSerialNumberStringIndex(uint8_t& index) {
+        (void)index;
+        return kIOReturnUnsupported;
+    }
     // Device information word; bit 5 (0x20) is set while the device is suspended.
     virtual IOReturn getUSBDeviceInformation(uint32_t& info) = 0;
     virtual IOReturn usbDeviceOpen() = 0;

@@ -27,5 +27,7 @@ inline constexpr QLatin1StringView kHideMenuBarIcon{"Hide Menu Bar Icon"};
 // and how long (milliseconds) the other program's changes must have settled first.
 inline constexpr QLatin1StringView kGuardSettings{"GuardSettings"};
 inline constexpr QLatin1StringView kGuardSettleTime{"GuardSettleTime"};
+// The names the user gave cameras: a dictionary from unique identifier to name.
+inline constexpr QLatin1StringView kCameraNames{"Camera Names"};
 
 }  // namespace orvella::settings::keys

@@ -183,10 +183,11 @@ QString controlLine(const CtlControl& control, const SupportedControl& s) {
 
 }  // namespace
 
-QString listLine(int number, const QTCamera& camera) {
+QString listLine(int number, const QTCamera& camera, const QString& name) {
     return QStringLiteral("%1\t%2\t%3\t%4")
         .arg(number)
-        .arg(camera.displayName(), camera.uniqueID(), camera.modelUniqueID());
+        .arg(name.isEmpty() ? camera.displayName() : name, camera.uniqueID(),
+             camera.modelUniqueID());
 }
 
 QString textReport(QTCamera& camera) {

@@ -10,7 +10,9 @@
 
 namespace orvella::tools {
 
-QString listLine(int number, const QTCamera& camera);
+// One line of `list`: number, the name the camera goes by (`name`; the display name when empty),
+// uniqueID and modelUniqueID, tab-separated.
+QString listLine(int number, const QTCamera& camera, const QString& name = QString());
 QString textReport(QTCamera& camera);
 QJsonObject jsonReport(QTCamera& camera);
 

@@ -13,6 +13,8 @@
 #include "platform/Log.h"
 #include "platform/linux/LinuxPlatform.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "settings/CameraNames.h"
+#include "settings/DefaultsStore.h"
 #include "tools/CameraReport.h"
 #include "tools/CtlCapture.h"
 #include "tools/CtlControls.h"
@@ -49,9 +51,9 @@ Options (anywhere on the line):
                    negative numbers are taken as values anyway)
 
 Commands:
-  list                        one line per camera: number, display name, uniqueID and
-                              modelUniqueID, separated by tabs ("no camera found" on standard
-                              error, and status 0, when there is none)
+  list                        one line per camera: number, name (as the application shows
+                              it), uniqueID and modelUniqueID, separated by tabs ("no camera
+                              found" on standard error, and status 0, when there is none)
   show [CAMERA] [--json]      identity, supported controls with current value, range and
                               default, and stream formats
   get CAMERA CONTROL          print the control's current value, read from the camera
@@ -80,8 +82,10 @@ Commands:
                               goes in as 16-bit PCM where the container allows. Progress goes
                               to standard error once a second
 
-CAMERA is the camera's number in list (from 1), its uniqueID, or a part of its display name
-that no other camera's name contains (case is ignored). With one camera it may be left out.
+CAMERA is the camera's number in list (from 1), its uniqueID, its name as list shows it, or
+a part of its name that no other camera's name contains (case is ignored). Twin cameras are
+named apart by serial number or USB port, as in C270 (port 1-2), unless the application gave
+them names. With one camera it may be left out.
 
 CONTROL is one of the keys used in profiles (case is ignored):
 )";
@@ -276,16 +280,34 @@ class Session {
         }
         for (const auto& camera : cameras_)
             if (camera->uniqueID() == *wanted) return camera.get();
-        std::vector<QTCamera*> matches;
+        QStringList displayNames;
         for (const auto& camera : cameras_)
-            if (!wanted->isEmpty() && camera->displayName().contains(*wanted, Qt::CaseInsensitive))
-                matches.push_back(camera.get());
-        if (matches.size() == 1) return matches.front();
-        if (matches.empty())
+            displayNames << camera->displayName();
+        int matches = 0;
+        const std::optional<int> match =
+            settings::cameraNamed(names(), displayNames, *wanted, &matches);
+        if (match) return cameras_[static_cast<size_t>(*match)].get();
+        if (matches == 0)
             return Failure{QStringLiteral("no camera \"%1\" (see orvellactl list)").arg(*wanted)};
         return Failure{QStringLiteral("\"%1\" matches %2 cameras; use the number or uniqueID")
                            .arg(*wanted)
-                           .arg(matches.size())};
+                           .arg(matches)};
+    }
+
+    // The name each camera goes by, as the application shows it (the user's names come from the
+    // preferences file, which is only read).
+    QStringList names() const {
+        std::vector<settings::CameraIdentity> identities;
+        for (const auto& camera : cameras_)
+            identities.push_back({camera->uniqueID(), camera->displayName(), camera->serialNumber(),
+                                  camera->locationID()});
+        if (!userNames_) {
+            QString why;
+            userNames_ =
+                settings::userCameraNamesInFile(settings::DefaultsStore::defaultPath(), &why);
+            if (!why.isEmpty()) NSLog("the camera names cannot be read: %s", qUtf8Printable(why));
+        }
+        return settings::cameraNames(identities, *userNames_);
     }
 
     std::ostream& out() { return out_; }
@@ -344,6 +366,7 @@ class Session {
     virtualcam::VirtualPlatform platform_;
     std::unique_ptr<linuxplatform::LinuxPlatform> real_;
     std::vector<std::unique_ptr<QTCamera>> cameras_;
+    mutable std::optional<QVariantMap> userNames_;
 };
 
 std::string text(const QString& value) {
@@ -388,9 +411,12 @@ using Arguments = QStringList;
 std::optional<Failure> commandList(Session& session, const Options&, const Arguments&) {
     // An empty list is an answer, not a failure; standard output stays empty for scripts.
     if (session.cameras().empty()) session.err() << "orvellactl: no camera found\n";
+    const QStringList names = session.names();
     int number = 1;
-    for (const auto& camera : session.cameras())
-        session.out() << text(listLine(number++, *camera)) << '\n';
+    for (const auto& camera : session.cameras()) {
+        session.out() << text(listLine(number, *camera, names.value(number - 1))) << '\n';
+        ++number;
+    }
     return std::nullopt;
 }
 

@@ -8,6 +8,7 @@
 #include <QScreen>
 #include <QShortcut>
 #include <QTabWidget>
+#include <QToolButton>
 #include <algorithm>
 
 #include <QPointer>
@@ -91,6 +92,7 @@ void ControlPanel::wireActions() {
                 &QWidget::close);
 
     connect(ui_->mPopCamera, &QComboBox::activated, this, &ControlPanel::selectCamera);
+    connect(ui_->mBtnRenameCamera, &QToolButton::clicked, this, &ControlPanel::clickRenameCamera);
     connect(ui_->mBtnResetToDefault, &QPushButton::clicked, this,
             &ControlPanel::clickResetToDefault);
 
@@ -130,6 +132,7 @@ void ControlPanel::localize() {
     ui.mTxtFPSLabel->setText(localized("FPS"));
     ui.mTxtNotAnswering->setText(localized("CameraNotAnswering"));
     ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
+    ui.mBtnRenameCamera->setText(localized("RenameCamera"));
     controls_->localize();
     profileBox_->localize();
     preferences_->localize();
@@ -212,6 +215,7 @@ void ControlPanel::disableAllCameraControl() {
 void ControlPanel::emptyPanel() {
     Ui::ControlPanel& ui = *ui_;
     ui.mPopCamera->setEnabled(false);
+    ui.mBtnRenameCamera->setEnabled(false);
     controls_->empty();
     ui.mTxtFormatType->setText(QString());
     ui.mTxtFormatSummary->setText(QString());
@@ -238,6 +242,7 @@ void ControlPanel::setProfileModel(QAbstractItemModel* model) {
 void ControlPanel::showCameraSelection(int row, bool anyCamera) {
     if (ui_->mPopCamera->currentIndex() != row) ui_->mPopCamera->setCurrentIndex(row);
     ui_->mPopCamera->setEnabled(anyCamera);
+    ui_->mBtnRenameCamera->setEnabled(anyCamera && row >= 0);
 }
 
 void ControlPanel::showProfileSelection(int row) {

@@ -155,6 +155,8 @@ class ControlPanel : public QObject {
   signals:
     // The user picked a camera in the camera pop-up.
     void selectCamera(int index);
+    // The user asked to rename the current camera ("Rename…" beside the pop-up).
+    void clickRenameCamera();
     // The user picked an item of the profile pop-up.
     void selectProfile(int index);
     void clickSaveNewProfile();

@@ -112,6 +112,8 @@ const QStringList& localizationKeys() {
             "Interval_Off", "1_Second", "2_Seconds", "5_Seconds", "10_Seconds", "Format", "FPS",
             "Move_Up", "Move_Down", "Move_Left", "Move_Right", "Move_Center", "Interval_Info",
             "NoCamera",
+            // Renaming a camera (beside the camera pop-up).
+            "RenameCamera", "RenameCameraTitle", "RenameCameraInfo", "CameraName",
             // The panel without a camera (the controller's banner).
             "NoCameraFound", "AddDemoCamera",
             // The settings guard on the Preferences tab.

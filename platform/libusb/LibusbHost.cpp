@@ -133,6 +133,10 @@ class LibusbDevice final : public platform::UsbDevice {
     IOReturn getDeviceProduct(uint16_t& v) override {
         return platform::propertyOfPresentDevice(!state_->gone, v, state_->descriptor.idProduct);
     }
+    IOReturn usbGetSerialNumberStringIndex(uint8_t& v) override {
+        return platform::propertyOfPresentDevice(!state_->gone, v,
+                                                 state_->descriptor.iSerialNumber);
+    }
     IOReturn usbGetProductStringIndex(uint8_t& v) override {
         return platform::propertyOfPresentDevice(!state_->gone, v, state_->descriptor.iProduct);
     }

@@ -273,6 +273,10 @@ class LinuxUsbDevice final : public platform::UsbDevice {
   public:
     explicit LinuxUsbDevice(std::shared_ptr<DeviceState> state) : state_(std::move(state)) {}
 
+    IOReturn usbGetSerialNumberStringIndex(uint8_t& index) override {
+        return platform::propertyOfPresentDevice(state_->present(), index,
+                                                 state_->info.iSerialNumber);
+    }
     IOReturn getLocationID(uint32_t& locationID) override {
         return platform::propertyOfPresentDevice(state_->present(), locationID, state_->locationID);
     }

@@ -92,7 +92,8 @@ UsbDeviceDescriptors::UsbDeviceDescriptors(const VirtualCamera& camera) {
     put16(device_, camera.vendorID());
     put16(device_, camera.productID());
     put16(device_, 0x0010);
-    device_.insert(device_.end(), {0, camera.productStringIndex(), 0, 1});
+    device_.insert(device_.end(),
+                   {0, camera.productStringIndex(), camera.serialNumberStringIndex(), 1});
 }
 
 std::vector<uint8_t> UsbDeviceDescriptors::sysfsBlob() const {

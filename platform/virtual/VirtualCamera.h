@@ -55,6 +55,9 @@ class VirtualCamera {
     const QString& productString() const { return productString_; }
     const QString& displayName() const { return displayName_; }
     uint8_t productStringIndex() const { return productStringIndex_; }
+    // The serial-number string ("serialNumber"; empty: none) and its string index (0: none).
+    const QString& serialNumber() const { return serialNumber_; }
+    uint8_t serialNumberStringIndex() const { return serialNumberStringIndex_; }
     uint8_t vcInterfaceNumber() const { return vcInterfaceNumber_; }
     const std::vector<InterfaceDefinition>& interfaces() const { return model_.interfaces; }
     // The whole definition, for the parts of the system that read keys of their own.
@@ -196,6 +199,8 @@ class VirtualCamera {
     QString productString_;
     QString displayName_;
     uint8_t productStringIndex_ = 2;
+    QString serialNumber_;
+    uint8_t serialNumberStringIndex_ = 0;
     uint8_t vcInterfaceNumber_ = 0;
     DeviceModel model_;
     FaultPlan faults_;

@@ -388,6 +388,16 @@ void VirtualCamera::Private::parseStrings(VirtualCamera& c, const QJsonObject& o
         c.productStringIndex_ = 0;
     if (c.productStringIndex_ && !c.productString_.isEmpty())
         c.model_.strings[c.productStringIndex_] = utf16(c.productString_);
+    c.serialNumber_ = o.value("serialNumber").toString();
+    if (!c.serialNumber_.isEmpty()) {
+        // The first string index after the product string's that the definition leaves free.
+        uint8_t index = 3;
+        while (index < 255 && (index == c.productStringIndex_ ||
+                               o.value("strings").toObject().contains(QString::number(index))))
+            ++index;
+        c.serialNumberStringIndex_ = index;
+        c.model_.strings[index] = utf16(c.serialNumber_);
+    }
     const QJsonObject strings = o.value("strings").toObject();
     for (auto it = strings.begin(); it != strings.end(); ++it) {
         const auto index =

@@ -96,6 +96,10 @@ class VirtualUsbDevice final : public platform::UsbDevice {
         return platform::propertyOfPresentDevice(camera_->present(), index,
                                                  camera_->productStringIndex());
     }
+    IOReturn usbGetSerialNumberStringIndex(uint8_t& index) override {
+        return platform::propertyOfPresentDevice(camera_->present(), index,
+                                                 camera_->serialNumberStringIndex());
+    }
     IOReturn getUSBDeviceInformation(uint32_t& info) override {
         return camera_->deviceInformation(info);
     }

@@ -16,9 +16,9 @@ namespace {
 
 class FakeController : public ScriptingTarget {
   public:
-    std::vector<Camera> list{{"0x0000000000001234", "Orvella Virtual Camera", true},
-                             {"0x0000000000005678", "HD Webcam C270", false},
-                             {"0x0000000000009abc", "HD Webcam C920", false}};
+    std::vector<Camera> list{{"0x0000000000001234", "Orvella Virtual Camera", true, ""},
+                             {"0x0000000000005678", "HD Webcam C270", false, ""},
+                             {"0x0000000000009abc", "HD Webcam C920", false, ""}};
     std::vector<std::pair<QString, QString>> applied;
     bool panel = false;
     int panelCalls = 0;
@@ -96,8 +96,23 @@ TEST_F(Bus, NobodyToAskAndNoBusAreReported) {
               OrvellaBus::Claim::Unavailable);
 }
 
+TEST(BusCameras, TwinsAreFoundByTheNamesTheyGoBy) {
+    const std::vector<ScriptingTarget::Camera> cameras{
+        {"0x1", "C270", true, "C270 (port 1-2)"},
+        {"0x2", "C270", false, "Door"},
+        {"0x3", "Brio", false, ""},
+    };
+    QString error;
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "c270 (port 1-2)", &error), "0x1");
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "door", &error), "0x2");
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "bri", &error), "0x3");  // no name: display name
+    EXPECT_EQ(OrvellaBus::resolveCamera(cameras, "C270", &error), "");
+    EXPECT_TRUE(error.contains("more than one camera")) << error.toStdString();
+}
+
 TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
     FakeController controller;
+    controller.list[2].name = "Desk";  // a name of the user's
     OrvellaBus owner(controller);
     ASSERT_EQ(owner.claim(first), OrvellaBus::Claim::Owned);
 
@@ -108,6 +123,7 @@ TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
     listed.arguments().at(0).value<QDBusArgument>() >> cameras;
     ASSERT_EQ(cameras.size(), 3);
     EXPECT_EQ(cameras[1].displayName, "HD Webcam C270");
+    EXPECT_EQ(cameras[2].displayName, "Desk");
     EXPECT_TRUE(cameras[0].current);
 
     // By number, by unique identifier, by a part of the name that only one camera has, or the

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <QElapsedTimer>
+#include <QSignalSpy>
 
 #include "app/CameraDiscovery.h"
 #include "platform/Clock.h"
@@ -159,16 +160,28 @@ TEST_F(Discovery, UnpluggingMovesTheCurrentCameraOrEndsFormatFollowing) {
     EXPECT_EQ(recorder.observing, (std::vector<bool>{true, false, true}));
 }
 
-TEST_F(Discovery, PopUpAndMenuShowTheSameListSameNamesIncluded) {
+TEST_F(Discovery, PopUpAndMenuShowTheSameListTwinsNamedApart) {
     plug(genericAt("0x14100000"));
-    plug(genericAt("0x14200000"));
+    auto second = plug(genericAt("0x14200000"));
     discovery->registerDeviceCallbackHandler();
     CameraSession::settleAll();  // the cameras are built on their sessions
-    // Two cameras of one model: the same display name, two items.
-    EXPECT_EQ(titles(&list), QStringList({"Orvella Virtual Camera", "Orvella Virtual Camera"}));
+    // Two cameras of one model: the same display name, two items told apart by their ports.
+    EXPECT_EQ(titles(&list), QStringList({"Orvella Virtual Camera (port 20-1)",
+                                          "Orvella Virtual Camera (port 20-2)"}));
     EXPECT_EQ(titles(list.popUpModel()), titles(&list));
     EXPECT_NE(list.index(0).data(CameraList::UniqueIDRole),
               list.index(1).data(CameraList::UniqueIDRole));
+
+    // A name of the user's replaces the derived one; the twin gone, the other has its own name.
+    QSignalSpy changed(&list, &QAbstractItemModel::dataChanged);
+    list.setUserNames({{list.at(1)->camera().uniqueID(), "Door"}});
+    EXPECT_EQ(changed.size(), 1);
+    EXPECT_EQ(titles(list.popUpModel()),
+              QStringList({"Orvella Virtual Camera (port 20-1)", "Door"}));
+    list.setUserNames({});
+    platform.removeCamera(second);
+    CameraSession::settleAll();
+    EXPECT_EQ(titles(list.popUpModel()), QStringList({"Orvella Virtual Camera"}));
 }
 
 TEST_F(Discovery, ACameraIsProbedOnItsSessionNotOnTheInterfaceThread) {

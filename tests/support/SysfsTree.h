@@ -55,6 +55,8 @@ class SysfsTree {
         write(device / "power/runtime_status", options.suspended ? "suspended" : "active");
         if (!camera.productString().isEmpty())
             write(device / "product", camera.productString().toStdString());
+        if (!camera.serialNumber().isEmpty())
+            write(device / "serial", camera.serialNumber().toStdString());
         const std::vector<uint8_t> blob = virtualcam::UsbDeviceDescriptors(camera).sysfsBlob();
         std::ofstream(device / "descriptors", std::ios::binary)
             .write(reinterpret_cast<const char*>(blob.data()),

@@ -90,7 +90,8 @@ TEST_F(Localization, EveryKeyUsedHasATextInEveryLanguage) {
             const bool isFormat =
                 nameFormatKeys().contains(key) || key == QLatin1String("SaveCurrentSettingsInfo") ||
                 key == QLatin1String("DeleteSavedSettingsInfo") ||
-                key == QLatin1String("ProfileConfilictInfo") || controlFormatKeys.contains(key);
+                key == QLatin1String("ProfileConfilictInfo") ||
+                key == QLatin1String("RenameCameraInfo") || controlFormatKeys.contains(key);
             EXPECT_EQ(text.count(QLatin1String("%1")), isFormat ? 1 : 0)
                 << locale.toStdString() << ": " << key.toStdString();
         }

@@ -14,12 +14,18 @@
 //   orvella-ui-shots --fixtures DIR --preferences DIR [--lang L]...
 //                      (the Preferences tab with the settings guard on:
 //                      preferences-guard-<lang>.png)
+//   orvella-ui-shots --fixtures DIR --twins FILE
+//                      (the camera pop-up open over the panel for two cameras of one model,
+//                      named apart by their USB ports)
 //
 // Run it under a display (xvfb-run -a) so the panel is laid out and drawn as on a desktop.
 
+#include <QAbstractItemView>
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QEventLoop>
+#include <QFile>
 #include <QImage>
 #include <QPainter>
 #include <QScreen>
@@ -27,12 +33,15 @@
 #include <QSvgRenderer>
 #include <QTabWidget>
 #include <QTextStream>
+#include <QTimer>
+#include <QToolButton>
 #include <cstdio>
 
 #include "camera/CameraSession.h"
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
 #include "platform/virtual/VirtualPlatform.h"
+#include "settings/CameraNames.h"
 #include "settings/SettingsID.h"
 #include "ui/ControlPanel.h"
 #include "ui/ControlPanelOutlets.h"
@@ -245,6 +254,66 @@ int renderNotAnswering(const QString& fixtures, const QString& out) {
     return 0;
 }
 
+// Two cameras of one model (the generic fixture, and the same at location 0x14200000) named as
+// the application names them, the pop-up open over the panel: the top of the screen under the
+// panel and the pop-up, which is a window of its own.
+int renderTwins(const QString& fixtures, const QString& path) {
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    virtualcam::VirtualPlatform rig;
+    QString error;
+    const QString generic = fixtures + QStringLiteral("/generic.json");
+    auto first = rig.addDefinitionFile(generic, &error);
+    QFile file(generic);
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> second;
+    if (first && file.open(QIODevice::ReadOnly)) {
+        QByteArray json = file.readAll();
+        json.replace("\"0x14100000\"", "\"0x14200000\"");
+        if (auto twin = virtualcam::VirtualCamera::fromJson(json, &error))
+            second = rig.addCamera(twin, &error);
+    }
+    if (!first || !second) {
+        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
+        return 1;
+    }
+    platform::RecordingClock clock;
+    std::vector<std::unique_ptr<QTCamera>> cameras;
+    std::vector<settings::CameraIdentity> identities;
+    for (const auto& device : {first, second}) {
+        cameras.push_back(QTCamera::initWithQTCaptureDevice(rig.platform(&clock), device));
+        const QTCamera& c = *cameras.back();
+        identities.push_back({c.uniqueID(), c.displayName(), c.serialNumber(), c.locationID()});
+    }
+    const QStringList names = settings::cameraNames(identities, {});
+    ShotSession live(std::move(cameras.front()));
+    if (!ui::installTranslation(QStringLiteral("en"))) return 1;
+
+    ui::ControlPanel panel;
+    fillPanel(panel, live.session, {QStringLiteral("Video call")});
+    ui::ControlPanel::Outlets& ui = panel.outlets();
+    ui.mPopCamera->clear();
+    ui.mPopCamera->addItems(names);
+    panel.showCameraSelection(0, true);
+    panel.window()->move(40, 40);
+    panel.window()->show();
+    const auto wait = [](int ms) {
+        QEventLoop loop;
+        QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+        loop.exec();
+    };
+    wait(300);
+    ui.mPopCamera->showPopup();
+    wait(300);
+    QRect area = panel.window()->frameGeometry();
+    const QRect popUp = ui.mPopCamera->view()->window()->frameGeometry();
+    area.setBottom(std::min(area.bottom(), popUp.bottom() + 80));
+    area = area.united(popUp).adjusted(-8, -8, 8, 8);
+    const QPixmap shot =
+        panel.window()->screen()->grabWindow(0, area.x(), area.y(), area.width(), area.height());
+    if (!shot.save(path)) return 1;
+    QTextStream(stdout) << path << ' ' << names.join(QStringLiteral(", ")) << '\n';
+    return 0;
+}
+
 }  // namespace
 
 // The number of control rows a camera shows (both tabs).
@@ -334,7 +403,7 @@ int main(int argc, char** argv) {
     const QStringList args = app.arguments();
     // The menus and the popover name the application as it runs.
     QApplication::setApplicationName(QStringLiteral("Orvella"));
-    QString fixtures, out, icons, sheet, preferences, tray, smallScreen, notAnswering;
+    QString fixtures, out, icons, sheet, preferences, tray, smallScreen, notAnswering, twins;
     QStringList cameras, languages, themes;
     for (int i = 1; i + 1 < args.size(); i += 2) {
         if (args[i] == "--fixtures")
@@ -359,6 +428,8 @@ int main(int argc, char** argv) {
             tray = args[i + 1];
         else if (args[i] == "--not-answering")
             notAnswering = args[i + 1];
+        else if (args[i] == "--twins")
+            twins = args[i + 1];
         else {
             std::fprintf(stderr, "orvella-ui-shots: unknown option %s\n", qPrintable(args[i]));
             return 2;
@@ -374,6 +445,7 @@ int main(int argc, char** argv) {
         return renderNotAnswering(fixtures, notAnswering);
     if (!fixtures.isEmpty() && !smallScreen.isEmpty())
         return renderSmallScreen(fixtures, smallScreen);
+    if (!fixtures.isEmpty() && !twins.isEmpty()) return renderTwins(fixtures, twins);
     if (!fixtures.isEmpty() && !preferences.isEmpty())
         return renderPreferences(fixtures, preferences,
                                  languages.isEmpty() ? QStringList{"en"} : languages);

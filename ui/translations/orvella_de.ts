@@ -347,6 +347,22 @@
         <translation>Keine Kamera angeschlossen</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>Umbenennen…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>Kamera umbenennen</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>Name für „%1“. Leer lassen, um wieder den eigenen Namen der Kamera zu zeigen.</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>Kameraname</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>Die Kamera antwortet nicht</translation>
     </message>

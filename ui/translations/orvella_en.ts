@@ -347,6 +347,22 @@
         <translation>No camera connected</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>Rename…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>Rename Camera</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>Name for “%1”. Leave it empty to go back to the camera's own name.</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>Camera name</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>The camera does not answer</translation>
     </message>

@@ -347,6 +347,22 @@
         <translation>No hay ninguna cámara conectada</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>Cambiar nombre…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>Cambiar nombre de la cámara</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>Nombre para «%1». Déjelo vacío para volver al nombre propio de la cámara.</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>Nombre de la cámara</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>La cámara no responde</translation>
     </message>

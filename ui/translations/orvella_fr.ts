@@ -347,6 +347,22 @@
         <translation>Aucune caméra branchée</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>Renommer…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>Renommer la caméra</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>Nom pour « %1 ». Laissez-le vide pour revenir au nom propre de la caméra.</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>Nom de la caméra</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>La caméra ne répond pas</translation>
     </message>

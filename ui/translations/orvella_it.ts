@@ -347,6 +347,22 @@
         <translation>Nessuna videocamera collegata</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>Rinomina…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>Rinomina videocamera</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>Nome per «%1». Lascialo vuoto per tornare al nome proprio della videocamera.</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>Nome della videocamera</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>La videocamera non risponde</translation>
     </message>

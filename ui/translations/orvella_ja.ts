@@ -347,6 +347,22 @@
         <translation>カメラが接続されていません</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>名前を変更…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>カメラの名前を変更</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>「%1」の名前。空にするとカメラ本来の名前に戻ります。</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>カメラ名</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>カメラが応答しません</translation>
     </message>

@@ -347,6 +347,22 @@
         <translation>Nenhuma câmera conectada</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>Renomear…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>Renomear câmera</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>Nome para “%1”. Deixe-o vazio para voltar ao nome próprio da câmera.</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>Nome da câmera</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>A câmera não responde</translation>
     </message>

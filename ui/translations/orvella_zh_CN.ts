@@ -347,6 +347,22 @@
         <translation>未连接相机</translation>
     </message>
     <message>
+        <source>RenameCamera</source>
+        <translation>重命名…</translation>
+    </message>
+    <message>
+        <source>RenameCameraTitle</source>
+        <translation>重命名相机</translation>
+    </message>
+    <message>
+        <source>RenameCameraInfo</source>
+        <translation>“%1”的名称。留空则恢复相机自身的名称。</translation>
+    </message>
+    <message>
+        <source>CameraName</source>
+        <translation>相机名称</translation>
+    </message>
+    <message>
         <source>CameraNotAnswering</source>
         <translation>摄像头没有响应</translation>
     </message>

@@ -104,6 +104,29 @@ TEST_F(SysfsCamera, EnumeratesWithIdentityLocationAndDescriptors) {
     ASSERT_EQ(GetStringDescriptor(camera->devCamera.get(), index, text, sizeof text, 0x0409),
               kIOReturnSuccess);
     EXPECT_STREQ(text, "C270 HD WEBCAM");
+    EXPECT_TRUE(camera->serialNumber().isEmpty());  // the C270 fixture has none
+}
+
+TEST_F(SysfsCamera, TheSerialNumberComesFromTheSysfsString) {
+    QByteArray json = testing::fixtureBytes("generic.json");
+    json.replace("\"productString\"", "\"serialNumber\": \"0042-A\", \"productString\"");
+    QString error;
+    const auto twin = virtualcam::VirtualCamera::fromJson(json, &error);
+    ASSERT_TRUE(twin) << error.toStdString();
+    EXPECT_EQ(twin->serialNumberStringIndex(), 3);
+    tree.addCamera(*twin, {.firstVideoNode = 2});
+    host = std::make_unique<LinuxUsbHost>(tree.rootString(), tree.devRoot(), &opener);
+    platform.usb = host.get();
+    const auto camera = testing::openCameraAt(platform, twin->locationID());
+    ASSERT_TRUE(camera->devCamera);
+    uint8_t index = 0;
+    ASSERT_EQ(camera->devCamera->usbGetSerialNumberStringIndex(index), kIOReturnSuccess);
+    EXPECT_EQ(index, 3);
+    char text[256];
+    log::ScopedCapture log;
+    ASSERT_EQ(GetStringDescriptor(camera->devCamera.get(), index, text, sizeof text, 0x0409),
+              kIOReturnSuccess);
+    EXPECT_STREQ(text, "0042-A");
 }
 
 TEST_F(SysfsCamera, ControlRequestsGoThroughTheCaptureNode) {
