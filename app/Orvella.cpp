@@ -124,6 +124,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
                     stopFollowingFormats(camera);
                     // Its following ends with the session, which the list closes.
                     guard_.forget(camera);
+                    answerPendingValues(camera);
                 }
             });
     connect(&cameras_, &QAbstractItemModel::rowsInserted, this,
@@ -143,6 +144,7 @@ Orvella::~Orvella() {
             camera->close();
             guard_.forget(camera);
         }
+    answerPendingValues(nullptr);
     if (power_) power_->setObserver(nullptr);
     endSheet();
 }

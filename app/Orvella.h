@@ -17,6 +17,7 @@
 #include <QObject>
 #include <QPointer>
 #include <functional>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -219,6 +220,15 @@ class Orvella final : public QObject,
     class FormatFollower;
     bool observingFormats_ = false;
     std::vector<std::unique_ptr<FormatFollower>> formatFollowers_;
+    // The bus's readings of control values still in a camera's session: answered (with none)
+    // when the camera goes before its session could read it, so no caller waits in vain.
+    struct PendingValues {
+        ValuesReply reply;
+        bool answered = false;
+        void answer(const std::optional<QVariantMap>& values);
+    };
+    std::multimap<const CameraSession*, std::shared_ptr<PendingValues>> pendingValues_;
+    void answerPendingValues(const CameraSession* camera);
 };
 
 }  // namespace orvella::app

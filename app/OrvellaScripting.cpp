@@ -62,14 +62,46 @@ void Orvella::controlValues(const QString& uniqueID, ValuesReply reply) {
         return;
     }
     const bool current = camera == qtCamera();
-    camera->ask([current, reply](QTCamera& device) -> CameraSession::Reply {
+    auto pending = std::make_shared<PendingValues>();
+    pending->reply = std::move(reply);
+    pendingValues_.emplace(camera, pending);
+    camera->ask([this, camera, current, pending](QTCamera& device) -> CameraSession::Reply {
         // Read from the camera: a camera whose backend cannot tell of changes may hold other
         // values than the record.
         device.readCurrentValues();
         std::optional<QVariantMap> values =
             settings::readRecord(device, settings::kAllSettings, current);
-        return [reply, values = std::move(values)] { reply(values); };
+        return [this, camera, pending, values = std::move(values)] {
+            pending->answer(values);
+            const auto [first, last] = pendingValues_.equal_range(camera);
+            for (auto it = first; it != last; ++it)
+                if (it->second == pending) {
+                    pendingValues_.erase(it);
+                    break;
+                }
+        };
     });
+}
+
+void Orvella::PendingValues::answer(const std::optional<QVariantMap>& values) {
+    if (answered) return;
+    answered = true;
+    if (reply) reply(values);
+}
+
+void Orvella::answerPendingValues(const CameraSession* camera) {
+    // Taken out first: an answer may call back into the controller.
+    std::vector<std::shared_ptr<PendingValues>> waiting;
+    for (auto it = pendingValues_.begin(); it != pendingValues_.end();) {
+        if (camera && it->first != camera) {
+            ++it;
+            continue;
+        }
+        waiting.push_back(it->second);
+        it = pendingValues_.erase(it);
+    }
+    for (const auto& pending : waiting)
+        pending->answer(std::nullopt);
 }
 
 }  // namespace orvella::app

@@ -45,6 +45,22 @@ TEST_F(Following, AForeignChangeShowsAtOnceWithoutARequestAndLeavesTheLastStateA
     EXPECT_EQ(values->value(QStringLiteral("Brightness")).toLongLong(), 9);
 }
 
+// The bus reads a camera's values in its session; a camera unplugged meanwhile is answered for
+// at once, so the caller does not wait for the bus's time-out.
+TEST_F(Following, ABusReadingOfACameraThatGoesIsAnsweredWithNone) {
+    auto camera = plug(fixture("generic.json"));
+    start();
+    camera->setSlowness(std::chrono::milliseconds(200));
+    std::optional<std::optional<QVariantMap>> got;
+    orvella->controlValues(orvella->qtCamera()->camera().uniqueID(),
+                           [&got](const std::optional<QVariantMap>& values) { got = values; });
+    QTest::qWait(50);  // the reading is under way
+    EXPECT_FALSE(got);
+    platform.removeCamera(platform.capture().devices().front());
+    ASSERT_TRUE(got);
+    EXPECT_FALSE(*got);
+}
+
 TEST_F(Following, TheGuardRestoresOnceAfterSettlingIgnoresProbesAndOwnWritesAndStopsAtItsLimit) {
     storeGuard(true, 100);
     auto camera = plug(fixture("generic.json"));
