@@ -50,6 +50,8 @@ struct Program : ::testing::Test {
         auto process = std::make_unique<QProcess>();
         QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
         env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        // Preferences of the test's own, not the user's (nor another test's running alongside).
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), dir.filePath(QStringLiteral("config")));
         env.insert(QStringLiteral("DBUS_SESSION_BUS_ADDRESS"), session.address());
         env.insert(QStringLiteral("DBUS_SYSTEM_BUS_ADDRESS"),
                    systemBus.isEmpty() ? system.address() : systemBus);
