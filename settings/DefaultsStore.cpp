@@ -8,6 +8,7 @@
 #include <QMetaObject>
 #include <QObject>
 #include <QSaveFile>
+#include <QStorageInfo>
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -23,6 +24,9 @@
 namespace orvella::settings {
 
 namespace {
+
+// Less free room than this on the preferences' disk and a lock file cannot be made.
+constexpr qint64 kLockRoom = 4096;
 
 // Each holder keeps the lock for one read and one write of a small file; a process that waited
 // this long has met a lock that nobody releases.
@@ -137,6 +141,11 @@ QString lockProblem(const QLockFile& lock, const QString& lockPath) {
                 return QStringLiteral(
                            "the lock file %1 belongs to another user; remove it so that the "
                            "preferences can be written")
+                    .arg(lockPath);
+            // A lock file that cannot even be made on a full disk is no stale lock.
+            const QStorageInfo disk(info.absolutePath());
+            if (!info.exists() && disk.isValid() && disk.bytesAvailable() < kLockRoom)
+                return QStringLiteral("cannot create the lock file %1: no space left on the disk")
                     .arg(lockPath);
             return QStringLiteral(
                        "cannot take the lock file %1; if no Orvella or orvellactl "
