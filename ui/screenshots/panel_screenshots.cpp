@@ -190,20 +190,29 @@ int renderIcons(const QString& dir) {
     return 0;
 }
 
+// A camera built from a definition file on `rig`, as the application builds it (built-in
+// cameras through their media-device object); null, said on standard error, when it cannot be.
+std::unique_ptr<QTCamera> cameraFrom(virtualcam::VirtualPlatform& rig,
+                                     platform::RecordingClock& clock, const QString& path) {
+    QString error;
+    auto capture = rig.addDefinitionFile(path, &error);
+    if (!capture) {
+        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
+        return nullptr;
+    }
+    const platform::MediaObjectID media = rig.mediaDeviceFor(*capture);
+    return media ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
+                 : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+}
+
 // The Preferences tab with the settings guard on, for a camera with every control, one PNG per
 // language; prints each path with the panel's width (a text that widens the panel shows there).
 int renderPreferences(const QString& fixtures, const QString& out, const QStringList& languages) {
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QDir().mkpath(out);
     virtualcam::VirtualPlatform rig;
-    QString error;
-    auto capture = rig.addDefinitionFile(fixtures + QStringLiteral("/full-pu.json"), &error);
-    if (!capture) {
-        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
-        return 1;
-    }
     platform::RecordingClock clock;
-    auto camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+    auto camera = cameraFrom(rig, clock, fixtures + QStringLiteral("/full-pu.json"));
     if (!camera) return 1;
     ShotSession live(std::move(camera));
     for (const QString& language : languages) {
@@ -228,16 +237,10 @@ int renderNotAnswering(const QString& fixtures, const QString& out) {
     QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
     QDir().mkpath(out);
     virtualcam::VirtualPlatform rig;
-    QString error;
-    auto capture = rig.addDefinitionFile(fixtures + QStringLiteral("/full-pu.json"), &error);
-    if (!capture) {
-        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
-        return 1;
-    }
     platform::RecordingClock clock;
-    auto camera = QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
+    auto camera = cameraFrom(rig, clock, fixtures + QStringLiteral("/full-pu.json"));
     if (!camera) return 1;
-    std::shared_ptr<virtualcam::VirtualCamera> device = capture->camera();
+    const std::shared_ptr<virtualcam::VirtualCamera> device = rig.usb().cameras().back();
     ShotSession live(std::move(camera));
     ui::installTranslation(QStringLiteral("en"));
     ui::ControlPanel panel;
@@ -322,19 +325,6 @@ int shownRows(ui::ControlPanel& panel) {
     for (const auto& row : panel.rows())
         if (row && row->isVisible()) ++count;
     return count;
-}
-
-std::unique_ptr<QTCamera> cameraFrom(virtualcam::VirtualPlatform& rig,
-                                     platform::RecordingClock& clock, const QString& path) {
-    QString error;
-    auto capture = rig.addDefinitionFile(path, &error);
-    if (!capture) {
-        std::fprintf(stderr, "orvella-ui-shots: %s\n", qPrintable(error));
-        return nullptr;
-    }
-    const platform::MediaObjectID media = rig.mediaDeviceFor(*capture);
-    return media ? QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture, media)
-                 : QTCamera::initWithQTCaptureDevice(rig.platform(&clock), capture);
 }
 
 // The panel on a small screen: for every fixture camera and language the smallest height the
