@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "platform/AudioCapture.h"
+#include "platform/CameraUsers.h"
 #include "platform/CaptureStream.h"
 #include "platform/ControlEvents.h"
 
@@ -39,6 +40,13 @@ class CaptureDevice {
     virtual std::vector<CaptureFormatDescription> formatDescriptions() const = 0;
     // A new stream on this device (not yet opened); null when the device cannot stream.
     virtual std::unique_ptr<CaptureStream> createStream() { return nullptr; }
+    // A stream that shares the camera with every other program (a PipeWire node that serves this
+    // device); null when no such service serves it, and then createStream() is the exclusive way.
+    virtual std::unique_ptr<CaptureStream> createSharedStream() { return nullptr; }
+    // The programs other than this one that use the device now (see CameraUsers.h); empty when
+    // nobody does or the backend cannot tell. May take a few milliseconds: not on the interface
+    // thread.
+    virtual std::vector<CameraUser> captureUsers() const { return {}; }
     // A device with the sound media type: a new source of its samples (not yet opened).
     virtual std::unique_ptr<AudioCaptureSource> createAudioSource() { return nullptr; }
     // A camera: its own microphone, a device with the sound media type; null when it has none.
