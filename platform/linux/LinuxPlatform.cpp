@@ -1,6 +1,7 @@
 #include "platform/linux/LinuxPlatform.h"
 
 #include "platform/linux/UdevMonitor.h"
+#include "platform/pipewire/PipeWireClients.h"
 
 namespace orvella::linuxplatform {
 
@@ -15,6 +16,10 @@ platform::Platform LinuxPlatform::platform(platform::Clock* clock) {
     services.usb = &usb_;
     services.clock = clock;
     return services;
+}
+
+platform::PipeWireClientFinder LinuxPlatform::pipeWireClientFinder() {
+    return pipewire::makePipeWireClientFinder();
 }
 
 bool LinuxPlatform::startHotplug() {

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "platform/CameraUsers.h"
 #include "platform/Platform.h"
 #include "platform/libusb/LibusbHost.h"
 #include "platform/linux/LinuxUsbHost.h"
@@ -24,6 +25,9 @@ class LinuxPlatform {
     platform::Platform platform(platform::Clock* clock = nullptr);
     // Starts listening for cameras that come and go (needs a running Qt event loop).
     bool startHotplug();
+
+    // The PipeWire clients streaming from a camera (platform/pipewire/PipeWireClients.h).
+    static platform::PipeWireClientFinder pipeWireClientFinder();
 
     LinuxUsbHost& usb() { return usb_; }
     V4l2CaptureDeviceSystem& capture() { return capture_; }

@@ -15,6 +15,7 @@
 #include "platform/linux/Sysfs.h"
 #include "platform/linux/UsbDescriptors.h"
 #include "platform/linux/V4l2CaptureStream.h"
+#include "platform/pipewire/PipeWireCaptureStream.h"
 
 namespace orvella::linuxplatform {
 
@@ -154,6 +155,10 @@ std::unique_ptr<platform::CaptureStream> V4l2CaptureDevice::createStream() {
     // A stream that starts may have set another format: the watch reads it again.
     stream->setStartedHook([relay = relay_] { relay->streamStarted(relay); });
     return stream;
+}
+
+std::unique_ptr<platform::CaptureStream> V4l2CaptureDevice::createSharedStream() {
+    return pipewire::makeSharedStream(devicePath_);
 }
 
 bool V4l2CaptureDevice::setFormatObserver(platform::CaptureFormatObserver* observer) {

@@ -30,6 +30,10 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     std::vector<platform::CaptureFormatDescription> formatDescriptions() const override;
     // Memory-mapped streaming from the node (platform/linux/V4l2CaptureStream.h).
     std::unique_ptr<platform::CaptureStream> createStream() override;
+    // A stream from the PipeWire node that serves this node (platform/pipewire), shared with
+    // every other PipeWire client; null without a daemon, without such a node, or with
+    // ORVELLA_NO_PIPEWIRE set. One connection and registry round trip (at most about 1 s).
+    std::unique_ptr<platform::CaptureStream> createSharedStream() override;
     // Other programs' opens of the node, from inotify; this process's own opens (every one goes
     // through PosixVideoIoOpener) are not counted.
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
