@@ -140,9 +140,10 @@ if [ ! -f "$GUEST/CMakeCache.txt" ]; then
     cmake -S "$SOURCE" -B "$GUEST" -G Ninja -DCMAKE_BUILD_TYPE=Release >"$WORK/guest-build.log" 2>&1 ||
         { cat "$WORK/guest-build.log"; die "cannot configure the guest build in $GUEST"; }
 fi
-cmake --build "$GUEST" --target orvellactl orvella orvella-usbip-camera uvcreq >>"$WORK/guest-build.log" 2>&1 ||
+cmake --build "$GUEST" --target orvellactl orvella orvella-usbip-camera uvcreq orvella_pipewire_test_client >>"$WORK/guest-build.log" 2>&1 ||
     { tail -n 40 "$WORK/guest-build.log"; die "cannot build the guest programs"; }
-PROGRAMS=("$GUEST/tools/orvellactl" "$GUEST/app/orvella" "$GUEST/tools/usbip-camera/orvella-usbip-camera" "$GUEST/tests/kernel/uvcreq")
+PROGRAMS=("$GUEST/tools/orvellactl" "$GUEST/app/orvella" "$GUEST/tools/usbip-camera/orvella-usbip-camera" "$GUEST/tests/kernel/uvcreq"
+          "$GUEST/tests/pipewire/orvella_pipewire_test_client")
 [ -n "$UDEVDIR" ] && PROGRAMS+=("$UDEVDIR/bin/udevadm")
 # A session bus for the test that calls the application's bus object while its camera is silent:
 # the machine's own dbus-daemon and dbus-send (./run installs them). Optional: without them that
@@ -150,6 +151,27 @@ PROGRAMS=("$GUEST/tools/orvellactl" "$GUEST/app/orvella" "$GUEST/tools/usbip-cam
 for tool in dbus-daemon dbus-send; do
     path=$(command -v $tool) && PROGRAMS+=("$path")
 done
+
+# PipeWire with its V4L2 plug-in, for the test of the shared stream on the real uvcvideo: the
+# machine's daemon (./run test installs it), the modules a client and that daemon load, the
+# support and V4L2 plug-ins, and the client configuration, at the paths the library was built
+# with. Optional: without them that one test says so and fails.
+PIPEWIRE_DAEMON=$(command -v pipewire || true)
+PIPEWIRE_MODULES=$(pkg-config --variable=moduledir libpipewire-0.3 2>/dev/null || true)
+PIPEWIRE_PLUGINS=$(pkg-config --variable=plugindir libspa-0.2 2>/dev/null || true)
+PIPEWIRE_FILES=()
+if [ -n "$PIPEWIRE_DAEMON" ] && [ -d "$PIPEWIRE_MODULES" ] && [ -d "$PIPEWIRE_PLUGINS" ] &&
+   [ -f /usr/share/pipewire/client.conf ]; then
+    PROGRAMS+=("$PIPEWIRE_DAEMON")
+    for m in protocol-native client-node client-device adapter metadata session-manager access \
+             link-factory spa-node-factory; do
+        PIPEWIRE_FILES+=("$PIPEWIRE_MODULES/libpipewire-module-$m.so")
+    done
+    # The adapter around a video node loads the video converter even when it converts nothing.
+    PIPEWIRE_FILES+=("$PIPEWIRE_PLUGINS/support/libspa-support.so" "$PIPEWIRE_PLUGINS/support/libspa-dbus.so"
+                    "$PIPEWIRE_PLUGINS/v4l2/libspa-v4l2.so"
+                    "$PIPEWIRE_PLUGINS/videoconvert/libspa-videoconvert.so")
+fi
 
 # ---- The initramfs ----
 ROOT=$WORK/rootfs
@@ -181,6 +203,16 @@ if [ -f "$OFFSCREEN" ]; then
     mkdir -p "$ROOT$(dirname "$OFFSCREEN")"
     cp -L "$OFFSCREEN" "$ROOT$OFFSCREEN"
     libraries_of "$OFFSCREEN"
+fi
+for file in "${PIPEWIRE_FILES[@]}"; do
+    mkdir -p "$ROOT$(dirname "$file")"
+    cp -L "$file" "$ROOT$file"
+    libraries_of "$file"
+done
+if [ ${#PIPEWIRE_FILES[@]} -gt 0 ]; then
+    mkdir -p "$ROOT/usr/share/pipewire"
+    cp /usr/share/pipewire/client.conf "$ROOT/usr/share/pipewire/"
+    cp "$SOURCE/tests/kernel/pipewire-guest.conf" "$ROOT/orvella/pipewire.conf"
 fi
 cp "$SOURCE"/tests/fixtures/cameras/*.json "$SOURCE"/tests/kernel/cameras/*.json "$ROOT/orvella/cameras/"
 cp "$SOURCE"/tests/kernel/guest/*.sh "$ROOT/orvella/tests/"

@@ -265,6 +265,8 @@ TEST_F(PipeWireDaemon, NodeThatGoesAwayOrDaemonKilledMidStreamFailsTheStreamOnce
     provider.kill(SIGKILL);
     ASSERT_TRUE(onVanishing.waitForFailure());
     EXPECT_EQ(onVanishing.failures()[0].first, kIOReturnNoDevice);
+    EXPECT_TRUE(onVanishing.failures()[0].second.contains("went away"))
+        << qPrintable(onVanishing.failures()[0].second);
     EXPECT_TRUE(collector.failures().empty()) << "video7's stream goes on";
 
     daemon_.kill(SIGKILL);
@@ -272,6 +274,8 @@ TEST_F(PipeWireDaemon, NodeThatGoesAwayOrDaemonKilledMidStreamFailsTheStreamOnce
     std::this_thread::sleep_for(200ms);
     ASSERT_EQ(collector.failures().size(), 1u);
     EXPECT_EQ(collector.failures()[0].first, kIOReturnNoDevice);
+    EXPECT_TRUE(collector.failures()[0].second.contains("daemon"))
+        << qPrintable(collector.failures()[0].second);
     EXPECT_EQ(onVanishing.failures().size(), 1u);
     const size_t frames = collector.frames().size();
     stream->stop();

@@ -3,7 +3,10 @@
 //                          first frame arrived)
 //   --provide DEVICE       provides a video test source node for DEVICE ("provided" once the
 //                          daemon has it); the node goes with the program
-// It then waits to be killed.
+// and then waits to be killed, or
+//   --users DEVICE         prints the PipeWire clients streaming from DEVICE's node, one
+//                          "PID PROGRAM" line each, and ends.
+// The kernel suite runs it in the guest too.
 #include <pipewire/pipewire.h>
 #include <unistd.h>
 
@@ -13,6 +16,7 @@
 #include <string>
 
 #include "platform/pipewire/PipeWireCaptureStream.h"
+#include "platform/pipewire/PipeWireClients.h"
 #include "platform/pipewire/PipeWireConnection.h"
 
 using namespace orvella;
@@ -74,11 +78,19 @@ int provide(const char* device) {
         pause();
 }
 
+int users(const char* device) {
+    for (const auto& user : pipewire::makePipeWireClientFinder()(QString::fromLocal8Bit(device)))
+        std::printf("%lld %s\n", static_cast<long long>(user.pid), qPrintable(user.program));
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc == 4 && std::strcmp(argv[1], "--stream") == 0) return stream(argv[2], argv[3]);
     if (argc == 3 && std::strcmp(argv[1], "--provide") == 0) return provide(argv[2]);
-    std::fprintf(stderr, "usage: %s --stream DEVICE NAME | --provide DEVICE\n", argv[0]);
+    if (argc == 3 && std::strcmp(argv[1], "--users") == 0) return users(argv[2]);
+    std::fprintf(stderr, "usage: %s --stream DEVICE NAME | --provide DEVICE | --users DEVICE\n",
+                 argv[0]);
     return 2;
 }
