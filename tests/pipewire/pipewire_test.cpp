@@ -13,9 +13,12 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <pipewire/pipewire.h>
+
 #include <QTemporaryDir>
 #include <chrono>
 #include <condition_variable>
+#include <map>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -175,6 +178,57 @@ std::vector<platform::CameraUser> everyUserOf(const std::string& device) {
     const auto objects = connection->objects(true);
     if (!objects) return {};
     return pipewire::clientsLinkedTo(*objects, pipewire::findVideoSourceNode(*objects, device), 0);
+}
+
+// The registry as the finder reads it: a camera node, the nodes linked from it and their clients.
+TEST(PipeWireClients, EachClientLinkedFromTheCameraOnceThisProgramLeftOutOtherUsersMarked) {
+    using Props = std::map<std::string, std::string>;
+    auto object = [](uint32_t id, const char* type, Props props) {
+        return pipewire::RegistryObject{id, type, std::move(props)};
+    };
+    const std::string me = std::to_string(getpid());
+    const std::string otherUid = std::to_string(getuid() + 1);
+    const std::vector<pipewire::RegistryObject> objects = {
+        object(40, PW_TYPE_INTERFACE_Node,
+               {{"media.class", "Video/Source"}, {"api.v4l2.path", "/dev/video3"}}),
+        object(41, PW_TYPE_INTERFACE_Node, {{"media.class", "Video/Source"}}),
+        // A browser with two streams from the camera, and a link from another camera.
+        object(50, PW_TYPE_INTERFACE_Client,
+               {{"application.name", "Browser"},
+                {"application.process.id", "999999"},
+                {"pipewire.access.portal.app_id", "org.example.Browser"}}),
+        object(51, PW_TYPE_INTERFACE_Node, {{"client.id", "50"}}),
+        object(52, PW_TYPE_INTERFACE_Node, {{"client.id", "50"}}),
+        object(60, PW_TYPE_INTERFACE_Link, {{"link.output.node", "40"}, {"link.input.node", "51"}}),
+        object(61, PW_TYPE_INTERFACE_Link, {{"link.output.node", "40"}, {"link.input.node", "52"}}),
+        object(62, PW_TYPE_INTERFACE_Link, {{"link.output.node", "41"}, {"link.input.node", "71"}}),
+        // A program of another user (no /proc entry to read: the socket's uid tells).
+        object(70, PW_TYPE_INTERFACE_Client,
+               {{"application.name", "Recorder"}, {"pipewire.sec.uid", otherUid}}),
+        object(71, PW_TYPE_INTERFACE_Node, {{"client.id", "70"}}),
+        object(63, PW_TYPE_INTERFACE_Link, {{"link.output.node", "40"}, {"link.input.node", "71"}}),
+        // This program's own preview, and a link to a node that is gone.
+        object(80, PW_TYPE_INTERFACE_Client,
+               {{"application.name", "Orvella"}, {"pipewire.sec.pid", me}}),
+        object(81, PW_TYPE_INTERFACE_Node, {{"client.id", "80"}}),
+        object(64, PW_TYPE_INTERFACE_Link, {{"link.output.node", "40"}, {"link.input.node", "81"}}),
+        object(65, PW_TYPE_INTERFACE_Link, {{"link.output.node", "40"}, {"link.input.node", "99"}}),
+    };
+    EXPECT_EQ(pipewire::findVideoSourceNode(objects, "/dev/video3"), 40u);
+    EXPECT_EQ(pipewire::findVideoSourceNode(objects, "/dev/video4"), 0u);
+
+    const auto users = pipewire::clientsLinkedTo(objects, 40, getpid());
+    ASSERT_EQ(users.size(), 2u);
+    EXPECT_EQ(users[0].program, "Browser");
+    EXPECT_EQ(users[0].pid, 999999);
+    EXPECT_EQ(users[0].applicationId, "org.example.Browser");
+    EXPECT_TRUE(users[0].viaPipeWire);
+    EXPECT_FALSE(users[0].otherUser);
+    EXPECT_EQ(users[1].program, "Recorder");
+    EXPECT_EQ(users[1].pid, 0);
+    EXPECT_TRUE(users[1].otherUser);
+    EXPECT_EQ(pipewire::clientsLinkedTo(objects, 40, 0).size(), 3u) << "with this program";
+    EXPECT_EQ(pipewire::clientsLinkedTo(objects, 41, 0).size(), 1u);
 }
 
 TEST_F(PipeWireDaemon, SharedStreamTakesFramesFromItsNodeInTheAskedFormatAndSwitchesWhileRunning) {
