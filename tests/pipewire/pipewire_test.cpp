@@ -344,6 +344,18 @@ TEST_F(PipeWireDaemon, NodeThatGoesAwayOrDaemonKilledMidStreamFailsTheStreamOnce
     EXPECT_LT(std::chrono::steady_clock::now() - started, 500ms);
 }
 
+// A daemon that does not answer (stopped) costs one bounded round trip, not a hang.
+TEST_F(PipeWireDaemon, DaemonThatDoesNotAnswerIsGivenUpAfterTheRoundTripTimeOut) {
+    kill(daemon_.pid, SIGSTOP);
+    const auto started = std::chrono::steady_clock::now();
+    EXPECT_EQ(pipewire::makeSharedStream("/dev/video7"), nullptr);
+    const auto waited = std::chrono::steady_clock::now() - started;
+    EXPECT_GE(waited,
+              std::chrono::milliseconds(pipewire::PipeWireConnection::kRoundTripMilliseconds));
+    EXPECT_LT(waited, 3s);
+    daemon_.kill(SIGKILL);
+}
+
 // The Linux capture device hands out the shared stream of its node, and none when PipeWire is
 // turned off (ORVELLA_NO_PIPEWIRE) or no node serves it; the device node itself is never opened.
 TEST_F(PipeWireDaemon, CaptureDeviceSharesThroughPipeWireUnlessTurnedOff) {
