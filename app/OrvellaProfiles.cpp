@@ -297,6 +297,10 @@ void Orvella::followCameraRow() {
     panel_->showCameraSelection(cameras_.popUpRowForRow(cameras_.currentRow()),
                                 cameras_.size() > 0);
     if (noCamera_) noCamera_->setVisible(cameras_.size() == 0);
+    if (usersPart_) {
+        usersPart_->refresh();    // the line of the camera shown
+        usersPart_->showRules();  // with its profiles
+    }
 }
 
 // ---- Preferences tab ----
