@@ -250,6 +250,7 @@ void Orvella::wirePanel() {
             &Orvella::selectReconfigureWebcam);
     connect(panel_.get(), &ui::ControlPanel::clickGuardSettings, this,
             &Orvella::clickGuardSettings);
+    connect(panel_.get(), &ui::ControlPanel::clickLockTheLook, this, &Orvella::lockTheLook);
     connect(panel_.get(), &ui::ControlPanel::selectGuardSettleTime, this,
             &Orvella::selectGuardSettleTime);
     connect(panel_.get(), &ui::ControlPanel::clickReadIntervalInfo, this,

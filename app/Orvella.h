@@ -123,6 +123,9 @@ class Orvella final : public QObject,
     void selectUpdateSlider(int tag);
     void selectReconfigureWebcam(int tag);
     void clickGuardSettings(bool on);
+    // Lock the look of the current camera (settings/LockTheLook.h) in its session; the result
+    // becomes the last state, and the panel says what did not stick.
+    void lockTheLook();
     void selectGuardSettleTime(int milliseconds);
     void clickReadIntervalInfo();
     void clickWriteIntervalInfo();

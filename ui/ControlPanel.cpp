@@ -118,6 +118,7 @@ void ControlPanel::wireActions() {
             &ControlPanel::clickWriteIntervalInfo);
     connect(page, &PreferencesPage::clickGuardSettings, this, &ControlPanel::clickGuardSettings);
     connect(page, &PreferencesPage::setProgramRule, this, &ControlPanel::setProgramRule);
+    connect(ui_->mBtnLockTheLook, &QPushButton::clicked, this, &ControlPanel::clickLockTheLook);
     connect(ui_->mBtnDismissChromiumNote, &QPushButton::clicked, this, [this] {
         ui_->mVwChromiumNote->hide();
         emit dismissChromiumNote();
@@ -138,6 +139,7 @@ void ControlPanel::localize() {
     ui.mTxtFPSLabel->setText(localized("FPS"));
     ui.mTxtNotAnswering->setText(localized("CameraNotAnswering"));
     ui.mBtnDismissChromiumNote->setText(localized("DismissNote"));
+    ui.mBtnLockTheLook->setText(localized("LockTheLook"));
     ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
     ui.mBtnRenameCamera->setText(localized("RenameCamera"));
     controls_->localize();

@@ -186,6 +186,8 @@ class ControlPanel : public QObject {
     void clickReadIntervalInfo();
     void clickWriteIntervalInfo();
     void clickGuardSettings(bool on);
+    // "Lock the Look": the current camera's automatic modes to be fixed where they are.
+    void clickLockTheLook();
     // A rule chosen for a program (PreferencesPage::setProgramRule).
     void setProgramRule(const QString& program, int kind, const QString& profile);
     // The Chromium note's "Don't Show Again" (the note is hidden already).

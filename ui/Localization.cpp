@@ -122,7 +122,8 @@ const QStringList& localizationKeys() {
             // Who changed the camera (ui/WhoChanged.h).
             "AnotherProgram", "AnotherUsersProgram", "SecondsAgo", "MinutesAgo",
             "WhoChangedControls", "WhoChangedOneControl", "WhoOpenedCamera", "WhoGotProfile",
-            "WhoLetGo", "ChromiumPipeWireNote", "DismissNote"} +
+            "WhoLetGo", "ChromiumPipeWireNote", "DismissNote", "LookLocked", "LookNotStuck",
+            "NothingToLock"} +
         controlRowTitles();
     return keys;
 }

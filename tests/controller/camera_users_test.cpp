@@ -188,3 +188,47 @@ TEST_F(CameraUsers, TheDefaultRuleIsForEveryOtherProgramAndRulesRestWithTheGuard
 
 }  // namespace
 }  // namespace orvella::app
+
+namespace orvella::app {
+namespace {
+
+using namespace rig;
+
+// Lock the look on a camera in aperture priority with auto white balance switched on: the modes
+// go manual, the values they found are written after the switch, and the result is the last state.
+TEST_F(Following, LockTheLookKeepsWhatTheAutomaticModesFoundAsTheLastState) {
+    constexpr uint8_t kWhiteBalanceTemperatureSelector = 0x0A;
+    auto camera = plug(fixture("generic.json"));
+    start();
+    setByOther(*camera, kPU, kWhiteBalanceAutoSelector, 1);
+    // What the modes found.
+    camera->setCurrentValue(kCT, kExposureTimeSelector, 333);
+    camera->setCurrentValue(kPU, kWhiteBalanceTemperatureSelector, 5000);
+    settle();
+    camera->clearRequests();
+
+    orvella->lockTheLook();
+    settle();
+    using testing::valuesWritten;
+    EXPECT_EQ(valuesWritten(*camera, kCT, kAutoExposureModeSelector), std::vector<int64_t>{1});
+    EXPECT_EQ(valuesWritten(*camera, kCT, kExposureTimeSelector), std::vector<int64_t>{333});
+    EXPECT_EQ(valuesWritten(*camera, kPU, kWhiteBalanceAutoSelector), std::vector<int64_t>{0});
+    EXPECT_EQ(valuesWritten(*camera, kPU, kWhiteBalanceTemperatureSelector),
+              std::vector<int64_t>{5000});
+    EXPECT_EQ(lastState("AutoExposureMode"), 1);
+    EXPECT_EQ(lastState("ExposureTimeAbsolute"), 333);
+    EXPECT_EQ(lastState("WhiteBalanceTemperatureAuto"), 0);
+    EXPECT_EQ(lastState("WhiteBalanceTemperature"), 5000);
+    EXPECT_TRUE(enabled(SettingsID::kExposureTimeAbsolute));
+    EXPECT_EQ(orvella->panel().whoChangedText(), "Look locked: the automatic modes are manual now");
+
+    // Locked already: nothing is sent.
+    camera->clearRequests();
+    orvella->lockTheLook();
+    settle();
+    EXPECT_EQ(allSetCurCount(*camera), 0);
+    EXPECT_EQ(orvella->panel().whoChangedText(), "Nothing to lock: no automatic mode is on");
+}
+
+}  // namespace
+}  // namespace orvella::app

@@ -86,11 +86,15 @@ TEST_F(Localization, EveryKeyUsedHasATextInEveryLanguage) {
         const QStringList controlFormatKeys = {"Display_Value_Of", "Decrease_Control",
                                                "Increase_Control", "Auto_Control"};
         // The lines about other programs take several arguments, each exactly once.
-        const QMap<QString, int> multiFormats = {
-            {"SecondsAgo", 1},         {"MinutesAgo", 1},
-            {"WhoChangedControls", 3}, {"WhoChangedOneControl", 2},
-            {"WhoOpenedCamera", 2},    {"WhoGotProfile", 3},
-            {"WhoLetGo", 2},           {"ChromiumPipeWireNote", 1}};
+        const QMap<QString, int> multiFormats = {{"SecondsAgo", 1},
+                                                 {"MinutesAgo", 1},
+                                                 {"WhoChangedControls", 3},
+                                                 {"WhoChangedOneControl", 2},
+                                                 {"WhoOpenedCamera", 2},
+                                                 {"WhoGotProfile", 3},
+                                                 {"WhoLetGo", 2},
+                                                 {"LookNotStuck", 1},
+                                                 {"ChromiumPipeWireNote", 1}};
         for (const QString& key : keys) {
             const QString text = table.translate("Localizable", key.toUtf8().constData());
             if (multiFormats.contains(key)) {

@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>Kamera in Ruhe lassen</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Bild festhalten</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Bild festgehalten: die Automatiken sind jetzt manuell</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Bild festgehalten, aber dies hat nicht gehalten: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nichts festzuhalten: keine Automatik ist an</translation>
+    </message>
 </context>
 </TS>

@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>Leave the camera alone</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Lock the Look</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Look locked: the automatic modes are manual now</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Look locked, but these did not stick: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nothing to lock: no automatic mode is on</translation>
+    </message>
 </context>
 </TS>

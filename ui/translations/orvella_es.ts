@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>No tocar la cámara</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Fijar la imagen</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Imagen fijada: los modos automáticos ahora son manuales</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Imagen fijada, pero esto no se mantuvo: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nada que fijar: ningún modo automático está activo</translation>
+    </message>
 </context>
 </TS>

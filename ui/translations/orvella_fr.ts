@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>Ne pas toucher à la caméra</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Figer l'image</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Image figée : les modes automatiques sont désormais manuels</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Image figée, mais ceci n'a pas tenu : %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Rien à figer : aucun mode automatique n'est actif</translation>
+    </message>
 </context>
 </TS>

@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>Non toccare la videocamera</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Blocca l'immagine</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Immagine bloccata: le modalità automatiche ora sono manuali</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Immagine bloccata, ma questo non è stato mantenuto: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Niente da bloccare: nessuna modalità automatica è attiva</translation>
+    </message>
 </context>
 </TS>

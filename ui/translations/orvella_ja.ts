@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>カメラに触れない</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>見た目を固定</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>見た目を固定しました: 自動モードは手動になりました</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>見た目を固定しましたが、次は保持されませんでした: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>固定するものはありません: 自動モードはオフです</translation>
+    </message>
 </context>
 </TS>

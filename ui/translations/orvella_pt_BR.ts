@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>Não mexer na câmera</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Fixar a imagem</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Imagem fixada: os modos automáticos agora são manuais</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Imagem fixada, mas isto não se manteve: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nada a fixar: nenhum modo automático está ativo</translation>
+    </message>
 </context>
 </TS>

@@ -482,5 +482,21 @@
         <source>RuleLeaveAlone</source>
         <translation>不干预摄像头</translation>
     </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>锁定画面</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>画面已锁定：自动模式现为手动</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>画面已锁定，但以下未生效：%1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>无需锁定：没有开启自动模式</translation>
+    </message>
 </context>
 </TS>
