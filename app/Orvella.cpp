@@ -93,7 +93,8 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
       profileList_(profiles_),
       options_(std::move(options)),
       timer_(options_.timing),
-      guard_([this](CameraSession& camera) { restoreLastState(camera); },
+      guard_([this](CameraSession& camera,
+                    const QString& profile) { restoreLastState(camera, profile); },
              [this] {
                  SettingsGuard::Options guard = options_.guard;
                  guard.wakeDelayMs = options_.timing.wakeDelayMs;
@@ -108,6 +109,39 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
     preferencesPart_ =
         std::make_unique<PreferencesPart>(preferences_, defaults_, *panel_, *tray_, timer_, guard_);
     cameras_.setUserNames(settings::userCameraNames(defaults_));
+    // Who took a camera, and what each program's rule says (read where the preferences hold it).
+    usersPart_ = std::make_unique<CameraUsersPart>(
+        *panel_, tray_->statusBar(), defaults_, [this] { return qtCamera(); },
+        [this] { return guard_.currentTime(); });
+    connect(&guard_, &SettingsGuard::acted, usersPart_.get(), &CameraUsersPart::acted);
+    usersPart_->setProfileNames([this] {
+        QStringList names;
+        if (CameraSession* camera = qtCamera())
+            for (const settings::SettingsRecord& record :
+                 profiles_.profiles(camera->camera().modelUniqueID()))
+                names.append(record.value(settings::keys::kSettingsName).toString());
+        return names;
+    });
+    connect(&profiles_, &settings::ProfileStore::profilesChanged, usersPart_.get(),
+            &CameraUsersPart::showRules);
+    guard_.setRules([this](CameraSession& camera, const platform::CameraUser* user) {
+        ProgramRule rule =
+            ProgramRules::read(defaults_.dictionaryForKey(settings::keys::kProgramRules),
+                               defaults_.stringForKey(settings::keys::kDefaultProgramRule))
+                .ruleFor(user);
+        // A profile the model does not have (deleted since): my settings are kept.
+        const QString model = camera.camera().modelUniqueID();
+        if (rule.kind == ProgramRule::Kind::ApplyProfile &&
+            profiles_.listIndexOf(model, rule.profile) < settings::kFirstProfileIndex) {
+            NSLog(
+                "Settings guard: %s has no profile \"%s\" (the rule of %s names it); keeping "
+                "my settings",
+                qUtf8Printable(camera.camera().displayName()), qUtf8Printable(rule.profile),
+                qUtf8Printable(logName(user)));
+            rule = ProgramRule{};
+        }
+        return rule;
+    });
     wirePanel();
     wireMenu();
     buildNoCameraBanner();
@@ -124,6 +158,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
                     stopFollowingFormats(camera);
                     // Its following ends with the session, which the list closes.
                     guard_.forget(camera);
+                    usersPart_->forget(camera);
                     answerPendingValues(camera);
                 }
             });
@@ -215,6 +250,7 @@ void Orvella::wirePanel() {
             &Orvella::selectReconfigureWebcam);
     connect(panel_.get(), &ui::ControlPanel::clickGuardSettings, this,
             &Orvella::clickGuardSettings);
+    connect(panel_.get(), &ui::ControlPanel::clickLockTheLook, this, &Orvella::lockTheLook);
     connect(panel_.get(), &ui::ControlPanel::selectGuardSettleTime, this,
             &Orvella::selectGuardSettleTime);
     connect(panel_.get(), &ui::ControlPanel::clickReadIntervalInfo, this,
@@ -390,9 +426,14 @@ void Orvella::followCameras(int first, int last) {
                 [this, camera, publish](const FollowedChange& change) {
                     publish([this, camera, change] { cameraControlChanged(*camera, change); });
                 },
-                [this, camera, publish](int foreignOpens) {
-                    publish([this, camera, foreignOpens] {
-                        guard_.captureUseChanged(camera, foreignOpens);
+                [this, camera, publish, &device](int foreignOpens) {
+                    // Who uses it is found here, on the camera's session (a scan of /proc).
+                    std::vector<platform::CameraUser> users;
+                    if (foreignOpens > 0 && device.qtCaptureDevice())
+                        users = device.qtCaptureDevice()->captureUsers();
+                    publish([this, camera, foreignOpens, users = std::move(users)] {
+                        guard_.captureUseChanged(camera, foreignOpens, users);
+                        usersPart_->seen(users);
                     });
                 });
         });
@@ -411,10 +452,24 @@ void Orvella::cameraControlChanged(CameraSession& session, const FollowedChange&
     guard_.controlChanged(&session, change);
 }
 
-void Orvella::restoreLastState(CameraSession& session) {
+void Orvella::restoreLastState(CameraSession& session, const QString& profile) {
     const QTCamera& camera = session.camera();
-    const QList<settings::SettingsRecord> lastStates =
-        profiles_.appDefaultRecords(camera.modelUniqueID());
+    QList<settings::SettingsRecord> lastStates;
+    if (!profile.isEmpty()) {
+        // A program's rule: the profile of the camera's model by that name, as the file holds it.
+        if (profiles_.defaults().changedOnDisk()) profiles_.reload();
+        const int index = profiles_.listIndexOf(camera.modelUniqueID(), profile);
+        if (const auto record = index >= settings::kFirstProfileIndex
+                                    ? profiles_.profileAt(camera.modelUniqueID(), index)
+                                    : std::nullopt)
+            lastStates = {*record};
+        else
+            NSLog(
+                "Settings guard: %s has no profile \"%s\" (a program's rule names it); keeping "
+                "my settings",
+                qUtf8Printable(camera.displayName()), qUtf8Printable(profile));
+    }
+    if (lastStates.isEmpty()) lastStates = profiles_.appDefaultRecords(camera.modelUniqueID());
     if (lastStates.isEmpty()) {
         NSLog("Settings guard: %s has no last state to restore",
               qUtf8Printable(camera.displayName()));

@@ -23,6 +23,7 @@
 
 #include "app/CameraDiscovery.h"
 #include "app/CameraList.h"
+#include "app/CameraUsersPart.h"
 #include "app/PreferencesPart.h"
 #include "app/ScriptingTarget.h"
 #include "app/SettingsGuard.h"
@@ -122,6 +123,9 @@ class Orvella final : public QObject,
     void selectUpdateSlider(int tag);
     void selectReconfigureWebcam(int tag);
     void clickGuardSettings(bool on);
+    // Lock the look of the current camera (settings/LockTheLook.h) in its session; the result
+    // becomes the last state, and the panel says what did not stick.
+    void lockTheLook();
     void selectGuardSettleTime(int milliseconds);
     void clickReadIntervalInfo();
     void clickWriteIntervalInfo();
@@ -136,7 +140,9 @@ class Orvella final : public QObject,
     void cameraControlChanged(CameraSession& camera, const FollowedChange& change);
     // The guard's restore: the model's last state applied as at plug-in, then the controls read
     // back from the camera and those that did not stick logged (in the camera's session).
-    void restoreLastState(CameraSession& camera);
+    // The camera's last state, or with a name that profile of its model (a program's rule; a
+    // profile that is gone falls back to the last state, logged).
+    void restoreLastState(CameraSession& camera, const QString& profile = {});
 
     // ---- Camera discovery ----
     void loadAppDefault(CameraSession& camera) override;
@@ -149,6 +155,7 @@ class Orvella final : public QObject,
     void setPanelVisible(bool visible) override;
     bool isPanelVisible() const override;
     void controlValues(const QString& uniqueID, ValuesReply reply) override;
+    void cameraUsers(const QString& uniqueID, UsersReply reply) override;
 
     // ---- Sleep and wake ----
     void systemWillSleep() override;
@@ -208,6 +215,7 @@ class Orvella final : public QObject,
     std::unique_ptr<PreferencesPart> preferencesPart_;
     UpdateTimer timer_;
     SettingsGuard guard_;
+    std::unique_ptr<CameraUsersPart> usersPart_;
     CameraDiscovery* discovery_ = nullptr;
     platform::PowerEventSource* power_ = nullptr;
     std::function<void()> addDemoCamera_;

@@ -24,6 +24,20 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, BusCamera& camera
     return argument;
 }
 
+QDBusArgument& operator<<(QDBusArgument& argument, const BusCameraUser& user) {
+    argument.beginStructure();
+    argument << user.pid << user.program << user.applicationId;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument& operator>>(const QDBusArgument& argument, BusCameraUser& user) {
+    argument.beginStructure();
+    argument >> user.pid >> user.program >> user.applicationId;
+    argument.endStructure();
+    return argument;
+}
+
 namespace {
 
 const QString kErrorNoSuchCamera = QStringLiteral("org.orvella.Orvella.Error.NoSuchCamera");
@@ -33,6 +47,8 @@ void registerTypes() {
     static const bool registered = [] {
         qDBusRegisterMetaType<BusCamera>();
         qDBusRegisterMetaType<BusCameraList>();
+        qDBusRegisterMetaType<BusCameraUser>();
+        qDBusRegisterMetaType<BusCameraUserList>();
         return true;
     }();
     Q_UNUSED(registered);
@@ -194,6 +210,34 @@ QVariantMap OrvellaBus::GetControlValues(const QString& camera) {
         else
             bus.send(call.createReply(QVariant::fromValue(*values)));
     });
+    return {};
+}
+
+BusCameraUserList OrvellaBus::GetCameraUsers(const QString& camera) {
+    const QString uniqueID = cameraOrError(camera);
+    if (uniqueID.isEmpty()) return {};
+    // The users are found on the camera's own thread (a scan of /proc); the answer goes out
+    // when they are, and the bus object answers other calls meanwhile.
+    if (!calledFromDBus()) return {};
+    setDelayedReply(true);
+    target_.cameraUsers(
+        uniqueID, [call = message(), bus = connection(),
+                   uniqueID](const std::optional<std::vector<platform::CameraUser>>& users) {
+            if (!users) {
+                bus.send(call.createErrorReply(
+                    kErrorFailed, QStringLiteral("the users of %1 cannot be found").arg(uniqueID)));
+                return;
+            }
+            BusCameraUserList list;
+            for (const platform::CameraUser& user : *users) {
+                if (user.otherUser)
+                    list.append({0, QStringLiteral("another user's program"), QString()});
+                else
+                    list.append({static_cast<uint>(std::max<int64_t>(0, user.pid)), user.program,
+                                 user.applicationId});
+            }
+            bus.send(call.createReply(QVariant::fromValue(list)));
+        });
     return {};
 }
 

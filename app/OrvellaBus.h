@@ -22,6 +22,16 @@ struct BusCamera {
     bool current = false;
 };
 using BusCameraList = QList<BusCamera>;
+// One user of a camera as GetCameraUsers returns it: (pid, program, applicationId), signature
+// (uss); another user's program is (0, "another user's program", "").
+struct BusCameraUser {
+    uint pid = 0;
+    QString program;
+    QString applicationId;
+};
+using BusCameraUserList = QList<BusCameraUser>;
+QDBusArgument& operator<<(QDBusArgument& argument, const BusCameraUser& user);
+const QDBusArgument& operator>>(const QDBusArgument& argument, BusCameraUser& user);
 QDBusArgument& operator<<(QDBusArgument& argument, const BusCamera& camera);
 const QDBusArgument& operator>>(const QDBusArgument& argument, BusCamera& camera);
 
@@ -67,6 +77,7 @@ class OrvellaBus final : public QObject, protected QDBusContext {
     void HidePanel();
     bool IsPanelVisible();
     QVariantMap GetControlValues(const QString& camera);
+    BusCameraUserList GetCameraUsers(const QString& camera);
 
   private:
     QString cameraOrError(const QString& which);
@@ -79,3 +90,4 @@ class OrvellaBus final : public QObject, protected QDBusContext {
 }  // namespace orvella::app
 
 Q_DECLARE_METATYPE(orvella::app::BusCamera)
+Q_DECLARE_METATYPE(orvella::app::BusCameraUser)

@@ -12,8 +12,11 @@
 #include <QTimer>
 
 #include "app/Orvella.h"
+
 #include "camera/CameraSession.h"
+#include "platform/Log.h"
 #include "settings/CameraNames.h"
+#include "settings/LockTheLook.h"
 #include "settings/ProfileListModel.h"
 #include "settings/SettingsRecord.h"
 #include "ui/ControlPanel.h"
@@ -246,6 +249,33 @@ void Orvella::updateSettings(int32_t settingsID) {
     if (CameraSession* camera = qtCamera()) updateLastState(*camera, settingsID);
 }
 
+void Orvella::lockTheLook() {
+    CameraSession* session = qtCamera();
+    if (!session) return;
+    session->ask([this, session](QTCamera& device) -> CameraSession::Reply {
+        const settings::LockReport report = settings::lockTheLook(device);
+        if (!report.anyAutomatic())
+            NSLog("Lock the look: no automatic mode of %s is on",
+                  qUtf8Printable(device.displayName()));
+        else
+            NSLog("Lock the look of %s: %s", qUtf8Printable(device.displayName()),
+                  qUtf8Printable(report.lines().join(QStringLiteral("; "))));
+        return [this, session, report] {
+            if (cameras_.rowOf(session) < 0) return;  // on its way out
+            // The modes and values now held are what the guard keeps.
+            if (report.anyAutomatic()) updateLastState(*session, settings::kAllSettings);
+            if (session != qtCamera()) return;
+            panel_->showCameraRecord();
+            const QStringList problems = report.problems();
+            panel_->showWhoChanged(
+                !report.anyAutomatic() ? ui::localized("NothingToLock")
+                : problems.isEmpty()
+                    ? ui::localized("LookLocked")
+                    : ui::localized("LookNotStuck").arg(problems.join(QStringLiteral(", "))));
+        };
+    });
+}
+
 void Orvella::updateLastState(CameraSession& camera, int32_t settingsID) {
     const QString model = camera.camera().modelUniqueID();
     const bool whole = settingsID == settings::kAllSettings || !profiles_.hasAppDefault(model);
@@ -297,6 +327,10 @@ void Orvella::followCameraRow() {
     panel_->showCameraSelection(cameras_.popUpRowForRow(cameras_.currentRow()),
                                 cameras_.size() > 0);
     if (noCamera_) noCamera_->setVisible(cameras_.size() == 0);
+    if (usersPart_) {
+        usersPart_->refresh();    // the line of the camera shown
+        usersPart_->showRules();  // with its profiles
+    }
 }
 
 // ---- Preferences tab ----

@@ -83,6 +83,29 @@ void Orvella::controlValues(const QString& uniqueID, ValuesReply reply) {
     });
 }
 
+void Orvella::cameraUsers(const QString& uniqueID, UsersReply reply) {
+    CameraSession* camera = sessionWithID(cameras_, uniqueID);
+    if (!camera) {
+        reply(std::nullopt);
+        return;
+    }
+    // Answered exactly once: with the users, or with none when the session drops the job (the
+    // camera went first), whichever thread lets go of it last.
+    struct Answer {
+        UsersReply reply;
+        std::optional<std::vector<platform::CameraUser>> users;
+        ~Answer() { reply(std::move(users)); }
+    };
+    auto answer = std::make_shared<Answer>();
+    answer->reply = std::move(reply);
+    camera->ask([answer](QTCamera& device) mutable -> CameraSession::Reply {
+        answer->users = device.qtCaptureDevice() ? device.qtCaptureDevice()->captureUsers()
+                                                 : std::vector<platform::CameraUser>{};
+        // The answer goes out on the interface thread, with the session's reply.
+        return [answer = std::move(answer)]() mutable { answer.reset(); };
+    });
+}
+
 void Orvella::PendingValues::answer(const std::optional<QVariantMap>& values) {
     if (answered) return;
     answered = true;

@@ -8,6 +8,8 @@
 #include <optional>
 #include <vector>
 
+#include "platform/CameraUsers.h"
+
 namespace orvella::app {
 
 class ScriptingTarget {
@@ -34,6 +36,14 @@ class ScriptingTarget {
     // when they cannot be read (the camera is gone or does not answer).
     using ValuesReply = std::function<void(std::optional<QVariantMap>)>;
     virtual void controlValues(const QString& uniqueID, ValuesReply reply) {
+        Q_UNUSED(uniqueID);
+        reply(std::nullopt);
+    }
+    // The programs other than this one that use the camera now (CaptureDevice::captureUsers),
+    // found on the camera's own thread and passed to `reply` later; none when the camera went
+    // before they could be found. `reply` may be called on that thread.
+    using UsersReply = std::function<void(std::optional<std::vector<platform::CameraUser>>)>;
+    virtual void cameraUsers(const QString& uniqueID, UsersReply reply) {
         Q_UNUSED(uniqueID);
         reply(std::nullopt);
     }

@@ -27,6 +27,11 @@ inline constexpr QLatin1StringView kHideMenuBarIcon{"Hide Menu Bar Icon"};
 // and how long (milliseconds) the other program's changes must have settled first.
 inline constexpr QLatin1StringView kGuardSettings{"GuardSettings"};
 inline constexpr QLatin1StringView kGuardSettleTime{"GuardSettleTime"};
+// What the guard does about each program ("keep", "alone", "profile:NAME" by program name), the
+// rule for every other program, and the Chromium note dismissed for good.
+inline constexpr QLatin1StringView kProgramRules{"ProgramRules"};
+inline constexpr QLatin1StringView kDefaultProgramRule{"DefaultProgramRule"};
+inline constexpr QLatin1StringView kChromiumNoteDismissed{"ChromiumCameraNoteDismissed"};
 // The names the user gave cameras: a dictionary from unique identifier to name.
 inline constexpr QLatin1StringView kCameraNames{"Camera Names"};
 

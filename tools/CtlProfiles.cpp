@@ -1,5 +1,7 @@
 #include "tools/CtlProfiles.h"
 
+#include "settings/LockTheLook.h"
+
 #include <QJsonDocument>
 #include <QJsonObject>
 
@@ -235,6 +237,34 @@ std::optional<CtlFailure> runApplyLastCommand(const CtlCameras& cameras,
     if (const auto* failure = std::get_if<CtlFailure>(&found)) return *failure;
     applyLast(profiles, *std::get<QTCamera*>(found), err);
     return std::nullopt;
+}
+
+std::optional<CtlFailure> runLockCommand(const CtlCameras& cameras, const QStringList& arguments,
+                                         std::ostream& out, std::ostream& err) {
+    const auto found =
+        cameras.find(arguments.isEmpty() ? std::nullopt : std::optional(arguments[0]));
+    if (const auto* failure = std::get_if<CtlFailure>(&found)) return *failure;
+    QTCamera& camera = *std::get<QTCamera*>(found);
+    const settings::LockReport report = settings::lockTheLook(camera);
+    if (!report.anyAutomatic()) {
+        out << "nothing to lock: no automatic mode of " << camera.displayName().toStdString()
+            << " is on\n";
+        return std::nullopt;
+    }
+    for (const QString& line : report.lines())
+        if (!report.problems().contains(line)) out << line.toStdString() << '\n';
+    // The result is the last state, so that the application's guard keeps it.
+    settings::DefaultsStore store;
+    noteSetAside(store, err);
+    if (store.unreadable()) return CtlFailure{store.problem()};
+    ProfileStore profiles(store);
+    if (!settings::updateSettings(profiles, settings::kAllSettings, &camera))
+        return notWritten(profiles);
+    const QStringList problems = report.problems();
+    if (problems.isEmpty()) return std::nullopt;
+    for (const QString& line : problems)
+        err << "orvellactl: " << line.toStdString() << '\n';
+    return CtlFailure{QStringLiteral("%1 of the look did not stick").arg(problems.size())};
 }
 
 }  // namespace orvella::tools

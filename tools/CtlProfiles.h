@@ -39,4 +39,9 @@ std::optional<CtlFailure> runApplyLastCommand(const CtlCameras& cameras,
                                               const QStringList& arguments, bool all,
                                               std::ostream& err);
 
+// `lock [CAMERA]`: lock the look (settings/LockTheLook.h); what was locked goes to `out`, what
+// did not stick to `err` and makes it fail. The result becomes the model's last state.
+std::optional<CtlFailure> runLockCommand(const CtlCameras& cameras, const QStringList& arguments,
+                                         std::ostream& out, std::ostream& err);
+
 }  // namespace orvella::tools

@@ -69,6 +69,11 @@ Commands:
   apply-last CAMERA           apply the model's last state, as the application does when the
                               camera appears (recorded first if the model has none)
   apply-last --all            the same for every connected camera
+  lock CAMERA                 lock the look: each automatic mode that is on (auto-exposure,
+                              auto white balance, autofocus) switched to manual with the
+                              exposure time and gain, temperature or focus it found; the
+                              result becomes the model's last state. What did not stick is
+                              said on standard error (status 1)
   snapshot CAMERA FILE [--format WxH]
                               write a still image of the camera's picture; PNG or JPEG by
                               FILE's extension (.png, .jpg, .jpeg)
@@ -559,6 +564,12 @@ std::optional<Failure> commandProfile(Session& session, const Options& options,
     return std::nullopt;
 }
 
+std::optional<Failure> commandLock(Session& session, const Options&, const Arguments& args) {
+    if (auto failure = runLockCommand(ctlCameras(session), args, session.out(), session.err()))
+        return Failure{failure->message, failure->status};
+    return std::nullopt;
+}
+
 std::optional<Failure> commandApplyLast(Session& session, const Options& options,
                                         const Arguments& args) {
     if (auto failure = runApplyLastCommand(ctlCameras(session), args, options.all, session.err()))
@@ -594,6 +605,7 @@ constexpr Command kCommands[] = {
     {"defaults", 0, 1, commandDefaults, "defaults CAMERA"},
     {"profile", 1, 3, commandProfile, "profile list|save|apply|delete|show [CAMERA] [NAME]"},
     {"apply-last", 0, 1, commandApplyLast, "apply-last CAMERA | apply-last --all"},
+    {"lock", 0, 1, commandLock, "lock CAMERA"},
     {"snapshot", 1, 2, commandCapture<snapshotCommand>, "snapshot CAMERA FILE [--format WxH]"},
     {"record", 1, 2, commandCapture<recordCommand>,
      "record CAMERA FILE --seconds N [--format WxH] [--video-codec ENCODER] [--audio SOURCE] "

@@ -18,6 +18,7 @@
 #include "ui/Localization.h"
 #include "ui/PreferencesPage.h"
 #include "ui/ProfileBox.h"
+#include "ui/WhoChanged.h"
 
 namespace orvella::ui {
 
@@ -116,6 +117,12 @@ void ControlPanel::wireActions() {
     connect(page, &PreferencesPage::clickWriteIntervalInfo, this,
             &ControlPanel::clickWriteIntervalInfo);
     connect(page, &PreferencesPage::clickGuardSettings, this, &ControlPanel::clickGuardSettings);
+    connect(page, &PreferencesPage::setProgramRule, this, &ControlPanel::setProgramRule);
+    connect(ui_->mBtnLockTheLook, &QPushButton::clicked, this, &ControlPanel::clickLockTheLook);
+    connect(ui_->mBtnDismissChromiumNote, &QPushButton::clicked, this, [this] {
+        ui_->mVwChromiumNote->hide();
+        emit dismissChromiumNote();
+    });
     connect(page, &PreferencesPage::selectGuardSettleTime, this,
             &ControlPanel::selectGuardSettleTime);
 }
@@ -131,6 +138,8 @@ void ControlPanel::localize() {
     ui.mTxtFormatLabel->setText(localized("Format"));
     ui.mTxtFPSLabel->setText(localized("FPS"));
     ui.mTxtNotAnswering->setText(localized("CameraNotAnswering"));
+    ui.mBtnDismissChromiumNote->setText(localized("DismissNote"));
+    ui.mBtnLockTheLook->setText(localized("LockTheLook"));
     ui.mPopCamera->setPlaceholderText(localized("NoCamera"));
     ui.mBtnRenameCamera->setText(localized("RenameCamera"));
     controls_->localize();
@@ -199,6 +208,32 @@ void ControlPanel::disableAutoControlUVCValue() {
 
 void ControlPanel::showCameraRecord() {
     controls_->showCameraRecord();
+}
+
+void ControlPanel::showProgramRules(const QStringList& programs,
+                                    const QMap<QString, QPair<int, QString>>& rules,
+                                    const QPair<int, QString>& otherPrograms,
+                                    const QStringList& profiles) {
+    preferences_->showProgramRules(programs, rules, otherPrograms, profiles);
+}
+
+void ControlPanel::showWhoChanged(const QString& text) {
+    ui_->mTxtWhoChanged->setText(text);
+    ui_->mTxtWhoChanged->setVisible(!text.isEmpty());
+}
+
+QString ControlPanel::whoChangedText() const {
+    return ui_->mTxtWhoChanged->isVisibleTo(window_.get()) ? ui_->mTxtWhoChanged->text()
+                                                           : QString();
+}
+
+void ControlPanel::showChromiumNote(const QString& program) {
+    ui_->mTxtChromiumNote->setText(program.isEmpty() ? QString() : chromiumNoteText(program));
+    ui_->mVwChromiumNote->setVisible(!program.isEmpty());
+}
+
+bool ControlPanel::isChromiumNoteShown() const {
+    return ui_->mVwChromiumNote->isVisibleTo(window_.get());
 }
 
 void ControlPanel::showGuardSettings(bool on, int settleMs) {

@@ -9,8 +9,11 @@
 // ControlPanelDelegate. The profile and preference widgets only emit signals; their flows belong
 // to the controller.
 
+#include <QMap>
 #include <QObject>
+#include <QPair>
 #include <QSet>
+#include <QStringList>
 #include <QTimer>
 #include <array>
 #include <cstdint>
@@ -124,6 +127,16 @@ class ControlPanel : public QObject {
     // Shows the guard's state and settle time; while it is on, the re-send box says that its
     // blind re-send is not needed.
     void showGuardSettings(bool on, int settleMs);
+    // The Preferences tab's rules for programs (PreferencesPage::showProgramRules).
+    void showProgramRules(const QStringList& programs,
+                          const QMap<QString, QPair<int, QString>>& rules,
+                          const QPair<int, QString>& otherPrograms, const QStringList& profiles);
+    // The line about another program's use of the camera (ui/WhoChanged.h); empty hides it.
+    void showWhoChanged(const QString& text);
+    QString whoChangedText() const;
+    // The note for a program of the Chromium family (ui/WhoChanged.h); empty hides it.
+    void showChromiumNote(const QString& program);
+    bool isChromiumNoteShown() const;
 
     // ---- What the camera's controls report ----
     // The user changed a setting: the selected profile counts as changed by hand and the owner
@@ -173,6 +186,12 @@ class ControlPanel : public QObject {
     void clickReadIntervalInfo();
     void clickWriteIntervalInfo();
     void clickGuardSettings(bool on);
+    // "Lock the Look": the current camera's automatic modes to be fixed where they are.
+    void clickLockTheLook();
+    // A rule chosen for a program (PreferencesPage::setProgramRule).
+    void setProgramRule(const QString& program, int kind, const QString& profile);
+    // The Chromium note's "Don't Show Again" (the note is hidden already).
+    void dismissChromiumNote();
     void selectGuardSettleTime(int milliseconds);
     // disableAllCameraControl emptied the profile list: the tray menu's camera-default item is
     // to lose its check mark and action.

@@ -118,7 +118,12 @@ const QStringList& localizationKeys() {
             "NoCameraFound", "AddDemoCamera",
             // The settings guard on the Preferences tab.
             "OtherPrograms", "KeepMySettings", "GuardSettleTime", "Wait_1_Second", "Wait_2_Seconds",
-            "Wait_5_Seconds", "ReconfigureWebcamGuardNote"} +
+            "Wait_5_Seconds", "ReconfigureWebcamGuardNote",
+            // Who changed the camera (ui/WhoChanged.h).
+            "AnotherProgram", "AnotherUsersProgram", "SecondsAgo", "MinutesAgo",
+            "WhoChangedControls", "WhoChangedOneControl", "WhoOpenedCamera", "WhoGotProfile",
+            "WhoLetGo", "ChromiumPipeWireNote", "DismissNote", "LookLocked", "LookNotStuck",
+            "NothingToLock"} +
         controlRowTitles();
     return keys;
 }

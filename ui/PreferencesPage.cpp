@@ -4,7 +4,11 @@
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
+#include <QLineEdit>
+#include <QSignalBlocker>
 #include <QToolButton>
+#include <algorithm>
+#include <array>
 #include <utility>
 
 #include "ui/Images.h"
@@ -43,6 +47,7 @@ PreferencesPage::PreferencesPage(QWidget* parent)
         button->setIcon(icon);
         button->setToolButtonStyle(Qt::ToolButtonIconOnly);
     }
+    ui_->mPopRuleProgram->addItem(QStringLiteral("EveryOtherProgram"), QString());
     wireActions();
     showGuardSettings(false, ui_->mPopGuardSettleTime->itemData(0).toInt());
 }
@@ -65,6 +70,16 @@ void PreferencesPage::wireActions() {
     connect(ui.mPopGuardSettleTime, &QComboBox::activated, this, [this](int index) {
         emit selectGuardSettleTime(intervalTag(ui_->mPopGuardSettleTime, index));
     });
+    // A program picked from the list or typed shows its rule; a rule chosen is told at once.
+    connect(ui.mPopRuleProgram, &QComboBox::currentIndexChanged, this,
+            &PreferencesPage::showRuleOfProgram);
+    connect(ui.mPopRuleProgram->lineEdit(), &QLineEdit::editingFinished, this,
+            &PreferencesPage::showRuleOfProgram);
+    connect(ui.mPopRuleAction, &QComboBox::activated, this, &PreferencesPage::ruleChosen);
+    connect(ui.mPopRuleProfile, &QComboBox::activated, this, &PreferencesPage::ruleChosen);
+    connect(ui.mPopRuleProfile->lineEdit(), &QLineEdit::editingFinished, this, [this] {
+        if (ui_->mPopRuleAction->currentIndex() == 1) ruleChosen();
+    });
     connect(ui.mBtnReadIntervalInfo, &QToolButton::clicked, this,
             &PreferencesPage::clickReadIntervalInfo);
     connect(ui.mBtnWriteIntervalInfo, &QToolButton::clicked, this,
@@ -86,6 +101,17 @@ void PreferencesPage::localize() {
     ui.mBoxGuardSettings->setTitle(localized("OtherPrograms"));
     ui.mBtnGuardSettings->setText(localized("KeepMySettings"));
     ui.mTxtGuardSettleTime->setText(localized("GuardSettleTime"));
+    ui.mTxtRuleProgram->setText(localized("RuleForProgram"));
+    ui.mPopRuleProgram->setItemText(0, localized("EveryOtherProgram"));
+    // The pop-ups without a label of their own, and the fields of the editable ones.
+    ui.mPopRuleProgram->setAccessibleName(localized("RuleForProgram"));
+    ui.mPopRuleProgram->lineEdit()->setAccessibleName(localized("RuleForProgram"));
+    ui.mPopRuleAction->setAccessibleName(localized("OtherPrograms"));
+    ui.mPopRuleProfile->setAccessibleName(localized("RuleApplyProfile"));
+    ui.mPopRuleProfile->lineEdit()->setAccessibleName(localized("RuleApplyProfile"));
+    constexpr std::array kRuleKeys{"RuleKeepMySettings", "RuleApplyProfile", "RuleLeaveAlone"};
+    for (int i = 0; i < std::min<int>(ui.mPopRuleAction->count(), kRuleKeys.size()); ++i)
+        ui.mPopRuleAction->setItemText(i, localized(kRuleKeys[static_cast<size_t>(i)]));
     ui.mTxtReconfigureWebcamNote->setText(nameFormat("ReconfigureWebcamGuardNote"));
     // Icon buttons: the text is the tool tip, and what shows if the image is missing.
     for (QToolButton* button : {ui.mBtnReadIntervalInfo, ui.mBtnWriteIntervalInfo}) {
@@ -122,6 +148,69 @@ void PreferencesPage::showIntervals(int updateSliderTicks, int reconfigureWebcam
     for (const auto& [pop, ticks] : {std::pair{ui_->mPopUpdateSlider, updateSliderTicks},
                                      std::pair{ui_->mPopReconfigureWebcam, reconfigureWebcamTicks}})
         selectOrAddInterval(pop, ticks, QStringLiteral("%1 s").arg(ticks / 2.0));
+}
+
+void PreferencesPage::showProgramRules(const QStringList& programs,
+                                       const QMap<QString, ShownRule>& rules,
+                                       const ShownRule& otherPrograms,
+                                       const QStringList& profiles) {
+    rules_ = rules;
+    otherPrograms_ = otherPrograms;
+    QComboBox* pop = ui_->mPopRuleProgram;
+    const QString shown = ruleProgram();
+    const QSignalBlocker blocker(pop);
+    pop->clear();
+    pop->addItem(localized("EveryOtherProgram"), QString());
+    QStringList names = programs;
+    for (auto it = rules.begin(); it != rules.end(); ++it)
+        if (!names.contains(it.key(), Qt::CaseInsensitive)) names.append(it.key());
+    names.sort(Qt::CaseInsensitive);
+    for (const QString& name : names)
+        pop->addItem(name, name);
+    const int at = shown.isEmpty() ? 0 : pop->findData(shown, Qt::UserRole, Qt::MatchFixedString);
+    if (at >= 0) {
+        pop->setCurrentIndex(at);
+    } else {
+        pop->setEditText(shown);
+    }
+    const QString profile = ui_->mPopRuleProfile->currentText();
+    ui_->mPopRuleProfile->clear();
+    ui_->mPopRuleProfile->addItems(profiles);
+    ui_->mPopRuleProfile->setEditText(profile);
+    showRuleOfProgram();
+}
+
+QString PreferencesPage::ruleProgram() const {
+    const QComboBox* pop = ui_->mPopRuleProgram;
+    const int index = pop->currentIndex();
+    const QString text = pop->currentText().trimmed();
+    if (index >= 0 && pop->itemText(index) == pop->currentText())
+        return pop->itemData(index).toString();
+    return text == localized("EveryOtherProgram") ? QString() : text;
+}
+
+void PreferencesPage::showRuleOfProgram() {
+    const QString program = ruleProgram();
+    ShownRule rule = otherPrograms_;
+    for (auto it = rules_.begin(); it != rules_.end(); ++it)
+        if (!program.isEmpty() && it.key().compare(program, Qt::CaseInsensitive) == 0)
+            rule = it.value();
+    ui_->mPopRuleAction->setCurrentIndex(std::clamp(rule.first, 0, 2));
+    ui_->mPopRuleProfile->setEnabled(rule.first == 1);
+    if (rule.first == 1) ui_->mPopRuleProfile->setEditText(rule.second);
+}
+
+void PreferencesPage::ruleChosen() {
+    const int kind = ui_->mPopRuleAction->currentIndex();
+    ui_->mPopRuleProfile->setEnabled(kind == 1);
+    const QString profile = kind == 1 ? ui_->mPopRuleProfile->currentText().trimmed() : QString();
+    if (kind == 1 && profile.isEmpty()) return;  // chosen with its profile
+    const QString program = ruleProgram();
+    if (program.isEmpty())
+        otherPrograms_ = {kind, profile};
+    else
+        rules_.insert(program, {kind, profile});
+    emit setProgramRule(program, kind, profile);
 }
 
 void PreferencesPage::showGuardSettings(bool on, int settleMs) {

@@ -3,6 +3,8 @@
 // intervals with their explanations, and the settings guard. Its widgets only emit signals; the
 // owner stores the choices and shows the stored ones back.
 
+#include <QMap>
+#include <QPair>
 #include <QWidget>
 #include <memory>
 
@@ -37,6 +39,16 @@ class PreferencesPage : public QWidget {
     // re-send is not needed.
     void showGuardSettings(bool on, int settleMs);
 
+    // The rules for programs: a program is picked from `programs` (seen so far, or with a rule)
+    // or typed; the first item is every other program. A rule is (kind, profile): kind 0 keep my
+    // settings, 1 apply the profile, 2 leave the camera alone. `profiles` are the profile names
+    // of the current camera's model.
+    using ShownRule = QPair<int, QString>;
+    void showProgramRules(const QStringList& programs, const QMap<QString, ShownRule>& rules,
+                          const ShownRule& otherPrograms, const QStringList& profiles);
+    // The program the rule pop-ups show (empty: every other program).
+    QString ruleProgram() const;
+
     // The tag of each item of an interval pop-up (the stored preference values).
     static int intervalTag(const QComboBox* pop, int index);
     static bool selectIntervalTag(QComboBox* pop, int tag);
@@ -51,9 +63,16 @@ class PreferencesPage : public QWidget {
     void clickWriteIntervalInfo();
     void clickGuardSettings(bool on);
     void selectGuardSettleTime(int milliseconds);
+    // A rule chosen for a program (empty: every other program); kind as in showProgramRules.
+    void setProgramRule(const QString& program, int kind, const QString& profile);
 
   private:
     void wireActions();
+    void showRuleOfProgram();
+    void ruleChosen();
+
+    QMap<QString, ShownRule> rules_;
+    ShownRule otherPrograms_{0, QString()};
 
     std::unique_ptr<Ui::PreferencesPage> ui_;
 };

@@ -38,7 +38,7 @@ void StatusBar::installStatusBar() {
     statusItemView_ = std::make_unique<StatusItemView>();
     setMenuIcon(bwMenuIcon_);
     statusItemView_->setMenu(menu_);
-    statusItemView_->setToolTip(QCoreApplication::applicationName());
+    statusItemView_->setToolTip(toolTip());
     statusItemView_->show();
     // The host places the icon after it is shown: look at the tray again once it is there.
     QTimer::singleShot(kLookAgainMs, this, &StatusBar::showMonochromeIcon);
@@ -47,6 +47,16 @@ void StatusBar::installStatusBar() {
         NSLog("No system tray is there to show the icon; the control panel opens as a window");
     // Hosts come and go (a panel restarting, an extension switched on): keep looking.
     trayWatch_.start();
+}
+
+void StatusBar::setToolTipDetail(const QString& detail) {
+    toolTipDetail_ = detail;
+    if (statusItemView_) statusItemView_->setToolTip(toolTip());
+}
+
+QString StatusBar::toolTip() const {
+    const QString name = QCoreApplication::applicationName();
+    return toolTipDetail_.isEmpty() ? name : name + QLatin1Char('\n') + toolTipDetail_;
 }
 
 void StatusBar::removeStatusBar() {

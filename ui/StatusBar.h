@@ -34,6 +34,10 @@ class StatusBar final : public QObject {
     void removeStatusBar();
     bool isInstalled() const { return statusItemView_ != nullptr; }
     StatusItemView* statusItemView() const { return statusItemView_.get(); }
+    // A line under the application's name in the icon's tooltip (empty: the name alone); kept
+    // across removing and installing the item.
+    void setToolTipDetail(const QString& detail);
+    QString toolTip() const;
 
     // Black and white ("MonoMenu", highlighted "MonoMenuHighlight") or colour ("ColorMenu" for
     // both); sets the menu item's state and reports the choice, for the preferences. The black
@@ -88,6 +92,7 @@ class StatusBar final : public QObject {
     bool trayAvailable_ = false;
     bool bwMenuIcon_ = false;
     std::unique_ptr<StatusItemView> statusItemView_;
+    QString toolTipDetail_;
     std::unique_ptr<PopWindow> popWindow_;
     QTimer trayWatch_;
 };

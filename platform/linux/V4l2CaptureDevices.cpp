@@ -12,6 +12,7 @@
 
 #include "platform/CaptureIdentity.h"
 #include "platform/linux/AlsaAudioDevice.h"
+#include "platform/linux/ProcUsers.h"
 #include "platform/linux/Sysfs.h"
 #include "platform/linux/UsbDescriptors.h"
 #include "platform/linux/V4l2CaptureStream.h"
@@ -111,7 +112,8 @@ struct V4l2CaptureDevice::StartRelay {
 
 V4l2CaptureDevice::V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name,
                                      uint32_t locationID, uint16_t vendor, uint16_t product,
-                                     VideoIoOpener& opener)
+                                     VideoIoOpener& opener,
+                                     std::shared_ptr<const CaptureUserLookup> users)
     : devicePath_(std::move(devicePath)),
       usbDirectory_(std::move(usbDirectory)),
       name_(std::move(name)),
@@ -121,7 +123,50 @@ V4l2CaptureDevice::V4l2CaptureDevice(std::string devicePath, std::string usbDire
       uniqueID_(platform::usbCaptureUniqueID(locationID, vendor, product)),
       modelUniqueID_(platform::usbCaptureModelUniqueID(vendor, product)),
       opener_(opener),
+      users_(users ? std::move(users) : std::make_shared<CaptureUserLookup>("/proc")),
       relay_(std::make_shared<StartRelay>()) {}
+
+std::vector<platform::CameraUser> V4l2CaptureDevice::captureUsers() const {
+    return users_->usersOf(devicePath_);
+}
+
+void CaptureUserLookup::setPipeWireClientFinder(platform::PipeWireClientFinder finder) {
+    std::lock_guard lock(mutex_);
+    finder_ = std::move(finder);
+}
+
+std::vector<platform::CameraUser> CaptureUserLookup::usersOf(const std::string& devicePath) const {
+    ProcScanOptions options;
+    options.procRoot = procRoot_;
+    std::vector<platform::CameraUser> found = processesHolding(devicePath, options);
+    platform::PipeWireClientFinder finder;
+    {
+        std::lock_guard lock(mutex_);
+        finder = finder_;
+    }
+    if (!finder) return found;
+    std::vector<platform::CameraUser> users;
+    bool asked = false;
+    for (platform::CameraUser& user : found) {
+        if (!isPipeWireProcess(user)) {
+            users.push_back(std::move(user));
+            continue;
+        }
+        // PipeWire and WirePlumber may both hold the node: one question is enough.
+        if (asked) continue;
+        asked = true;
+        std::vector<platform::CameraUser> clients = finder(QString::fromStdString(devicePath));
+        if (clients.empty()) {
+            users.push_back(std::move(user));
+            continue;
+        }
+        for (platform::CameraUser& client : clients) {
+            client.viaPipeWire = true;
+            users.push_back(std::move(client));
+        }
+    }
+    return users;
+}
 
 std::vector<platform::CaptureFormatDescription> V4l2CaptureDevice::formatDescriptions() const {
     int error = 0;
@@ -216,10 +261,15 @@ std::optional<std::string> V4l2CaptureDevice::accessProblem() const {
 }
 
 V4l2CaptureDeviceSystem::V4l2CaptureDeviceSystem(std::string sysfsRoot, std::string devRoot,
-                                                 VideoIoOpener* opener)
+                                                 VideoIoOpener* opener, std::string procRoot)
     : sysfsRoot_(std::move(sysfsRoot)),
       devRoot_(std::move(devRoot)),
-      opener_(opener ? *opener : PosixVideoIoOpener::shared()) {}
+      opener_(opener ? *opener : PosixVideoIoOpener::shared()),
+      users_(std::make_shared<CaptureUserLookup>(std::move(procRoot))) {}
+
+void V4l2CaptureDeviceSystem::setPipeWireClientFinder(platform::PipeWireClientFinder finder) {
+    users_->setPipeWireClientFinder(std::move(finder));
+}
 
 std::vector<std::shared_ptr<V4l2CaptureDevice>> V4l2CaptureDeviceSystem::scan() {
     std::vector<std::shared_ptr<V4l2CaptureDevice>> devices;
@@ -249,7 +299,7 @@ std::vector<std::shared_ptr<V4l2CaptureDevice>> V4l2CaptureDeviceSystem::scan() 
                                                 sysfs::readLine(usb / "devpath").value_or(""));
         devices.push_back(std::make_shared<V4l2CaptureDevice>(
             capture->devicePath, usb.string(), QString::fromStdString(capture->name), location,
-            static_cast<uint16_t>(*vendor), static_cast<uint16_t>(*product), opener_));
+            static_cast<uint16_t>(*vendor), static_cast<uint16_t>(*product), opener_, users_));
     }
     return devices;
 }

@@ -3,6 +3,7 @@
 // nodes), one per camera, with the identity strings other platforms give the same camera.
 
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,11 +14,28 @@
 
 namespace orvella::linuxplatform {
 
+// How the devices of one system find who uses them: where /proc is, and who to ask when the
+// holder of a node is PipeWire. Shared by the system and its devices; the finder may be set
+// while sessions ask.
+class CaptureUserLookup {
+  public:
+    explicit CaptureUserLookup(std::string procRoot) : procRoot_(std::move(procRoot)) {}
+    void setPipeWireClientFinder(platform::PipeWireClientFinder finder);
+    // The processes holding the node, each PipeWire holder replaced by the clients the finder
+    // names (kept as it is when the finder names none).
+    std::vector<platform::CameraUser> usersOf(const std::string& devicePath) const;
+
+  private:
+    std::string procRoot_;
+    mutable std::mutex mutex_;
+    platform::PipeWireClientFinder finder_;
+};
+
 class V4l2CaptureDevice final : public platform::CaptureDevice {
   public:
     V4l2CaptureDevice(std::string devicePath, std::string usbDirectory, QString name,
-                      uint32_t locationID, uint16_t vendor, uint16_t product,
-                      VideoIoOpener& opener);
+                      uint32_t locationID, uint16_t vendor, uint16_t product, VideoIoOpener& opener,
+                      std::shared_ptr<const CaptureUserLookup> users = nullptr);
     ~V4l2CaptureDevice() override;
 
     QString uniqueID() const override { return uniqueID_; }
@@ -37,6 +55,9 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     // Other programs' opens of the node, from inotify; this process's own opens (every one goes
     // through PosixVideoIoOpener) are not counted.
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
+    // The processes that hold the node open, this one left out (platform/linux/ProcUsers.h), and
+    // for PipeWire the clients its finder names. Scans /proc: not on the interface thread.
+    std::vector<platform::CameraUser> captureUsers() const override;
     // The node's format (VIDIOC_G_FMT and G_PARM) is read again when the driver sends a source
     // change (V4L2_EVENT_SOURCE_CHANGE, subscribed where the driver offers it; uvcvideo may not),
     // when a stream of this device starts, and when another program opens or closes the node
@@ -63,6 +84,7 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
     QString uniqueID_;
     QString modelUniqueID_;
     VideoIoOpener& opener_;
+    std::shared_ptr<const CaptureUserLookup> users_;
     std::unique_ptr<NodeUseWatch> useWatch_;
     struct FormatWatch;
     struct StartRelay;
@@ -72,9 +94,15 @@ class V4l2CaptureDevice final : public platform::CaptureDevice {
 
 class V4l2CaptureDeviceSystem final : public platform::CaptureDeviceSystem {
   public:
-    // The opener is borrowed (null = real device nodes).
+    // The opener is borrowed (null = real device nodes); procRoot is where the devices look for
+    // the processes that use them.
     explicit V4l2CaptureDeviceSystem(std::string sysfsRoot = "/sys", std::string devRoot = "/dev",
-                                     VideoIoOpener* opener = nullptr);
+                                     VideoIoOpener* opener = nullptr,
+                                     std::string procRoot = "/proc");
+
+    // Who to ask for the program behind PipeWire when PipeWire holds a node (null = nobody);
+    // the devices listed before and after use it.
+    void setPipeWireClientFinder(platform::PipeWireClientFinder finder);
 
     std::vector<std::shared_ptr<platform::CaptureDevice>> inputDevicesWithMediaType(
         platform::MediaType type) override;
@@ -91,6 +119,7 @@ class V4l2CaptureDeviceSystem final : public platform::CaptureDeviceSystem {
     std::string sysfsRoot_;
     std::string devRoot_;
     VideoIoOpener& opener_;
+    std::shared_ptr<CaptureUserLookup> users_;
     std::vector<std::shared_ptr<V4l2CaptureDevice>> known_;
 };
 

@@ -192,23 +192,29 @@ void VirtualCamera::removeControlChangeListener(int id) {
     controlListeners_.erase(id);
 }
 
-bool VirtualCamera::openByAnotherProgram() {
+bool VirtualCamera::openByAnotherProgram(int64_t pid, const std::string& program) {
     int count = 0;
     {
         std::lock_guard<std::mutex> lock(mutex_);
         if (!faults_.present()) return false;
-        count = ++foreignOpens_;
+        foreignOpeners_.push_back({pid, program});
+        count = static_cast<int>(foreignOpeners_.size());
     }
     tellCaptureUse(count);
     return true;
 }
 
-bool VirtualCamera::closeByAnotherProgram() {
+bool VirtualCamera::closeByAnotherProgram(int64_t pid) {
     int count = 0;
     {
         std::lock_guard<std::mutex> lock(mutex_);
-        if (foreignOpens_ == 0) return false;
-        count = --foreignOpens_;
+        auto opener = foreignOpeners_.end();
+        if (pid == 0 && !foreignOpeners_.empty()) opener = std::prev(foreignOpeners_.end());
+        for (auto it = foreignOpeners_.begin(); pid != 0 && it != foreignOpeners_.end(); ++it)
+            if (it->pid == pid) opener = it;
+        if (opener == foreignOpeners_.end()) return false;
+        foreignOpeners_.erase(opener);
+        count = static_cast<int>(foreignOpeners_.size());
     }
     tellCaptureUse(count);
     return true;
@@ -216,7 +222,12 @@ bool VirtualCamera::closeByAnotherProgram() {
 
 int VirtualCamera::foreignOpens() const {
     std::lock_guard<std::mutex> lock(mutex_);
-    return foreignOpens_;
+    return static_cast<int>(foreignOpeners_.size());
+}
+
+std::vector<VirtualCamera::ForeignOpener> VirtualCamera::foreignOpeners() const {
+    std::lock_guard<std::mutex> lock(mutex_);
+    return foreignOpeners_;
 }
 
 int VirtualCamera::addCaptureUseListener(CaptureUseListener listener) {

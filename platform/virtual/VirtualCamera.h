@@ -108,11 +108,19 @@ class VirtualCamera {
     int addControlChangeListener(ControlChangeListener listener);
     void removeControlChangeListener(int id);
 
-    // Another program opens the camera's capture node; false when the camera is gone.
-    bool openByAnotherProgram();
-    // Another program closes it; false when no other program has it open.
-    bool closeByAnotherProgram();
+    // Another program opens the camera's capture node; false when the camera is gone. A named
+    // opener (a pid or a program name) is one of the camera's users until it closes.
+    bool openByAnotherProgram(int64_t pid = 0, const std::string& program = {});
+    // Another program closes it: the opener with that pid, or with 0 the last one that opened
+    // it; false when no other program (or none with that pid) has it open.
+    bool closeByAnotherProgram(int64_t pid = 0);
     int foreignOpens() const;
+    // The other programs that have the node open now, in the order they opened it.
+    struct ForeignOpener {
+        int64_t pid = 0;
+        std::string program;
+    };
+    std::vector<ForeignOpener> foreignOpeners() const;
     // Listeners hear the number of other programs' opens after every open and close, like the
     // control-change listeners.
     using CaptureUseListener = std::function<void(int foreignOpens)>;
@@ -210,7 +218,7 @@ class VirtualCamera {
     std::chrono::milliseconds unansweredWait_ = kDriverTimeout;
     int openCount_ = 0;
     int resumeCount_ = 0;
-    int foreignOpens_ = 0;
+    std::vector<ForeignOpener> foreignOpeners_;  // one per open, named or not
     int lastListenerID_ = 0;
     std::map<int, ControlChangeListener> controlListeners_;
     std::map<int, CaptureUseListener> useListeners_;

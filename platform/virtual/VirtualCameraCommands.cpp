@@ -17,6 +17,7 @@ struct Argument {
     const char* name;
     int64_t min, max;
     bool fourCC = false;  // four printable characters, packed with the first on top
+    bool word = false;    // a word of printable characters, kept as it is
 };
 constexpr Argument kCount{"K", 1, 1 << 30};
 constexpr Argument kMilliseconds{"MS", 0, VirtualCamera::kMaxRequestTime.count()};
@@ -27,12 +28,15 @@ constexpr Argument kValue{"VALUE", INT64_MIN, INT64_MAX};
 constexpr Argument kFourCC{"FOURCC", 0, UINT32_MAX, true};
 constexpr Argument kWidth{"WIDTH", 1, 65535};
 constexpr Argument kHeight{"HEIGHT", 1, 65535};
+constexpr Argument kPid{"PID", 1, INT32_MAX};
+constexpr Argument kName{"NAME", 0, 0, false, true};
 
 struct Grammar {
     const char* word;
     Verb verb;
     std::vector<Argument> arguments;
     bool lastOptional = false;
+    bool allOptional = false;  // the arguments are given all together or not at all
 };
 
 const std::vector<Grammar>& grammar() {
@@ -43,8 +47,8 @@ const std::vector<Grammar>& grammar() {
         {"stall", Verb::Stall, {kUnit, kSelector, kCode}, true},
         {"clear", Verb::Clear, {}},
         {"set", Verb::Set, {kUnit, kSelector, kValue}},
-        {"open", Verb::Open, {}},
-        {"close", Verb::Close, {}},
+        {"open", Verb::Open, {kPid, kName}, false, true},
+        {"close", Verb::Close, {kPid}, false, true},
         {"format", Verb::Format, {kFourCC, kWidth, kHeight}},
         {"unplug", Verb::Unplug, {}},
         {"plug", Verb::Plug, {}},
@@ -79,9 +83,9 @@ std::string usage(const Grammar& g) {
     std::string text = std::string("usage: ") + g.word + " N";
     for (size_t i = 0; i < g.arguments.size(); ++i) {
         const bool optional = g.lastOptional && i + 1 == g.arguments.size();
-        text += optional ? " [" : " ";
+        text += optional || (g.allOptional && i == 0) ? " [" : " ";
         text += g.arguments[i].name;
-        if (optional) text += ']';
+        if (optional || (g.allOptional && i + 1 == g.arguments.size())) text += ']';
     }
     return text;
 }
@@ -124,7 +128,11 @@ std::optional<CameraCommand> CameraCommand::parse(const std::string& line, std::
     if (!g) return refuse("unknown command");
     const size_t most = g->arguments.size() + 2;
     const size_t least = most - (g->lastOptional ? 1 : 0);
-    if (words.size() < least || words.size() > most) return refuse(usage(*g));
+    if (g->allOptional) {
+        if (words.size() != 2 && words.size() != most) return refuse(usage(*g));
+    } else if (words.size() < least || words.size() > most) {
+        return refuse(usage(*g));
+    }
 
     command.verb = g->verb;
     const auto camera = number(words[1]);
@@ -134,8 +142,16 @@ std::optional<CameraCommand> CameraCommand::parse(const std::string& line, std::
     for (size_t i = 0; i < g->arguments.size(); ++i) {
         const Argument& argument = g->arguments[i];
         if (i + 2 >= words.size()) {
-            command.arguments.push_back(kDefaultStallCode);  // the optional CODE
+            if (g->lastOptional) command.arguments.push_back(kDefaultStallCode);  // stall's CODE
             break;
+        }
+        if (argument.word) {
+            const std::string& word = words[i + 2];
+            if (word.size() > 64) return refuse(std::string(argument.name) + " is too long");
+            for (char c : word)
+                if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) return refuse(usage(*g));
+            command.program = word;
+            continue;
         }
         if (argument.fourCC) {
             const std::string& code = words[i + 2];
@@ -186,10 +202,13 @@ std::string CameraCommand::applyTo(VirtualCamera& camera) const {
             camera.setByAnotherProgram(byte(0), byte(1), arguments.at(2), &error);
             break;
         case Verb::Open:
-            if (!camera.openByAnotherProgram()) error = "the camera is gone";
+            if (!camera.openByAnotherProgram(arguments.empty() ? 0 : arguments.at(0), program))
+                error = "the camera is gone";
             break;
         case Verb::Close:
-            if (!camera.closeByAnotherProgram()) error = "no other program has it open";
+            if (!camera.closeByAnotherProgram(arguments.empty() ? 0 : arguments.at(0)))
+                error = arguments.empty() ? "no other program has it open"
+                                          : "no program with that pid has it open";
             break;
         case Verb::Format:
             camera.streamFormatByAnotherProgram(static_cast<uint32_t>(arguments.at(0)),

@@ -12,7 +12,9 @@
 //   set N UNIT SELECTOR VALUE     another program writes the control: clamped or refused as the
 //                                 host's own write would be, and told as a change behind the
 //                                 host's back
-//   open N | close N              another program opens / closes camera N's capture node
+//   open N [PID NAME]             another program opens camera N's capture node; with PID and
+//                                 NAME (one word) it is named as one of the camera's users
+//   close N [PID]                 another program closes it: the opener PID, else the last one
 //   format N FOURCC WIDTH HEIGHT  another program's stream sets the capture node's format (one
 //                                 the descriptors declare, e.g. "format 1 YUY2 640 480")
 //   unplug N | plug N | quit      carried out by the program itself, where it can
@@ -48,6 +50,7 @@ struct CameraCommand {
     Verb verb = Verb::Quit;
     int camera = 0;                  // from 1; 0 for quit
     std::vector<int64_t> arguments;  // after the camera number (stall's CODE filled in)
+    std::string program;             // open's NAME
 
     // One line; nullopt with *error set to a short reason.
     static std::optional<CameraCommand> parse(const std::string& line, std::string* error);

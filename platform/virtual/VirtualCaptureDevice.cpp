@@ -90,6 +90,18 @@ void VirtualCaptureDevice::stopTellingFormats() {
     formatChannel_.reset();
 }
 
+std::vector<platform::CameraUser> VirtualCaptureDevice::captureUsers() const {
+    std::vector<platform::CameraUser> users;
+    for (const VirtualCamera::ForeignOpener& opener : camera_->foreignOpeners()) {
+        if (opener.pid == 0 && opener.program.empty()) continue;
+        platform::CameraUser user;
+        user.pid = opener.pid;
+        user.program = QString::fromStdString(opener.program);
+        users.push_back(user);
+    }
+    return users;
+}
+
 bool VirtualCaptureDevice::setCaptureUseObserver(platform::CaptureUseObserver* observer) {
     stopTellingUse();
     if (!observer) return true;

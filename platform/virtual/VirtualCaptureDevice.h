@@ -7,7 +7,8 @@
 // format set by another program is told to the format observer. Its streams play the camera's test
 // patterns (platform/virtual/VirtualFramePlayer.h); a camera defined with an "audio" key has a
 // microphone that plays a tone (platform/virtual/VirtualAudioDevice.h). Other programs' opens of
-// the camera (VirtualCamera::openByAnotherProgram) are told to the capture-use observer.
+// the camera (VirtualCamera::openByAnotherProgram) are told to the capture-use observer, and the
+// named ones are its capture users.
 
 #include <memory>
 
@@ -43,6 +44,9 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
         return player_->createStream();
     }
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
+    // The named openers (VirtualCamera::openByAnotherProgram with a pid or a name), in the order
+    // they opened the camera; unnamed opens count but name nobody.
+    std::vector<platform::CameraUser> captureUsers() const override;
     // Each format another program's stream sets, on the registering thread's event loop.
     bool setFormatObserver(platform::CaptureFormatObserver* observer) override;
     std::shared_ptr<platform::CaptureDevice> soundInputDevice() const override { return audio_; }

@@ -1,6 +1,8 @@
 // The application's session-bus object and single instance, on a private bus.
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include <QDBusArgument>
 #include <QDBusConnection>
 #include <QDBusMessage>
@@ -40,6 +42,20 @@ class FakeController : public ScriptingTarget {
             if (!known) return reply(std::nullopt);
             reply(QVariantMap{{"Brightness", qint64(12)}, {"Gain", qint64(3)}});
         });
+    }
+    // Answers from another thread, as a camera's session may.
+    void cameraUsers(const QString& uniqueID, UsersReply reply) override {
+        std::thread([reply, known = uniqueID == list[0].uniqueID] {
+            if (!known) return reply(std::nullopt);
+            platform::CameraUser chromium, stranger;
+            chromium.pid = 4242;
+            chromium.program = "chromium";
+            chromium.applicationId = "org.chromium.Chromium";
+            stranger.pid = 77;
+            stranger.program = "secret";
+            stranger.otherUser = true;
+            reply(std::vector<platform::CameraUser>{chromium, stranger});
+        }).detach();
     }
 };
 
@@ -157,6 +173,20 @@ TEST_F(Bus, ScriptsListCamerasApplyProfilesAndShowOrHideThePanel) {
     const QVariantMap map = qdbus_cast<QVariantMap>(values.arguments().at(0));
     EXPECT_EQ(map.value("Brightness").toLongLong(), 12);
     EXPECT_EQ(call("GetControlValues", {"2"}).errorName(), "org.orvella.Orvella.Error.Failed");
+
+    // Who uses a camera: (pid, program, application id); another user's program unnamed.
+    const QDBusMessage users = call("GetCameraUsers", {"1"});
+    ASSERT_EQ(users.type(), QDBusMessage::ReplyMessage) << users.errorMessage().toStdString();
+    EXPECT_EQ(users.signature(), "a(uss)");
+    const auto list = qdbus_cast<BusCameraUserList>(users.arguments().at(0));
+    ASSERT_EQ(list.size(), 2);
+    EXPECT_EQ(list[0].pid, 4242u);
+    EXPECT_EQ(list[0].program, "chromium");
+    EXPECT_EQ(list[0].applicationId, "org.chromium.Chromium");
+    EXPECT_EQ(list[1].pid, 0u);
+    EXPECT_EQ(list[1].program, "another user's program");
+    EXPECT_EQ(call("GetCameraUsers", {"2"}).errorName(), "org.orvella.Orvella.Error.Failed");
+    EXPECT_EQ(call("GetCameraUsers", {"9"}).errorName(), "org.orvella.Orvella.Error.NoSuchCamera");
 
     controller.list.clear();
     EXPECT_TRUE(call("ApplyProfile", {"", "Evening"}).errorMessage().contains("no camera"));

@@ -95,6 +95,7 @@ struct Controller : ::testing::Test {
         return run;
     }
     void TearDown() override { stop(); }
+    SettingsGuardOptions guardOptions;  // the guard's limits for start()
 
     void start() {
         defaults = std::make_unique<settings::DefaultsStore>(storePath());
@@ -103,6 +104,7 @@ struct Controller : ::testing::Test {
         options.trayAvailable = [] { return true; };
         options.timing = {20, 0, 40};
         options.popoverDelayMs = 0;
+        options.guard = guardOptions;
         orvella = std::make_unique<Orvella>(*defaults, cameras, nullptr, options);
         discovery = std::make_unique<CameraDiscovery>(platform.platform(&clock), platform.capture(),
                                                       cameras, *orvella);

@@ -11,6 +11,7 @@
 #include "platform/UvcProtocol.h"
 #include "platform/UvcRequest.h"
 #include "platform/virtual/VirtualCameraCommands.h"
+#include "platform/virtual/VirtualCaptureDevice.h"
 #include "support/VirtualRig.h"
 
 namespace orvella::virtualcam {
@@ -36,7 +37,9 @@ TEST(CameraCommands, GoodCommandsParse) {
         {"slow 1 0", Verb::Slow, 1, {0}},
         {"clear 1", Verb::Clear, 1, {}},
         {"open 1", Verb::Open, 1, {}},
+        {"open 1 4242 chromium", Verb::Open, 1, {4242}},
         {"close\t1", Verb::Close, 1, {}},
+        {"close 1 4242", Verb::Close, 1, {4242}},
         {"format 1 MJPG 1280 720", Verb::Format, 1, {0x4D4A5047, 1280, 720}},
         {"unplug 2", Verb::Unplug, 2, {}},
         {"quit", Verb::Quit, 0, {}},
@@ -67,7 +70,12 @@ TEST(CameraCommands, NonsenseIsRefusedWithAReason) {
         {"slow 1", "usage: slow N MS"},
         {"slow 1 -1", "MS must be 0..60000"},
         {"slow 1 60001", "MS must be 0..60000"},
-        {"open", "usage: open N"},
+        {"open", "usage: open N [PID NAME]"},
+        {"open 1 4242", "usage: open N [PID NAME]"},
+        {"open 1 chromium 4242", "usage: open N [PID NAME]"},
+        {"open 1 0 chromium", "PID must be 1..2147483647"},
+        {"open 1 4242 chromium extra", "usage: open N [PID NAME]"},
+        {"close 1 x", "usage: close N [PID]"},
         {"open 0", "no such camera"},
         {"open -1", "no such camera"},
         {"close 4294967297", "no such camera"},
@@ -126,6 +134,8 @@ TEST_F(Runner, RunsCompleteLinesOnTheirCameraAndConfirmsEach) {
     cameras[0]->vanish();
     feed("open 1\n");
     EXPECT_EQ(confirmations.back(), "error: open 1: the camera is gone");
+    ASSERT_TRUE(CameraCommand::parse("open 1 7 chromium", nullptr));
+    EXPECT_EQ(CameraCommand::parse("open 1 7 chromium", nullptr)->program, "chromium");
 
     // Another program's stream sets a format the camera declares.
     feed("format 2 MJPG 1280 720\nformat 2 MJPG 320 240\n");
@@ -134,6 +144,27 @@ TEST_F(Runner, RunsCompleteLinesOnTheirCameraAndConfirmsEach) {
               "error: format 2 MJPG 320 240: the camera offers no such format and size");
     ASSERT_TRUE(cameras[1]->formatSetByAnotherProgram());
     EXPECT_EQ(cameras[1]->formatSetByAnotherProgram()->width, 1280);
+}
+
+TEST_F(Runner, NamedOpenersAreTheCaptureDevicesUsersUntilTheyClose) {
+    QString error;
+    const auto device = VirtualCaptureDevice::create(cameras[0], &error);
+    ASSERT_TRUE(device) << error.toStdString();
+    feed("open 1\nopen 1 101 chromium\nopen 1 202 obs\n");
+    EXPECT_EQ(cameras[0]->foreignOpens(), 3);
+    auto users = device->captureUsers();
+    ASSERT_EQ(users.size(), 2u);  // the unnamed open counts but names nobody
+    EXPECT_EQ(users[0].pid, 101);
+    EXPECT_EQ(users[0].program, "chromium");
+    EXPECT_EQ(users[1].program, "obs");
+
+    // A close with a pid ends that opener's open; without one, the last open.
+    feed("close 1 101\nclose 1 101\nclose 1\n");
+    EXPECT_EQ(confirmations.at(confirmations.size() - 2),
+              "error: close 1 101: no program with that pid has it open");
+    users = device->captureUsers();
+    EXPECT_TRUE(users.empty());
+    EXPECT_EQ(cameras[0]->foreignOpens(), 1);
 }
 
 TEST_F(Runner, AnOverlongOrBinaryLineIsOneErrorAndTheNextLineRuns) {

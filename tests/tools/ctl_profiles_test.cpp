@@ -291,3 +291,38 @@ TEST(OrvellaCtlProfiles, BadInputIsOneLineAndANonZeroExit) {
 
 }  // namespace
 }  // namespace orvella
+
+namespace orvella {
+namespace {
+
+// orvellactl lock on a camera in aperture priority: the mode goes manual, the exposure time it
+// found is written after the switch and read back, and the result is the model's last state.
+TEST(OrvellaCtlLock, LocksWhatTheAutomaticModeFoundAsTheLastState) {
+    struct Ctl ctl;
+    const QString log = ctl.home.filePath("requests.log");
+    const CtlRun run =
+        ctl({"--virtual", cameraFixture("generic.json"), "lock", "1", "--request-log", log});
+    EXPECT_EQ(run.exitCode, 0) << run.err.toStdString();
+    EXPECT_TRUE(run.out.contains("AutoExposureMode: manual")) << run.out.toStdString();
+    EXPECT_TRUE(run.out.contains("ExposureTimeAbsolute = 250")) << run.out.toStdString();
+    // Each mode first, then what it found: exposure (manual, time 250 and gain 0), white balance
+    // (off, 4600 K), focus (off, 0).
+    EXPECT_EQ(setCurLines(fileLines(log)), (QStringList{
+                                               "1 21 01 0200 0100 1 01 ok",
+                                               "1 21 01 0400 0100 4 fa000000 ok",
+                                               "1 21 01 0400 0200 2 0000 ok",
+                                               "1 21 01 0b00 0200 1 00 ok",
+                                               "1 21 01 0a00 0200 2 f811 ok",
+                                               "1 21 01 0800 0100 1 00 ok",
+                                               "1 21 01 0600 0100 2 0000 ok",
+                                           }));
+    DefaultsStore after(ctl.prefsFile());
+    ProfileStore profiles(after);
+    const auto last = profiles.appDefaultRecord("UVC Camera VendorID_7531 ProductID_258");
+    ASSERT_TRUE(last);
+    EXPECT_EQ(last->value("AutoExposureMode").toInt(), 1);
+    EXPECT_EQ(last->value("ExposureTimeAbsolute").toInt(), 250);
+}
+
+}  // namespace
+}  // namespace orvella

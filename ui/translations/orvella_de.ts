@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>%1 automatisch</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>Ein anderes Programm</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>Das Programm eines anderen Benutzers</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>vor %1 s</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>vor %1 min</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 hat %3 %2 Einstellungen geändert – wiederhergestellt</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 hat %2 eine Einstellung geändert – wiederhergestellt</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 hat %2 die Kamera geöffnet – wiederhergestellt</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 hat %2 die Kamera geöffnet – Profil „%3“ angewendet</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 hat %2 die Kamera freigegeben – wiederhergestellt</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 setzt die Einstellungen der Kamera bei jedem Start der Kamera zurück. Mit --enable-features=WebRtcPipeWireCamera gestartet, nutzt es die Kamera über PipeWire und lässt sie unverändert.</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>Nicht mehr anzeigen</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>Für</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>Alle anderen Programme</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>Meine Einstellungen behalten</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>Profil anwenden</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>Kamera in Ruhe lassen</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Bild festhalten</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Bild festgehalten: die Automatiken sind jetzt manuell</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Bild festgehalten, aber dies hat nicht gehalten: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nichts festzuhalten: keine Automatik ist an</translation>
+    </message>
 </context>
 </TS>

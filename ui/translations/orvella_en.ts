@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>Automatic %1</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>Another program</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>Another user's program</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>%1 s ago</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>%1 min ago</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 changed %2 controls %3 — restored</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 changed a control %2 — restored</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 opened the camera %2 — restored</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 opened the camera %2 — profile “%3” applied</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 let go of the camera %2 — restored</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 resets the camera's controls each time it starts the camera. Started with --enable-features=WebRtcPipeWireCamera it uses the camera through PipeWire and leaves them alone.</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>Don't Show Again</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>For</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>Every other program</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>Keep my settings</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>Apply profile</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>Leave the camera alone</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Lock the Look</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Look locked: the automatic modes are manual now</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Look locked, but these did not stick: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nothing to lock: no automatic mode is on</translation>
+    </message>
 </context>
 </TS>

@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>%1 automático</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>Otro programa</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>El programa de otro usuario</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>hace %1 s</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>hace %1 min</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 cambió %2 controles %3 — restaurados</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 cambió un control %2 — restaurado</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 abrió la cámara %2 — restaurado</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 abrió la cámara %2 — perfil «%3» aplicado</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 dejó la cámara %2 — restaurado</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 restablece los controles de la cámara cada vez que la inicia. Iniciado con --enable-features=WebRtcPipeWireCamera usa la cámara a través de PipeWire y no los toca.</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>No volver a mostrar</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>Para</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>Todos los demás programas</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>Mantener mis ajustes</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>Aplicar perfil</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>No tocar la cámara</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Fijar la imagen</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Imagen fijada: los modos automáticos ahora son manuales</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Imagen fijada, pero esto no se mantuvo: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nada que fijar: ningún modo automático está activo</translation>
+    </message>
 </context>
 </TS>

@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>%1 automatique</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>Un autre programme</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>Le programme d'un autre utilisateur</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>il y a %1 s</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>il y a %1 min</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 a modifié %2 réglages %3 — rétablis</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 a modifié un réglage %2 — rétabli</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 a ouvert la caméra %2 — réglages rétablis</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 a ouvert la caméra %2 — profil « %3 » appliqué</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 a libéré la caméra %2 — réglages rétablis</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 réinitialise les réglages de la caméra à chaque démarrage de la caméra. Lancé avec --enable-features=WebRtcPipeWireCamera, il passe par PipeWire et n'y touche plus.</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>Ne plus afficher</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>Pour</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>Tous les autres programmes</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>Garder mes réglages</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>Appliquer le profil</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>Ne pas toucher à la caméra</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Figer l'image</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Image figée : les modes automatiques sont désormais manuels</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Image figée, mais ceci n'a pas tenu : %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Rien à figer : aucun mode automatique n'est actif</translation>
+    </message>
 </context>
 </TS>

@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>%1 automatico</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>Un altro programma</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>Il programma di un altro utente</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>%1 s fa</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>%1 min fa</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 ha cambiato %2 controlli %3 — ripristinati</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 ha cambiato un controllo %2 — ripristinato</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 ha aperto la videocamera %2 — ripristinato</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 ha aperto la videocamera %2 — profilo «%3» applicato</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 ha rilasciato la videocamera %2 — ripristinato</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 reimposta i controlli della videocamera ogni volta che la avvia. Avviato con --enable-features=WebRtcPipeWireCamera usa la videocamera tramite PipeWire e non li tocca.</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>Non mostrare più</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>Per</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>Tutti gli altri programmi</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>Mantieni le mie impostazioni</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>Applica profilo</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>Non toccare la videocamera</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Blocca l'immagine</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Immagine bloccata: le modalità automatiche ora sono manuali</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Immagine bloccata, ma questo non è stato mantenuto: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Niente da bloccare: nessuna modalità automatica è attiva</translation>
+    </message>
 </context>
 </TS>

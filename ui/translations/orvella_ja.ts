@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>%1（自動）</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>別のプログラム</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>別のユーザーのプログラム</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>%1 秒前</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>%1 分前</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 が %3 に %2 個の設定を変更しました — 復元しました</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 が %2 に設定を変更しました — 復元しました</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 が %2 にカメラを開きました — 復元しました</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 が %2 にカメラを開きました — プロファイル「%3」を適用しました</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 が %2 にカメラを解放しました — 復元しました</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 はカメラを開始するたびにカメラの設定をリセットします。--enable-features=WebRtcPipeWireCamera を付けて起動すると PipeWire 経由でカメラを使い、設定を変更しません。</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>今後表示しない</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>対象</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>その他のすべてのプログラム</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>自分の設定を維持</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>プロファイルを適用</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>カメラに触れない</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>見た目を固定</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>見た目を固定しました: 自動モードは手動になりました</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>見た目を固定しましたが、次は保持されませんでした: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>固定するものはありません: 自動モードはオフです</translation>
+    </message>
 </context>
 </TS>

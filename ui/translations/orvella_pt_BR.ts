@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>%1 automático</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>Outro programa</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>O programa de outro usuário</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>há %1 s</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>há %1 min</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 alterou %2 controles %3 — restaurados</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 alterou um controle %2 — restaurado</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 abriu a câmera %2 — restaurado</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 abriu a câmera %2 — perfil “%3” aplicado</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 liberou a câmera %2 — restaurado</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 redefine os controles da câmera sempre que a inicia. Iniciado com --enable-features=WebRtcPipeWireCamera, ele usa a câmera pelo PipeWire e não os altera.</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>Não mostrar novamente</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>Para</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>Todos os outros programas</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>Manter minhas configurações</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>Aplicar perfil</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>Não mexer na câmera</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>Fixar a imagem</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>Imagem fixada: os modos automáticos agora são manuais</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>Imagem fixada, mas isto não se manteve: %1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>Nada a fixar: nenhum modo automático está ativo</translation>
+    </message>
 </context>
 </TS>

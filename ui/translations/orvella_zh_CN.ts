@@ -418,5 +418,85 @@
         <source>Auto_Control</source>
         <translation>自动%1</translation>
     </message>
+    <message>
+        <source>AnotherProgram</source>
+        <translation>另一个程序</translation>
+    </message>
+    <message>
+        <source>AnotherUsersProgram</source>
+        <translation>另一用户的程序</translation>
+    </message>
+    <message>
+        <source>SecondsAgo</source>
+        <translation>%1 秒前</translation>
+    </message>
+    <message>
+        <source>MinutesAgo</source>
+        <translation>%1 分钟前</translation>
+    </message>
+    <message>
+        <source>WhoChangedControls</source>
+        <translation>%1 在 %3 更改了 %2 项设置 — 已恢复</translation>
+    </message>
+    <message>
+        <source>WhoChangedOneControl</source>
+        <translation>%1 在 %2 更改了一项设置 — 已恢复</translation>
+    </message>
+    <message>
+        <source>WhoOpenedCamera</source>
+        <translation>%1 在 %2 打开了摄像头 — 已恢复</translation>
+    </message>
+    <message>
+        <source>WhoGotProfile</source>
+        <translation>%1 在 %2 打开了摄像头 — 已应用配置“%3”</translation>
+    </message>
+    <message>
+        <source>WhoLetGo</source>
+        <translation>%1 在 %2 释放了摄像头 — 已恢复</translation>
+    </message>
+    <message>
+        <source>ChromiumPipeWireNote</source>
+        <translation>%1 每次启动摄像头时都会重置摄像头设置。使用 --enable-features=WebRtcPipeWireCamera 启动时，它会通过 PipeWire 使用摄像头，不再更改设置。</translation>
+    </message>
+    <message>
+        <source>DismissNote</source>
+        <translation>不再显示</translation>
+    </message>
+    <message>
+        <source>RuleForProgram</source>
+        <translation>对于</translation>
+    </message>
+    <message>
+        <source>EveryOtherProgram</source>
+        <translation>其他所有程序</translation>
+    </message>
+    <message>
+        <source>RuleKeepMySettings</source>
+        <translation>保留我的设置</translation>
+    </message>
+    <message>
+        <source>RuleApplyProfile</source>
+        <translation>应用配置</translation>
+    </message>
+    <message>
+        <source>RuleLeaveAlone</source>
+        <translation>不干预摄像头</translation>
+    </message>
+    <message>
+        <source>LockTheLook</source>
+        <translation>锁定画面</translation>
+    </message>
+    <message>
+        <source>LookLocked</source>
+        <translation>画面已锁定：自动模式现为手动</translation>
+    </message>
+    <message>
+        <source>LookNotStuck</source>
+        <translation>画面已锁定，但以下未生效：%1</translation>
+    </message>
+    <message>
+        <source>NothingToLock</source>
+        <translation>无需锁定：没有开启自动模式</translation>
+    </message>
 </context>
 </TS>
