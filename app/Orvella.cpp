@@ -107,6 +107,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
     connect(tray_.get(), &TrayPart::panelClosing, this, &Orvella::endSheet);
     preferencesPart_ =
         std::make_unique<PreferencesPart>(preferences_, defaults_, *panel_, *tray_, timer_, guard_);
+    makePreview();
     cameras_.setUserNames(settings::userCameraNames(defaults_));
     wirePanel();
     wireMenu();
@@ -121,6 +122,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
                     CameraSession* camera = cameras_.at(row);
                     if (!camera) continue;
                     panel_->forgetCamera(camera);
+                    if (camera == preview_->camera()) preview_->setCamera(nullptr);
                     stopFollowingFormats(camera);
                     // Its following ends with the session, which the list closes.
                     guard_.forget(camera);
@@ -279,6 +281,7 @@ void Orvella::applicationDidFinishLaunching() {
     preferences_.startUp(profiles_);
     profiles_.watchForOtherProcesses();
     preferencesPart_->showStored();
+    preview_->showStored();
     tray_->setPanelOn(preferences_.panelOn());
 
     if (discovery_) discovery_->registerDeviceCallbackHandler();
@@ -393,6 +396,7 @@ void Orvella::followCameras(int first, int last) {
                 [this, camera, publish](int foreignOpens) {
                     publish([this, camera, foreignOpens] {
                         guard_.captureUseChanged(camera, foreignOpens);
+                        preview_->captureUseChanged(camera, foreignOpens);
                     });
                 });
         });
@@ -524,12 +528,14 @@ void Orvella::systemWillSleep() {
     defaults_.flush();
     timer_.systemWillSleep();
     guard_.systemWillSleep();
+    preview_->systemWillSleep();
 }
 
 void Orvella::systemDidWake() {
     NSLog("System woke: the timer starts again shortly");
     timer_.systemDidWake();
     guard_.systemDidWake();
+    preview_->systemDidWake();
 }
 
 }  // namespace orvella::app

@@ -119,6 +119,12 @@ class QTCameraCapture final : public QObject,
     platform::FramePtr currentImageBuffer() const;
     // Whether the watchdog is running.
     bool watchdogActive() const { return timerCheckStream_ != nullptr; }
+    // Whether the preview first asks the device for a stream that shares the camera with other
+    // programs (CaptureDevice::createSharedStream), taking the exclusive one only when there is
+    // none. Off unless set; read when the preview starts.
+    void setPreferSharedStream(bool prefer) { preferShared_ = prefer; }
+    // The running preview shares the camera: other programs get it too, nobody need yield.
+    bool sharesCamera() const { return sharesCamera_; }
     // Seconds between watchdog checks (2.0 unless a test changes it).
     void setWatchdogInterval(std::chrono::milliseconds interval) { watchdogInterval_ = interval; }
     // Why the stream could not be opened or why it ended, if it did.
@@ -135,6 +141,8 @@ class QTCameraCapture final : public QObject,
   signals:
     // The preview stopped (stopPreview): no frame-rate report follows until the next start.
     void sessionStopped();
+    // The stream ended by itself (the device went away or failed); on this object's thread.
+    void streamEnded(IOReturn status, const QString& reason);
 
   private:
     void streamDidOutputFrame(const platform::FramePtr& frame) override { captureOutput(frame); }
@@ -158,6 +166,8 @@ class QTCameraCapture final : public QObject,
     PreviewView* captureView_ = nullptr;  // read by the capture thread while the stream runs
     std::unique_ptr<platform::CaptureStream> captureSession_;
     bool sessionOpen_ = false;
+    bool preferShared_ = false;
+    bool sharesCamera_ = false;
     bool sessionRunning_ = false;
     platform::CaptureDevice* audioCaptureDeviceInput_ = nullptr;
     std::unique_ptr<platform::AudioCaptureSource> audioSource_;  // delivers on its own thread

@@ -27,6 +27,8 @@ inline constexpr QLatin1StringView kHideMenuBarIcon{"Hide Menu Bar Icon"};
 // and how long (milliseconds) the other program's changes must have settled first.
 inline constexpr QLatin1StringView kGuardSettings{"GuardSettings"};
 inline constexpr QLatin1StringView kGuardSettleTime{"GuardSettleTime"};
+// Whether the panel shows the current camera's live picture (on unless switched off).
+inline constexpr QLatin1StringView kShowPreview{"Show preview"};
 // The names the user gave cameras: a dictionary from unique identifier to name.
 inline constexpr QLatin1StringView kCameraNames{"Camera Names"};
 

@@ -17,6 +17,7 @@
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Localization.h"
 #include "ui/PreferencesPage.h"
+#include "ui/PreviewArea.h"
 #include "ui/ProfileBox.h"
 
 namespace orvella::ui {
@@ -28,6 +29,7 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     preferences_ = new PreferencesPage();
     profileBox_ = new ProfileBox();
     placeRooms();
+    preview_ = std::make_unique<PreviewArea>(*ui_);
     clearFPS();  // until a capture session reports a rate
     wireActions();
     localize();
@@ -123,6 +125,7 @@ void ControlPanel::wireActions() {
 void ControlPanel::localize() {
     Ui::ControlPanel& ui = *ui_;
     window_->setWindowTitle(nameFormat("Control_Panel_Title"));
+    if (preview_) preview_->localize();
     ui.mTabView->setTabText(ui.mTabView->indexOf(controls_->basicPage()), localized("Basic"));
     ui.mTabView->setTabText(ui.mTabView->indexOf(controls_->advancedPage()), localized("Advanced"));
     ui.mTabView->setTabText(ui.mTabView->indexOf(preferences_), localized("Preferences"));

@@ -37,6 +37,7 @@ class CaptureDevice;
 namespace orvella::ui {
 
 class PreferencesPage;
+class PreviewArea;
 class ProfileBox;
 
 class ControlPanel : public QObject {
@@ -63,6 +64,8 @@ class ControlPanel : public QObject {
     CameraControlsPage& controls() { return *controls_; }
     ProfileBox& profileBox() { return *profileBox_; }
     PreferencesPage& preferencesPage() { return *preferences_; }
+    // The live preview above the controls (its owner decides when it runs).
+    PreviewArea& preview() { return *preview_; }
 
     ControlPanelDelegate* delegate() const { return delegate_; }
     void setDelegate(ControlPanelDelegate* delegate) { delegate_ = delegate; }
@@ -195,6 +198,7 @@ class ControlPanel : public QObject {
     std::unique_ptr<CameraControlsPage> controls_;
     ProfileBox* profileBox_ = nullptr;
     PreferencesPage* preferences_ = nullptr;
+    std::unique_ptr<PreviewArea> preview_;
     std::unique_ptr<Outlets> outlets_;
     ControlPanelDelegate* delegate_ = nullptr;
 

@@ -65,6 +65,7 @@ void PreferencesPage::wireActions() {
     connect(ui.mPopGuardSettleTime, &QComboBox::activated, this, [this](int index) {
         emit selectGuardSettleTime(intervalTag(ui_->mPopGuardSettleTime, index));
     });
+    connect(ui.mBtnShowPreview, &QCheckBox::clicked, this, &PreferencesPage::clickShowPreview);
     connect(ui.mBtnReadIntervalInfo, &QToolButton::clicked, this,
             &PreferencesPage::clickReadIntervalInfo);
     connect(ui.mBtnWriteIntervalInfo, &QToolButton::clicked, this,
@@ -87,6 +88,8 @@ void PreferencesPage::localize() {
     ui.mBtnGuardSettings->setText(localized("KeepMySettings"));
     ui.mTxtGuardSettleTime->setText(localized("GuardSettleTime"));
     ui.mTxtReconfigureWebcamNote->setText(nameFormat("ReconfigureWebcamGuardNote"));
+    ui.mBoxPreviewSettings->setTitle(localized("PreviewSettings"));
+    ui.mBtnShowPreview->setText(localized("ShowPreview"));
     // Icon buttons: the text is the tool tip, and what shows if the image is missing.
     for (QToolButton* button : {ui.mBtnReadIntervalInfo, ui.mBtnWriteIntervalInfo}) {
         button->setToolTip(localized("Interval_Info"));
@@ -129,6 +132,14 @@ void PreferencesPage::showGuardSettings(bool on, int settleMs) {
     selectOrAddInterval(ui_->mPopGuardSettleTime, settleMs,
                         QString::number(settleMs / 1000.0) + QStringLiteral(" s"));
     ui_->mTxtReconfigureWebcamNote->setVisible(on);
+}
+
+}  // namespace orvella::ui
+
+namespace orvella::ui {
+
+void PreferencesPage::showShowPreview(bool on) {
+    ui_->mBtnShowPreview->setChecked(on);
 }
 
 }  // namespace orvella::ui

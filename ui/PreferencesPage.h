@@ -36,6 +36,8 @@ class PreferencesPage : public QWidget {
     // The guard's state and settle time; while it is on, the re-send box says that its blind
     // re-send is not needed.
     void showGuardSettings(bool on, int settleMs);
+    // Whether the panel shows the current camera's live picture.
+    void showShowPreview(bool on);
 
     // The tag of each item of an interval pop-up (the stored preference values).
     static int intervalTag(const QComboBox* pop, int index);
@@ -51,6 +53,7 @@ class PreferencesPage : public QWidget {
     void clickWriteIntervalInfo();
     void clickGuardSettings(bool on);
     void selectGuardSettleTime(int milliseconds);
+    void clickShowPreview(bool on);
 
   private:
     void wireActions();

@@ -173,12 +173,15 @@ class VirtualCaptureStream final : public platform::CaptureStream {
                         "the camera is streaming to another program",
                         "close the other program that uses the camera");
         open_ = true;
+        std::lock_guard lock(mutex_);
+        player_->noteFormat(this, format_);
         return kIOReturnSuccess;
     }
 
     void setFormat(const platform::StreamFormat& format) override {
         std::lock_guard lock(mutex_);
         format_ = player_->choose(format);
+        player_->noteFormat(this, format_);
     }
 
     IOReturn start(platform::CaptureStreamClient* client) override {
@@ -370,6 +373,22 @@ bool VirtualFramePlayer::claim(const void* stream) {
 void VirtualFramePlayer::release(const void* stream) {
     std::lock_guard lock(mutex_);
     if (holder_ == stream) holder_ = nullptr;
+}
+
+void VirtualFramePlayer::noteFormat(const void* stream, const OfferedFormat& format) {
+    std::lock_guard lock(mutex_);
+    if (holder_ == stream) holderFormat_ = format;
+}
+
+bool VirtualFramePlayer::held() const {
+    std::lock_guard lock(mutex_);
+    return holder_ != nullptr;
+}
+
+std::optional<OfferedFormat> VirtualFramePlayer::heldFormat() const {
+    std::lock_guard lock(mutex_);
+    if (!holder_) return std::nullopt;
+    return holderFormat_;
 }
 
 std::optional<std::pair<int32_t, int32_t>> VirtualFramePlayer::takeSizeChange() {

@@ -418,5 +418,29 @@
         <source>Auto_Control</source>
         <translation>Automatic %1</translation>
     </message>
+    <message>
+        <source>PreviewFormat</source>
+        <translation>Preview</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Some frames cannot be shown</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>In use by another program</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>No picture from the camera</translation>
+    </message>
+    <message>
+        <source>PreviewSettings</source>
+        <translation>Preview</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Show preview</translation>
+    </message>
 </context>
 </TS>

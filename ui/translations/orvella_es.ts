@@ -418,5 +418,29 @@
         <source>Auto_Control</source>
         <translation>%1 automático</translation>
     </message>
+    <message>
+        <source>PreviewFormat</source>
+        <translation>Vista previa</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Algunos fotogramas no se pueden mostrar</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>En uso por otro programa</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>La cámara no envía imagen</translation>
+    </message>
+    <message>
+        <source>PreviewSettings</source>
+        <translation>Vista previa</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Mostrar vista previa</translation>
+    </message>
 </context>
 </TS>

@@ -418,5 +418,29 @@
         <source>Auto_Control</source>
         <translation>%1 automatique</translation>
     </message>
+    <message>
+        <source>PreviewFormat</source>
+        <translation>Aperçu</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Certaines images ne peuvent pas être affichées</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>Utilisée par un autre programme</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>Aucune image de la caméra</translation>
+    </message>
+    <message>
+        <source>PreviewSettings</source>
+        <translation>Aperçu</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Afficher l’aperçu</translation>
+    </message>
 </context>
 </TS>

@@ -418,5 +418,29 @@
         <source>Auto_Control</source>
         <translation>%1 automatico</translation>
     </message>
+    <message>
+        <source>PreviewFormat</source>
+        <translation>Anteprima</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Alcuni fotogrammi non possono essere mostrati</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>In uso da un altro programma</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>Nessuna immagine dalla fotocamera</translation>
+    </message>
+    <message>
+        <source>PreviewSettings</source>
+        <translation>Anteprima</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Mostra anteprima</translation>
+    </message>
 </context>
 </TS>

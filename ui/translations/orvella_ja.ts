@@ -418,5 +418,29 @@
         <source>Auto_Control</source>
         <translation>%1（自動）</translation>
     </message>
+    <message>
+        <source>PreviewFormat</source>
+        <translation>プレビュー</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>一部のフレームを表示できません</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>別のプログラムが使用中</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>カメラから映像が届きません</translation>
+    </message>
+    <message>
+        <source>PreviewSettings</source>
+        <translation>プレビュー</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>プレビューを表示</translation>
+    </message>
 </context>
 </TS>

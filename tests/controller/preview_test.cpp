@@ -1,0 +1,178 @@
+// The panel's live preview of the current camera, against virtual cameras: frames reach the
+// panel while it is shown and stop when it is hidden, the preference is off or the machine
+// sleeps; the camera is given up to another program that opens it or streams from it, and taken
+// again when that program lets go; the format pop-up changes what the camera streams; a camera
+// that vanishes mid-stream leaves a note and a working panel.
+
+#include <QComboBox>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QLabel>
+#include <QStackedWidget>
+
+#include "app/PreviewPart.h"
+#include "tests/controller/ControllerRig.h"
+#include "ui/CapturePreview.h"
+#include "ui/Localization.h"
+#include "ui/PreviewArea.h"
+
+namespace orvella::app {
+namespace {
+
+using namespace rig;
+using State = PreviewPart::State;
+
+struct Preview : Controller {
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> device;
+
+    void plugAndStart(const char* name = "generic.json") {
+        plug(fixture(name), &device);
+        start();
+    }
+    PreviewPart& preview() { return orvella->preview(); }
+    ui::CapturePreview* view() { return orvella->panel().preview().view(); }
+    bool waitFor(const std::function<bool()>& condition, int ms = 10000) {
+        return QTest::qWaitFor(
+            [&] {
+                CameraSession::settleAll(100);
+                return condition();
+            },
+            ms);
+    }
+    // Frames painted in the panel from now on.
+    bool framesArrive(int count = 3) {
+        const int64_t before = view()->framesShown();
+        return waitFor([&] { return view()->framesShown() >= before + count; });
+    }
+    // The camera is free: a stream of another program could open it now.
+    bool cameraFree() { return !device->player().held(); }
+    QString note() { return orvella->panel().preview().note(); }
+};
+
+TEST_F(Preview, FramesReachThePanelWhileItIsShownAndStopWithIt) {
+    plugAndStart();
+    ASSERT_TRUE(orvella->isPanelVisible());
+    ASSERT_TRUE(waitFor([&] { return preview().state() == State::Running; }));
+    EXPECT_TRUE(framesArrive());
+    EXPECT_FALSE(device->player().heldFormat() == std::nullopt);
+    // The measured rate shows on the bottom line; the picture is decoded at about its size.
+    ASSERT_TRUE(waitFor([&] { return !ui().mTxtFPS->isHidden(); }));
+    EXPECT_GT(ui().mTxtFPS->text().toInt(), 0);
+    EXPECT_LE(view()->decodedSize().height(), 2 * view()->height());
+
+    // Hidden: the stream stops, the camera is free, nothing is decoded.
+    orvella->setPanelVisible(false);
+    settle();
+    EXPECT_EQ(preview().state(), State::Off);
+    EXPECT_TRUE(waitFor([&] { return cameraFree(); }));
+    EXPECT_TRUE(ui().mTxtFPS->isHidden());
+    const int64_t shown = view()->framesShown();
+    QTest::qWait(200);
+    EXPECT_EQ(view()->framesShown(), shown);
+    // Shown again: it comes back.
+    orvella->setPanelVisible(true);
+    EXPECT_TRUE(framesArrive());
+
+    // Asleep, nothing streams; awake, the picture is back.
+    power.sleep();
+    EXPECT_TRUE(waitFor([&] { return cameraFree(); }));
+    power.wake();
+    EXPECT_TRUE(framesArrive());
+
+    // "Show preview" off: the area goes, the camera is free, and the choice is stored.
+    ui().mBtnShowPreview->click();
+    EXPECT_TRUE(ui().mBoxPreview->isHidden());
+    EXPECT_TRUE(waitFor([&] { return cameraFree(); }));
+    EXPECT_FALSE(defaults->boolForKey(QStringLiteral("Show preview")));
+    ui().mBtnShowPreview->click();
+    EXPECT_FALSE(ui().mBoxPreview->isHidden());
+    EXPECT_TRUE(framesArrive());
+}
+
+TEST_F(Preview, StaysOffWhenThePreferenceIsOff) {
+    storePreference("Show preview", false);
+    plugAndStart();
+    EXPECT_FALSE(ui().mBtnShowPreview->isChecked());
+    EXPECT_TRUE(ui().mBoxPreview->isHidden());
+    QTest::qWait(300);
+    EXPECT_EQ(device->player().startCount(), 0);
+}
+
+TEST_F(Preview, YieldsTheCameraToAnotherProgramAndTakesItBackAfter) {
+    plugAndStart();
+    ASSERT_TRUE(framesArrive());
+    const QString inUse = ui::localized("PreviewInUse");
+
+    // Another program opens the capture node: the preview lets go at once, and says why.
+    ASSERT_TRUE(device->camera()->openByAnotherProgram());
+    ASSERT_TRUE(waitFor([&] { return preview().state() == State::InUse; }));
+    EXPECT_TRUE(waitFor([&] { return cameraFree(); }));
+    EXPECT_EQ(note(), inUse);
+    EXPECT_TRUE(ui().mTxtFPS->isHidden());
+    // It can stream meanwhile.
+    auto other = device->createStream();
+    platform::StreamError error;
+    ASSERT_EQ(other->open(&error), kIOReturnSuccess) << error.localizedDescription.toStdString();
+    // Closed again: the preview comes back.
+    other->close();
+    ASSERT_TRUE(device->camera()->closeByAnotherProgram());
+    EXPECT_TRUE(framesArrive());
+    EXPECT_EQ(note(), QString());
+
+    // A camera that answers busy when the preview starts (a program that held it before it was
+    // watched) shows the note, and the preview tries again until it gets the camera.
+    orvella->setPanelVisible(false);
+    device->player().setBusy(true);
+    orvella->setPanelVisible(true);
+    ASSERT_TRUE(waitFor([&] { return preview().state() == State::InUse; }));
+    EXPECT_EQ(note(), inUse);
+    const int starts = device->player().startCount();
+    device->player().setBusy(false);
+    EXPECT_TRUE(waitFor([&] { return preview().state() == State::Running; },
+                        3 * PreviewPart::kBusyRetryMs));
+    EXPECT_TRUE(framesArrive());
+    EXPECT_GT(device->player().startCount(), starts);
+}
+
+TEST_F(Preview, TheFormatPopUpChangesWhatTheCameraStreams) {
+    plugAndStart();
+    ASSERT_TRUE(framesArrive());
+    QComboBox* pop = ui().mPopPreviewFormat;
+    ASSERT_EQ(pop->count(), static_cast<int>(preview().formats().size()));
+    ASSERT_GT(pop->count(), 1);
+    const auto before = device->player().heldFormat();
+    ASSERT_TRUE(before);
+    // Another size than the one streamed.
+    int chosen = -1;
+    for (int i = 0; i < pop->count() && chosen < 0; ++i)
+        if (preview().formats()[i].FormatWidth != before->width) chosen = i;
+    ASSERT_GE(chosen, 0);
+    const FormatEntry wanted = preview().formats()[chosen];
+    EXPECT_TRUE(pop->itemText(chosen).contains(
+        QStringLiteral("%1 x %2").arg(wanted.FormatWidth).arg(wanted.FormatHeight)));
+    pop->setCurrentIndex(chosen);
+    emit pop->activated(chosen);
+    ASSERT_TRUE(waitFor([&] {
+        const auto now = device->player().heldFormat();
+        return now && now->width == wanted.FormatWidth && now->height == wanted.FormatHeight;
+    }));
+    EXPECT_TRUE(framesArrive());
+    // The bottom line still shows the camera's own format.
+    EXPECT_FALSE(ui().mTxtFormatSummary->text().isEmpty());
+}
+
+TEST_F(Preview, ACameraThatVanishesMidStreamLeavesANoteAndAWorkingPanel) {
+    QJsonObject json = QJsonDocument::fromJson(fixture("generic.json")).object();
+    json.insert("frames", QJsonObject{{"vanishAfter", 20}});
+    plug(QJsonDocument(json).toJson(), &device);
+    start();
+    ASSERT_TRUE(waitFor([&] { return preview().state() == State::Failed; }));
+    EXPECT_EQ(note(), ui::localized("PreviewNoPicture"));
+    EXPECT_TRUE(ui().mTxtFPS->isHidden());
+    EXPECT_TRUE(waitFor([&] { return cameraFree(); }));
+    ui().mTabView->setCurrentIndex(1);
+    EXPECT_EQ(ui().mTabView->currentIndex(), 1);
+}
+
+}  // namespace
+}  // namespace orvella::app
