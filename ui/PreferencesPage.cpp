@@ -88,7 +88,6 @@ void PreferencesPage::localize() {
     ui.mBtnGuardSettings->setText(localized("KeepMySettings"));
     ui.mTxtGuardSettleTime->setText(localized("GuardSettleTime"));
     ui.mTxtReconfigureWebcamNote->setText(nameFormat("ReconfigureWebcamGuardNote"));
-    ui.mBoxPreviewSettings->setTitle(localized("PreviewSettings"));
     ui.mBtnShowPreview->setText(localized("ShowPreview"));
     // Icon buttons: the text is the tool tip, and what shows if the image is missing.
     for (QToolButton* button : {ui.mBtnReadIntervalInfo, ui.mBtnWriteIntervalInfo}) {

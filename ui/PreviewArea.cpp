@@ -2,10 +2,14 @@
 
 #include <QComboBox>
 #include <QLabel>
+#include <QLayout>
+#include <QScreen>
 #include <QStackedWidget>
+#include <algorithm>
 #include <cmath>
 
 #include "ui/CapturePreview.h"
+#include "ui/ControlPanel.h"
 #include "ui/Localization.h"
 #include "ui_ControlPanel.h"
 
@@ -16,7 +20,7 @@ PreviewArea::PreviewArea(Ui::ControlPanel& ui) : ui_(ui) {
     // A frame that cannot be read says so beside the pop-up, for as long as frames cannot be.
     connect(ui_.mVwPreview, &CapturePreview::readableChanged, this,
             [this](bool readable) { ui_.mTxtPreviewUnreadable->setVisible(!readable); });
-    showArea(false);
+    ui_.mBoxPreview->hide();  // until its owner shows it
 }
 
 void PreviewArea::localize() {
@@ -30,7 +34,35 @@ CapturePreview* PreviewArea::view() const {
 }
 
 void PreviewArea::showArea(bool visible) {
-    ui_.mBoxPreview->setVisible(visible);
+    QWidget* box = ui_.mBoxPreview;
+    if (visible == !box->isHidden()) return;
+    QWidget* window = box->window();
+    if (!visible) {
+        const int height = box->height() + window->layout()->spacing();
+        box->hide();
+        window->resize(window->width(),
+                       std::max(window->minimumSizeHint().height(), window->height() - height));
+        return;
+    }
+    // As tall as the screen leaves room for beside the rest of the panel at its smallest, from
+    // kSmallestHeight up to kHeight (a 16:9 picture of 480 x 270: a 1080p or 720p MJPEG frame
+    // decodes at exactly that size, at a quarter or three eighths scale).
+    int height = kHeight;
+    int room = QWIDGETSIZE_MAX;
+    if (const QScreen* screen = window->screen()) {
+        room = screen->availableGeometry().height() - ControlPanel::kWindowFrameAllowance;
+        const int rest = window->minimumSizeHint().height() +
+                         ui_.mPopPreviewFormat->sizeHint().height() +
+                         2 * window->layout()->spacing() + ui_.previewLayout->spacing();
+        height = std::clamp(room - rest, kSmallestHeight, kHeight);
+    }
+    ui_.mStkPreview->setFixedHeight(height);
+    const int before = window->height();
+    box->show();
+    // The window grows by the area where the screen has room, so the controls keep theirs.
+    const int grown = before + box->sizeHint().height() + window->layout()->spacing();
+    window->resize(window->width(),
+                   std::max(window->minimumSizeHint().height(), std::min(room, grown)));
 }
 
 bool PreviewArea::isAreaShown() const {

@@ -21,6 +21,10 @@ class PreviewArea : public QObject {
     Q_OBJECT
 
   public:
+    // The picture's height, and the least it is given on a short screen.
+    static constexpr int kHeight = 270;
+    static constexpr int kSmallestHeight = 90;
+
     // The panel's widgets (borrowed; they belong to the panel's window).
     explicit PreviewArea(Ui::ControlPanel& ui);
 
@@ -28,7 +32,8 @@ class PreviewArea : public QObject {
     // The widget the frames are painted in.
     CapturePreview* view() const;
 
-    // The whole area, or nothing of it (the preference is off, no camera can stream).
+    // The whole area, or nothing of it (the preference is off, no camera can stream). Shown, it
+    // is as tall as the screen has room for, and the window grows by it where it can.
     void showArea(bool visible);
     bool isAreaShown() const;
     // The picture in the area (black until frames come).

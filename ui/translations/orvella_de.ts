@@ -435,10 +435,6 @@
         <translation>Kein Bild von der Kamera</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>Vorschau</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>Vorschau zeigen</translation>
     </message>

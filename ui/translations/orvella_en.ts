@@ -435,10 +435,6 @@
         <translation>No picture from the camera</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>Preview</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>Show preview</translation>
     </message>

@@ -435,10 +435,6 @@
         <translation>La cámara no envía imagen</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>Vista previa</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>Mostrar vista previa</translation>
     </message>

@@ -435,10 +435,6 @@
         <translation>Aucune image de la caméra</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>Aperçu</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>Afficher l’aperçu</translation>
     </message>

@@ -435,10 +435,6 @@
         <translation>Nessuna immagine dalla fotocamera</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>Anteprima</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>Mostra anteprima</translation>
     </message>

@@ -435,10 +435,6 @@
         <translation>カメラから映像が届きません</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>プレビュー</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>プレビューを表示</translation>
     </message>

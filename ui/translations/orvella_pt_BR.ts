@@ -435,10 +435,6 @@
         <translation>Nenhuma imagem da câmera</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>Pré-visualização</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>Mostrar pré-visualização</translation>
     </message>

@@ -435,10 +435,6 @@
         <translation>摄像头没有画面</translation>
     </message>
     <message>
-        <source>PreviewSettings</source>
-        <translation>预览</translation>
-    </message>
-    <message>
         <source>ShowPreview</source>
         <translation>显示预览</translation>
     </message>
