@@ -9,6 +9,7 @@
 // microphone that plays a tone (platform/virtual/VirtualAudioDevice.h). Other programs' opens of
 // the camera (VirtualCamera::openByAnotherProgram) are told to the capture-use observer.
 
+#include <atomic>
 #include <memory>
 
 #include "platform/CaptureDevice.h"
@@ -42,6 +43,12 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     std::unique_ptr<platform::CaptureStream> createStream() override {
         return player_->createStream();
     }
+    // A camera served to every program alike (as a PipeWire node serves one) also gives shared
+    // streams; off unless a test sets it (setServedShared).
+    std::unique_ptr<platform::CaptureStream> createSharedStream() override {
+        return servedShared_ ? player_->createStream() : nullptr;
+    }
+    void setServedShared(bool shared) { servedShared_ = shared; }
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
     // Each format another program's stream sets, on the registering thread's event loop.
     bool setFormatObserver(platform::CaptureFormatObserver* observer) override;
@@ -56,6 +63,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
 
     std::shared_ptr<VirtualCamera> camera_;
     bool mediaDevice_ = false;
+    std::atomic<bool> servedShared_{false};
     QString uniqueID_;
     QString modelUniqueID_;
     QString displayName_;

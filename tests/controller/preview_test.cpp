@@ -134,6 +134,42 @@ TEST_F(Preview, YieldsTheCameraToAnotherProgramAndTakesItBackAfter) {
     EXPECT_GT(device->player().startCount(), starts);
 }
 
+// A stream that shares the camera (a PipeWire node serves it) is what the preview asks for first;
+// it need not yield to another program that opens the camera.
+TEST_F(Preview, ASharedStreamIsTakenFirstAndKeepsRunningWhenAnotherProgramOpens) {
+    plug(fixture("generic.json"), &device);
+    device->setServedShared(true);
+    start();
+    ASSERT_TRUE(framesArrive());
+    EXPECT_TRUE(preview().sharesCamera());
+    ASSERT_TRUE(device->camera()->openByAnotherProgram());
+    QTest::qWait(300);
+    settle();
+    EXPECT_EQ(preview().state(), State::Running);
+    EXPECT_TRUE(framesArrive());
+    device->camera()->closeByAnotherProgram();
+}
+
+// Another camera made current: the first one's stream stops (its camera is free), the new one's
+// starts, and the pop-up lists the new camera's formats.
+TEST_F(Preview, FollowsTheCurrentCamera) {
+    std::shared_ptr<virtualcam::VirtualCaptureDevice> second;
+    plug(fixture("generic.json"), &device);
+    plug(fixture("full-pu.json"), &second);
+    start();
+    ASSERT_TRUE(framesArrive());
+    auto& first = device->player().held() ? device : second;
+    auto& other = &first == &device ? second : device;
+    EXPECT_FALSE(other->player().held());
+    orvella->statusMenu().cameraItems().at(first == device ? 1 : 0)->trigger();
+    ASSERT_TRUE(waitFor([&] { return other->player().held() && !first->player().held(); }));
+    EXPECT_TRUE(framesArrive());
+    // Unplugged while it streams: the preview lets go, and nothing breaks.
+    platform.removeCamera(other);
+    settle();
+    EXPECT_TRUE(waitFor([&] { return !other->player().held(); }));
+}
+
 TEST_F(Preview, TheFormatPopUpChangesWhatTheCameraStreams) {
     plugAndStart();
     ASSERT_TRUE(framesArrive());
