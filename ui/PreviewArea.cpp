@@ -38,31 +38,35 @@ void PreviewArea::showArea(bool visible) {
     if (visible == !box->isHidden()) return;
     QWidget* window = box->window();
     if (!visible) {
-        const int height = box->height() + window->layout()->spacing();
         box->hide();
+        // What the window grew by for the area, it gives back.
         window->resize(window->width(),
-                       std::max(window->minimumSizeHint().height(), window->height() - height));
+                       std::max(window->minimumSizeHint().height(), window->height() - grewBy_));
+        grewBy_ = 0;
         return;
     }
-    // As tall as the screen leaves room for beside the rest of the panel at its smallest, from
-    // kSmallestHeight up to kHeight (a 16:9 picture of 480 x 270: a 1080p or 720p MJPEG frame
-    // decodes at exactly that size, at a quarter or three eighths scale).
-    int height = kHeight;
+    // Full height (a 16:9 picture of 480 x 270: a 1080p or 720p MJPEG frame decodes at exactly
+    // that size, at a quarter or three eighths scale) where the screen lets the window grow by the
+    // whole area; otherwise the window keeps its height and the area takes what the rest of the
+    // panel at its smallest leaves of it, less kControlsRoom for the controls' tabs, down to
+    // kSmallestHeight.
+    const int before = window->height();
+    const int row = ui_.mPopPreviewFormat->sizeHint().height() + ui_.previewLayout->spacing() +
+                    window->layout()->spacing();
     int room = QWIDGETSIZE_MAX;
-    if (const QScreen* screen = window->screen()) {
+    if (const QScreen* screen = window->screen())
         room = screen->availableGeometry().height() - ControlPanel::kWindowFrameAllowance;
-        const int rest = window->minimumSizeHint().height() +
-                         ui_.mPopPreviewFormat->sizeHint().height() +
-                         2 * window->layout()->spacing() + ui_.previewLayout->spacing();
-        height = std::clamp(room - rest, kSmallestHeight, kHeight);
+    int height = kHeight;
+    int windowHeight = before + kHeight + row;
+    if (windowHeight > room) {
+        windowHeight = before;
+        height = std::clamp(before - window->minimumSizeHint().height() - row - kControlsRoom,
+                            kSmallestHeight, kHeight);
     }
     ui_.mStkPreview->setFixedHeight(height);
-    const int before = window->height();
     box->show();
-    // The window grows by the area where the screen has room, so the controls keep theirs.
-    const int grown = before + box->sizeHint().height() + window->layout()->spacing();
-    window->resize(window->width(),
-                   std::max(window->minimumSizeHint().height(), std::min(room, grown)));
+    window->resize(window->width(), std::max(window->minimumSizeHint().height(), windowHeight));
+    grewBy_ = window->height() - before;
 }
 
 bool PreviewArea::isAreaShown() const {

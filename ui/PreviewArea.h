@@ -24,6 +24,8 @@ class PreviewArea : public QObject {
     // The picture's height, and the least it is given on a short screen.
     static constexpr int kHeight = 270;
     static constexpr int kSmallestHeight = 90;
+    // On a short screen, the height the controls' tabs keep beyond their smallest.
+    static constexpr int kControlsRoom = 200;
 
     // The panel's widgets (borrowed; they belong to the panel's window).
     explicit PreviewArea(Ui::ControlPanel& ui);
@@ -32,8 +34,9 @@ class PreviewArea : public QObject {
     // The widget the frames are painted in.
     CapturePreview* view() const;
 
-    // The whole area, or nothing of it (the preference is off, no camera can stream). Shown, it
-    // is as tall as the screen has room for, and the window grows by it where it can.
+    // The whole area, or nothing of it (the preference is off, no camera can stream). Shown, the
+    // window grows by it where the screen has room; otherwise the area takes its room from the
+    // controls' tabs (which scroll), down to kSmallestHeight.
     void showArea(bool visible);
     bool isAreaShown() const;
     // The picture in the area (black until frames come).
@@ -56,6 +59,7 @@ class PreviewArea : public QObject {
   private:
     Ui::ControlPanel& ui_;
     const char* noteKey_ = nullptr;
+    int grewBy_ = 0;  // what the window grew by when the area was shown
 };
 
 }  // namespace orvella::ui

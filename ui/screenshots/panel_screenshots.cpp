@@ -235,7 +235,7 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
         panel.showGuardSettings(true, 1000);
         panel.preferencesPage().showShowPreview(true);  // "Show preview" is on unless switched off
         ui::ControlPanel::Outlets& ui = panel.outlets();
-        ui.mTabView->setCurrentWidget(&panel.preferencesPage());
+        ui.mTabView->setCurrentIndex(2);  // the Preferences tab
         panel.window()->show();
         QApplication::processEvents();
         const QString path = QStringLiteral("%1/preferences-guard-%2.png").arg(out, language);
