@@ -115,7 +115,6 @@ PreviewPart::PreviewPart(ui::ControlPanel& panel, settings::Preferences& prefere
     connect(&panel_.preferencesPage(), &ui::PreferencesPage::clickShowPreview, this,
             &PreviewPart::clickShowPreview);
     retry_.setSingleShot(true);
-    retry_.setInterval(kBusyRetryMs);
     connect(&retry_, &QTimer::timeout, this, [this] {
         if (state_ == State::InUse && foreignOpens_ == 0) reconsider();
     });
@@ -227,7 +226,7 @@ void PreviewPart::reconsider() {
         setState(State::Off);
         return;
     }
-    if (foreignOpens_ > 0 && !shared_) {
+    if ((foreignOpens_ > 0 && !shared_) || (state_ == State::InUse && retry_.isActive())) {
         stop();
         setState(State::InUse);
         area_.showNote("PreviewInUse");
@@ -315,7 +314,7 @@ void PreviewPart::startFailed(uint64_t generation, bool busy, const QString& rea
               qUtf8Printable(name));
         setState(State::InUse);
         area_.showNote("PreviewInUse");
-        retry_.start();
+        retry_.start(kBusyRetryMs);
     } else {
         NSLog("Preview of %s could not start: %s", qUtf8Printable(name), qUtf8Printable(reason));
         setState(State::Failed);
@@ -347,6 +346,7 @@ void PreviewPart::captureUseChanged(CameraSession* camera, int foreignOpens) {
     if (camera != camera_ || !camera_) return;
     const bool wasUsed = foreignOpens_ > 0;
     foreignOpens_ = std::max(0, foreignOpens);
+    if (foreignOpens_ > 0) retry_.stop();  // taken back only after this program's close
     if (foreignOpens_ > 0 && active_ && !shared_) {
         NSLog("Preview of %s: another program opened the camera; the preview yielded it",
               qUtf8Printable(camera_->camera().displayName()));
@@ -354,8 +354,12 @@ void PreviewPart::captureUseChanged(CameraSession* camera, int foreignOpens) {
         setState(State::InUse);
         area_.showNote("PreviewInUse");
     } else if (foreignOpens_ == 0 && wasUsed) {
-        if (state_ == State::InUse) setState(State::Off);  // let go: start again
-        reconsider();
+        // Taken back a little later, not at once: a program that opened the node, found it busy
+        // (it asked for buffers before the preview had let go) and tries again gets it then.
+        if (state_ == State::InUse)
+            retry_.start(kTakeBackDelayMs);
+        else
+            reconsider();
     }
 }
 

@@ -11,11 +11,12 @@
 //
 // A V4L2 stream is exclusive, so the preview yields: when another program opens the camera's
 // capture node, or the stream's start answers busy, the stream stops at once and "In use by
-// another program" shows in its place; when the other program has closed the node the preview
-// starts again (a busy start is also tried again every few seconds, since a program that opened
-// the node before it was watched announces no close). A stream that shares the camera (a
-// PipeWire node serves it) need not yield. A stream that ends by itself (the camera went away,
-// failed) shows a note; so does a format the preview cannot read.
+// another program" shows in its place; a few seconds after the other program has closed the node
+// the preview starts again (not at once: a program that lost the race for the buffers and tries
+// again gets the camera first). A busy start is also tried again every few seconds, since a
+// program that opened the node before it was watched announces no close. A stream that shares the
+// camera (a PipeWire node serves it) need not yield. A stream that ends by itself (the camera went
+// away, failed) shows a note; so does a format the preview cannot read.
 
 #include <QObject>
 #include <QPointer>
@@ -52,8 +53,10 @@ class PreviewPart final : public QObject {
         Failed,    // the stream could not start or ended by itself; a note shows why
     };
 
-    // Seconds between tries while the camera answers busy.
+    // Milliseconds between tries while the camera answers busy.
     static constexpr int kBusyRetryMs = 2000;
+    // Milliseconds after another program closed the camera before the preview takes it again.
+    static constexpr int kTakeBackDelayMs = 3000;
 
     // Both borrowed; they outlive the part.
     PreviewPart(ui::ControlPanel& panel, settings::Preferences& preferences);

@@ -5,8 +5,9 @@
 #
 # V4L2 streaming is exclusive and the application only hears of the open once it has happened,
 # so a program that asks for buffers in the same instant as it opens can still find the camera
-# busy; the second program therefore tries for a few seconds, as a call program retries, and the
-# test says how many tries it took.
+# busy. The application then waits 3 s after that program's close before it takes the camera
+# again, so a second try finds it free: the second program tries for a few seconds, as a call
+# program retries, and the test says how many tries it took (1 or 2 expected).
 . /orvella/tests/lib.sh
 start_cameras $CAMERAS/generic.json || finish
 export XDG_CONFIG_HOME=/tmp/preview-config QT_QPA_PLATFORM=offscreen
