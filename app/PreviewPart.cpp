@@ -6,6 +6,7 @@
 #include <QWidget>
 #include <algorithm>
 #include <cerrno>
+#include <functional>
 #include <mutex>
 #include <optional>
 
@@ -189,25 +190,29 @@ void PreviewPart::loadFormats() {
     QStringList titles;
     if (side_) {
         const QTCamera& camera = camera_->camera();
-        formats_ = camera.formatArray();
         // The camera's current format, as its capture device says, is where the preview starts.
         std::optional<platform::CaptureFormatDescription> now;
         if (const auto& device = camera.qtCaptureDevice()) {
             const auto descriptions = device->formatDescriptions();
             if (!descriptions.empty()) now = descriptions.front();
         }
-        for (int i = 0; i < static_cast<int>(formats_.size()); ++i) {
-            const FormatEntry& f = formats_[i];
-            const float fps = f.FormatFPS.empty()
-                                  ? 0.0f
-                                  : *std::max_element(f.FormatFPS.begin(), f.FormatFPS.end());
-            titles << ui::PreviewArea::formatTitle(fourCC(f.FormatCode), f.FormatWidth,
-                                                   f.FormatHeight, fps);
+        for (const FormatEntry& f : camera.formatArray()) {
+            std::vector<double> rates(f.FormatFPS.begin(), f.FormatFPS.end());
+            std::erase_if(rates, [](double fps) { return !(fps > 0 && fps <= 1000); });
+            std::sort(rates.begin(), rates.end(), std::greater<>());
+            rates.erase(std::unique(rates.begin(), rates.end()), rates.end());
+            if (rates.empty()) rates.push_back(0);
             const bool mjpg = f.FormatCode == kFormatCodeMJPG;
-            if (current_ < 0 && now && now->width == f.FormatWidth &&
-                now->height == f.FormatHeight &&
-                mjpg == (now->formatType == platform::kPixelFormatMJPG))
-                current_ = i;
+            const bool current = now && now->width == f.FormatWidth &&
+                                 now->height == f.FormatHeight &&
+                                 mjpg == (now->formatType == platform::kPixelFormatMJPG);
+            for (const double fps : rates) {
+                // The camera's current format at its highest rate is where the preview starts.
+                if (current_ < 0 && current) current_ = static_cast<int>(formats_.size());
+                formats_.push_back({f, fps});
+                titles << ui::PreviewArea::formatTitle(fourCC(f.FormatCode), f.FormatWidth,
+                                                       f.FormatHeight, fps);
+            }
         }
         if (current_ < 0 && !formats_.empty()) current_ = 0;
     }
@@ -247,13 +252,16 @@ void PreviewPart::start() {
     relay_ = std::make_shared<Relay>(this, area_.view(), generation_);
     area_.view()->setFrameSource([relay = relay_] { return relay->latest(); });
     area_.showPicture();
-    std::optional<FormatEntry> format;
+    std::optional<Choice> format;
     if (current_ >= 0 && current_ < static_cast<int>(formats_.size())) format = formats_[current_];
     camera_->post([side = side_, relay = relay_, format](QTCamera& device) {
         side->stop();
         auto capture = std::make_unique<capture::QTCameraCapture>(device);
         capture->setPreferSharedStream(true);
-        if (format) capture->setImageFormat(*format);
+        if (format) {
+            capture->setFrameRate(format->fps);
+            capture->setImageFormat(format->format);
+        }
         QObject::connect(capture.get(), &capture::QTCameraCapture::streamEnded, capture.get(),
                          [relay](IOReturn, const QString& reason) {
                              relay->toPart([reason](PreviewPart& part) {
@@ -295,7 +303,7 @@ void PreviewPart::started(uint64_t generation, bool shares) {
     area_.showPicture();
     QString format;
     if (current_ >= 0 && current_ < static_cast<int>(formats_.size())) {
-        const FormatEntry& f = formats_[current_];
+        const FormatEntry& f = formats_[current_].format;
         format = QStringLiteral(" %1 %2 x %3")
                      .arg(fourCC(f.FormatCode))
                      .arg(f.FormatWidth)
@@ -371,8 +379,10 @@ void PreviewPart::selectFormat(int index) {
         reconsider();
         return;
     }
-    camera_->post([side = side_, format = formats_[index]](QTCamera&) {
-        if (side->capture) side->capture->setImageFormat(format);
+    camera_->post([side = side_, choice = formats_[index]](QTCamera&) {
+        if (!side->capture) return;
+        side->capture->setFrameRate(choice.fps);
+        side->capture->setImageFormat(choice.format);
     });
 }
 

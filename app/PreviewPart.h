@@ -81,8 +81,14 @@ class PreviewPart final : public QObject {
     void selectFormat(int index);
 
     State state() const { return state_; }
-    // The formats the pop-up offers (the camera's format list) and the one streamed.
-    const std::vector<FormatEntry>& formats() const { return formats_; }
+    // One item of the format pop-up: a format and size of the camera's list at one of its rates.
+    struct Choice {
+        FormatEntry format;
+        double fps = 0;  // 0: the camera lists no rate for it (the device's own is taken)
+    };
+    // What the pop-up offers (the camera's format list, each size at each of its rates, the
+    // highest first) and the one streamed.
+    const std::vector<Choice>& formats() const { return formats_; }
     int currentFormat() const { return current_; }
     // The preview runs on a stream that shares the camera.
     bool sharesCamera() const { return shared_; }
@@ -119,7 +125,7 @@ class PreviewPart final : public QObject {
     CameraSession* camera_ = nullptr;
     bool streams_ = false;  // the current camera has a capture path
     int foreignOpens_ = 0;
-    std::vector<FormatEntry> formats_;
+    std::vector<Choice> formats_;
     int current_ = -1;
     State state_ = State::Off;
     bool active_ = false;  // a stream was asked for and not stopped since

@@ -108,21 +108,21 @@ void PanelPreviewMjpeg1080p30(benchmark::State& state) {
     ui::ControlPanel panel;
     auto session = std::make_unique<CameraSession>(
         QTCamera::initWithQTCaptureDevice(platform.platform(), device));
-    int fullHd = -1;
-    {
-        const auto& formats = session->camera().formatArray();
-        for (int i = 0; i < static_cast<int>(formats.size()); ++i)
-            if (formats[i].FormatWidth == 1920 && formats[i].FormatCode == kFormatCodeMJPG)
-                fullHd = i;
-    }
-    if (fullHd < 0) {
-        state.SkipWithError("the camera offers no 1920 x 1080 MJPEG");
-        log::setSink(previous);
-        return;
-    }
     auto preview = std::make_unique<app::PreviewPart>(panel, preferences);
     preview->showStored();
     preview->setCamera(session.get());
+    int fullHd = -1;
+    for (int i = 0; i < static_cast<int>(preview->formats().size()) && fullHd < 0; ++i) {
+        const app::PreviewPart::Choice& choice = preview->formats()[i];
+        if (choice.format.FormatWidth == 1920 && choice.format.FormatCode == kFormatCodeMJPG &&
+            (choice.fps == 30 || choice.fps == 0))
+            fullHd = i;
+    }
+    if (fullHd < 0) {
+        state.SkipWithError("the camera offers no 1920 x 1080 MJPEG at 30 frames a second");
+        log::setSink(previous);
+        return;
+    }
     preview->selectFormat(fullHd);
 
     struct Round {

@@ -172,6 +172,7 @@ void QTCameraCapture::applyPixelBufferAttributes() {
     attributes.pixelFormat = streamPixelFormatForImageFormat(imageFormat_);
     attributes.width = camera_.cameraWidth();
     attributes.height = camera_.cameraHeight();
+    attributes.frameRate = frameRate_;
     captureDecompressedVideoOutput_.reset();  // cleared first, then set
     captureDecompressedVideoOutput_ = attributes;
     if (captureSession_) captureSession_->setFormat(attributes);

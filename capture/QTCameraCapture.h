@@ -73,6 +73,9 @@ class QTCameraCapture final : public QObject,
     int stopPreview(PreviewView* view);
     // Chooses the stream format: the format's code, width and height.
     void setImageFormat(const FormatEntry& format);
+    // The frame rate asked of the stream with the format (0: the device's own), from the next
+    // setImageFormat (or preview start) on.
+    void setFrameRate(double fps) { frameRate_ = fps; }
     // A still image of the latest frame of the current size. Waits for such a frame without a
     // time limit (the stream can be restarted meanwhile), unless a limit is given: then
     // kIOReturnTimeout when it passes. A stream that fails (camera gone) ends the wait with
@@ -174,6 +177,7 @@ class QTCameraCapture final : public QObject,
     QString soundInputProblem_;
     std::optional<platform::StreamFormat> captureDecompressedVideoOutput_;  // its attributes
     uint32_t imageFormat_ = kImageFormatYUYV;
+    double frameRate_ = 0;
     std::atomic<bool> needNotificationOnFirstFrame_{false};
     std::chrono::system_clock::time_point date_;
     FrameRateCounter counter_;  // capture thread

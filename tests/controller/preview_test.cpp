@@ -185,19 +185,30 @@ TEST_F(Preview, TheFormatPopUpChangesWhatTheCameraStreams) {
     ASSERT_GT(pop->count(), 1);
     const auto before = device->player().heldFormat();
     ASSERT_TRUE(before);
-    // Another size than the one streamed.
+    // Another size than the one streamed, at the lower of its rates.
     int chosen = -1;
-    for (int i = 0; i < pop->count() && chosen < 0; ++i)
-        if (preview().formats()[i].FormatWidth != before->width) chosen = i;
+    for (int i = 0; i < pop->count(); ++i) {
+        const PreviewPart::Choice& choice = preview().formats()[i];
+        if (choice.format.FormatWidth != before->width && choice.fps > 0 &&
+            (chosen < 0 ||
+             (preview().formats()[chosen].format.FormatWidth == choice.format.FormatWidth &&
+              preview().formats()[chosen].fps > choice.fps)))
+            chosen = i;
+    }
     ASSERT_GE(chosen, 0);
-    const FormatEntry wanted = preview().formats()[chosen];
-    EXPECT_TRUE(pop->itemText(chosen).contains(
-        QStringLiteral("%1 x %2").arg(wanted.FormatWidth).arg(wanted.FormatHeight)));
+    const PreviewPart::Choice wanted = preview().formats()[chosen];
+    EXPECT_TRUE(pop->itemText(chosen).endsWith(QStringLiteral("%1 x %2, %3 fps")
+                                                   .arg(wanted.format.FormatWidth)
+                                                   .arg(wanted.format.FormatHeight)
+                                                   .arg(wanted.fps)))
+        << pop->itemText(chosen).toStdString();
     pop->setCurrentIndex(chosen);
     emit pop->activated(chosen);
     ASSERT_TRUE(waitFor([&] {
         const auto now = device->player().heldFormat();
-        return now && now->width == wanted.FormatWidth && now->height == wanted.FormatHeight;
+        return now && now->width == wanted.format.FormatWidth &&
+               now->height == wanted.format.FormatHeight &&
+               device->player().heldFrameRate() == wanted.fps;
     }));
     EXPECT_TRUE(framesArrive());
     // The bottom line still shows the camera's own format.

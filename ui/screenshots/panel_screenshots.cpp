@@ -315,7 +315,8 @@ int renderPreview(const QString& fixtures, const QString& out) {
         preview.setCamera(&live.session);
         const auto& formats = preview.formats();
         for (int i = 0; i < static_cast<int>(formats.size()); ++i)
-            if (formats[i].FormatWidth == 1280 && formats[i].FormatCode == 0x47504A4D) {
+            if (formats[i].format.FormatWidth == 1280 &&
+                formats[i].format.FormatCode == 0x47504A4D && formats[i].fps == 30) {
                 panel.outlets().mPopPreviewFormat->setCurrentIndex(i);
                 preview.selectFormat(i);
             }
