@@ -20,6 +20,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cmath>
 #include <ctime>
 #include <vector>
 
@@ -115,11 +116,15 @@ void PanelPreviewMjpeg1080p30(benchmark::State& state) {
     for (int i = 0; i < static_cast<int>(preview->formats().size()) && fullHd < 0; ++i) {
         const app::PreviewPart::Choice& choice = preview->formats()[i];
         if (choice.format.FormatWidth == 1920 && choice.format.FormatCode == kFormatCodeMJPG &&
-            (choice.fps == 30 || choice.fps == 0))
+            std::abs(choice.fps - 30) < 0.5)
             fullHd = i;
     }
     if (fullHd < 0) {
-        state.SkipWithError("the camera offers no 1920 x 1080 MJPEG at 30 frames a second");
+        state.SkipWithError(QStringLiteral("the camera offers no 1920 x 1080 MJPEG at 30 frames a "
+                                           "second (of %1 formats)")
+                                .arg(preview->formats().size())
+                                .toStdString()
+                                .c_str());
         log::setSink(previous);
         return;
     }

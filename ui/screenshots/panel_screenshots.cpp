@@ -41,6 +41,7 @@
 #include <QTextStream>
 #include <QTimer>
 #include <QToolButton>
+#include <cmath>
 #include <cstdio>
 #include <functional>
 
@@ -316,7 +317,7 @@ int renderPreview(const QString& fixtures, const QString& out) {
         const auto& formats = preview.formats();
         for (int i = 0; i < static_cast<int>(formats.size()); ++i)
             if (formats[i].format.FormatWidth == 1280 &&
-                formats[i].format.FormatCode == 0x47504A4D && formats[i].fps == 30) {
+                formats[i].format.FormatCode == 0x47504A4D && std::abs(formats[i].fps - 30) < 0.5) {
                 panel.outlets().mPopPreviewFormat->setCurrentIndex(i);
                 preview.selectFormat(i);
             }
