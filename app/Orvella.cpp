@@ -108,6 +108,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
     connect(tray_.get(), &TrayPart::panelClosing, this, &Orvella::endSheet);
     preferencesPart_ =
         std::make_unique<PreferencesPart>(preferences_, defaults_, *panel_, *tray_, timer_, guard_);
+    makePreview();
     cameras_.setUserNames(settings::userCameraNames(defaults_));
     // Who took a camera, and what each program's rule says (read where the preferences hold it).
     usersPart_ = std::make_unique<CameraUsersPart>(
@@ -155,6 +156,7 @@ Orvella::Orvella(settings::DefaultsStore& defaults, CameraList& cameras,
                     CameraSession* camera = cameras_.at(row);
                     if (!camera) continue;
                     panel_->forgetCamera(camera);
+                    if (camera == preview_->camera()) preview_->setCamera(nullptr);
                     stopFollowingFormats(camera);
                     // Its following ends with the session, which the list closes.
                     guard_.forget(camera);
@@ -315,6 +317,7 @@ void Orvella::applicationDidFinishLaunching() {
     preferences_.startUp(profiles_);
     profiles_.watchForOtherProcesses();
     preferencesPart_->showStored();
+    preview_->showStored();
     tray_->setPanelOn(preferences_.panelOn());
 
     if (discovery_) discovery_->registerDeviceCallbackHandler();
@@ -434,6 +437,7 @@ void Orvella::followCameras(int first, int last) {
                     publish([this, camera, foreignOpens, users = std::move(users)] {
                         guard_.captureUseChanged(camera, foreignOpens, users);
                         usersPart_->seen(users);
+                        preview_->captureUseChanged(camera, foreignOpens);
                     });
                 });
         });
@@ -579,12 +583,14 @@ void Orvella::systemWillSleep() {
     defaults_.flush();
     timer_.systemWillSleep();
     guard_.systemWillSleep();
+    preview_->systemWillSleep();
 }
 
 void Orvella::systemDidWake() {
     NSLog("System woke: the timer starts again shortly");
     timer_.systemDidWake();
     guard_.systemDidWake();
+    preview_->systemDidWake();
 }
 
 }  // namespace orvella::app

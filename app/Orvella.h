@@ -10,8 +10,8 @@
 // last state after another program changed it. The profile and preference dialogs are
 // window-modal dialogs on the panel, so the rest of the desktop stays usable while one is open.
 //
-// It is also the delegate of the current camera's capture path (app/OrvellaCapture.cpp): while a
-// capture session runs on that camera, its frame rate goes to the panel.
+// It also owns the panel's live preview of the current camera (PreviewPart,
+// app/OrvellaCapture.cpp): while it runs, the frame rate it measures goes to the panel.
 
 #include <QDialog>
 #include <QObject>
@@ -25,6 +25,7 @@
 #include "app/CameraList.h"
 #include "app/CameraUsersPart.h"
 #include "app/PreferencesPart.h"
+#include "app/PreviewPart.h"
 #include "app/ScriptingTarget.h"
 #include "app/SettingsGuard.h"
 #include "app/TrayPart.h"
@@ -161,9 +162,8 @@ class Orvella final : public QObject,
     void systemWillSleep() override;
     void systemDidWake() override;
 
-    // ---- The current camera's capture path ----
-    // Null without a current camera or for one that cannot stream.
-    capture::QTCameraCapture* qtCameraCapture() const { return capture_.get(); }
+    // ---- The current camera's preview ----
+    PreviewPart& preview() { return *preview_; }
     void updateFPS(uint32_t fps) override;
 
     // ---- Parts, for the entry point and tests ----
@@ -193,6 +193,7 @@ class Orvella final : public QObject,
     void followCameraRow();
     void followCameras(int first, int last);
     void refreshPanelValues();
+    void makePreview();
     void followCaptureSession(CameraSession* camera);
     void followFormats(CameraSession* camera);
     void stopFollowingFormats(CameraSession* camera);
@@ -222,7 +223,7 @@ class Orvella final : public QObject,
     QPointer<QDialog> sheet_;
     QWidget* noCamera_ = nullptr;
     bool launched_ = false;
-    std::unique_ptr<capture::QTCameraCapture> capture_;  // of the current camera
+    std::unique_ptr<PreviewPart> preview_;  // goes before the panel it shows in
     // While format changes are observed: one follower per listed camera's capture device, which
     // passes the device's format changes to the panel (it shows those of the current camera).
     class FormatFollower;

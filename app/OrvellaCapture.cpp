@@ -1,22 +1,22 @@
-// The controller as the current camera's capture delegate: the camera's capture path lives as
-// long as the camera is current, and while a capture session runs on it the panel shows the
-// frame rate it measures; when the session stops or the camera changes, the rate goes away.
+// The controller and the panel's live preview of the current camera (app/PreviewPart): the
+// preview follows the current camera, and while it runs the panel's frame-rate field shows the
+// rate it measures; when it stops or the camera changes, the rate goes away.
 
 #include "app/Orvella.h"
 #include "camera/CameraSession.h"
-#include "capture/QTCameraCapture.h"
 #include "ui/ControlPanel.h"
 
 namespace orvella::app {
 
+void Orvella::makePreview() {
+    preview_ = std::make_unique<PreviewPart>(*panel_, preferences_);
+    connect(preview_.get(), &PreviewPart::frameRateMeasured, this, &Orvella::updateFPS);
+    connect(preview_.get(), &PreviewPart::stopped, this, [this] { panel_->clearFPS(); });
+}
+
 void Orvella::followCaptureSession(CameraSession* camera) {
-    capture_.reset();  // a session on the camera that was current ends with it
     panel_->clearFPS();
-    if (!camera || camera->camera().cameraMode() == CameraMode::None) return;
-    capture_ = std::make_unique<capture::QTCameraCapture>(camera->captureCamera());
-    capture_->setDelegate(this);
-    connect(capture_.get(), &capture::QTCameraCapture::sessionStopped, this,
-            [this] { panel_->clearFPS(); });
+    preview_->setCamera(camera);
 }
 
 void Orvella::updateFPS(uint32_t fps) {

@@ -45,6 +45,7 @@ struct CameraSession::Shared {
     std::function<std::unique_ptr<QTCamera>()> build;
     bool building = false;
     std::function<void(bool built)> ready;
+    std::vector<Job> atEnd;  // run on the session thread before the camera goes
 
     // Runs the queued jobs in order until the queue is empty. Session thread.
     static void drain(const std::shared_ptr<Shared>& shared);
@@ -116,11 +117,17 @@ class SessionThread final : public QThread {
         }
         if (!closed) exec();
         std::unique_ptr<QTCamera> camera;
+        std::vector<CameraSession::Job> atEnd;
         {
             std::lock_guard lock(shared_->mutex);
             shared_->worker = nullptr;
             camera = std::move(shared_->camera);
+            atEnd.swap(shared_->atEnd);
         }
+        if (camera)
+            for (const auto& job : atEnd)
+                job(*camera);
+        atEnd.clear();   // what the jobs hold goes on this thread too
         camera.reset();  // stops its following on this thread, whose loop registered it
         // Events the loop did not get to are the worker's; they go with it.
     }
@@ -285,6 +292,11 @@ void CameraSession::close() {
     if (dropped > 0)
         NSLog("%s: the session closed with %zu request(s) still queued; they were dropped",
               qUtf8Printable(shared_->name), dropped);
+}
+
+void CameraSession::atEnd(Job job) {
+    std::lock_guard lock(shared_->mutex);
+    if (!shared_->closed) shared_->atEnd.push_back(std::move(job));
 }
 
 void CameraSession::post(Job job, uint64_t key) {

@@ -89,6 +89,11 @@ class CameraSession {
     // Drops the waiting jobs (one log line names how many) and lets the session thread destroy
     // the camera once the job under way is done. Idempotent.
     void close();
+    // Runs `job` on the session thread when the session ends, just before the camera is
+    // destroyed, whatever jobs close() dropped: for work that holds the camera and must let go
+    // of it on that thread (a preview's stream). Nothing runs for a camera never built, nor when
+    // the session is closed already (its jobs are dropped too).
+    void atEnd(Job job);
 
     // Whether the camera answers: in a job, the last request the session made since it last
     // judged (a slider step's write and read-back, before the record of it), else one read of

@@ -53,7 +53,9 @@ int QTCameraCapture::startPreview(PreviewView* view) {
     if (camera_.cameraMode() != CameraMode::Idle) return kCaptureRefused;
     captureView_ = view;
     const auto& device = camera_.qtCaptureDevice();
-    captureSession_ = device ? device->createStream() : nullptr;
+    captureSession_ = device && preferShared_ ? device->createSharedStream() : nullptr;
+    sharesCamera_ = captureSession_ != nullptr;
+    if (!captureSession_ && device) captureSession_ = device->createStream();
     sessionOpen_ = false;
     {
         std::lock_guard lock(lock_);
@@ -90,6 +92,7 @@ int QTCameraCapture::stopPreview(PreviewView* view) {
     if (captureSession_) captureSession_->close();
     captureSession_.reset();
     sessionOpen_ = false;
+    sharesCamera_ = false;
     camera_.setCameraMode(CameraMode::Idle);
     captureView_ = nullptr;
     emit sessionStopped();
@@ -169,6 +172,7 @@ void QTCameraCapture::applyPixelBufferAttributes() {
     attributes.pixelFormat = streamPixelFormatForImageFormat(imageFormat_);
     attributes.width = camera_.cameraWidth();
     attributes.height = camera_.cameraHeight();
+    attributes.frameRate = frameRate_;
     captureDecompressedVideoOutput_.reset();  // cleared first, then set
     captureDecompressedVideoOutput_ = attributes;
     if (captureSession_) captureSession_->setFormat(attributes);
@@ -439,6 +443,7 @@ void QTCameraCapture::audioSourceDidFail(IOReturn status, const QString& reason)
 void QTCameraCapture::streamFailed(IOReturn status, const QString& reason) {
     NSLog("CameraControl Error: the stream stopped (0x%08x): %s", static_cast<uint32_t>(status),
           reason.toUtf8().constData());
+    emit streamEnded(status, reason);
     if (camera_.cameraMode() != CameraMode::Recording) return;
     std::shared_ptr<MovieOutput> output;
     {

@@ -73,6 +73,9 @@ class QTCameraCapture final : public QObject,
     int stopPreview(PreviewView* view);
     // Chooses the stream format: the format's code, width and height.
     void setImageFormat(const FormatEntry& format);
+    // The frame rate asked of the stream with the format (0: the device's own), from the next
+    // setImageFormat (or preview start) on.
+    void setFrameRate(double fps) { frameRate_ = fps; }
     // A still image of the latest frame of the current size. Waits for such a frame without a
     // time limit (the stream can be restarted meanwhile), unless a limit is given: then
     // kIOReturnTimeout when it passes. A stream that fails (camera gone) ends the wait with
@@ -119,6 +122,12 @@ class QTCameraCapture final : public QObject,
     platform::FramePtr currentImageBuffer() const;
     // Whether the watchdog is running.
     bool watchdogActive() const { return timerCheckStream_ != nullptr; }
+    // Whether the preview first asks the device for a stream that shares the camera with other
+    // programs (CaptureDevice::createSharedStream), taking the exclusive one only when there is
+    // none. Off unless set; read when the preview starts.
+    void setPreferSharedStream(bool prefer) { preferShared_ = prefer; }
+    // The running preview shares the camera: other programs get it too, nobody need yield.
+    bool sharesCamera() const { return sharesCamera_; }
     // Seconds between watchdog checks (2.0 unless a test changes it).
     void setWatchdogInterval(std::chrono::milliseconds interval) { watchdogInterval_ = interval; }
     // Why the stream could not be opened or why it ended, if it did.
@@ -135,6 +144,8 @@ class QTCameraCapture final : public QObject,
   signals:
     // The preview stopped (stopPreview): no frame-rate report follows until the next start.
     void sessionStopped();
+    // The stream ended by itself (the device went away or failed); on this object's thread.
+    void streamEnded(IOReturn status, const QString& reason);
 
   private:
     void streamDidOutputFrame(const platform::FramePtr& frame) override { captureOutput(frame); }
@@ -158,12 +169,15 @@ class QTCameraCapture final : public QObject,
     PreviewView* captureView_ = nullptr;  // read by the capture thread while the stream runs
     std::unique_ptr<platform::CaptureStream> captureSession_;
     bool sessionOpen_ = false;
+    bool preferShared_ = false;
+    bool sharesCamera_ = false;
     bool sessionRunning_ = false;
     platform::CaptureDevice* audioCaptureDeviceInput_ = nullptr;
     std::unique_ptr<platform::AudioCaptureSource> audioSource_;  // delivers on its own thread
     QString soundInputProblem_;
     std::optional<platform::StreamFormat> captureDecompressedVideoOutput_;  // its attributes
     uint32_t imageFormat_ = kImageFormatYUYV;
+    double frameRate_ = 0;
     std::atomic<bool> needNotificationOnFirstFrame_{false};
     std::chrono::system_clock::time_point date_;
     FrameRateCounter counter_;  // capture thread

@@ -36,6 +36,7 @@ struct StreamFormat {
     uint32_t pixelFormat = kPixelFormatYUYV;
     int32_t width = 0;
     int32_t height = 0;
+    double frameRate = 0;  // frames a second to ask for; 0 keeps the device's (best effort)
 };
 
 // Receives what a running stream produces, on the stream's capture thread.

@@ -32,6 +32,8 @@ inline constexpr QLatin1StringView kGuardSettleTime{"GuardSettleTime"};
 inline constexpr QLatin1StringView kProgramRules{"ProgramRules"};
 inline constexpr QLatin1StringView kDefaultProgramRule{"DefaultProgramRule"};
 inline constexpr QLatin1StringView kChromiumNoteDismissed{"ChromiumCameraNoteDismissed"};
+// Whether the panel shows the current camera's live picture (on unless switched off).
+inline constexpr QLatin1StringView kShowPreview{"Show preview"};
 // The names the user gave cameras: a dictionary from unique identifier to name.
 inline constexpr QLatin1StringView kCameraNames{"Camera Names"};
 

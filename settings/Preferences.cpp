@@ -33,6 +33,7 @@ QVariantMap Preferences::registeredDefaults() {
         {keys::kHideMenuBarIcon, qint64{0}},
         {keys::kGuardSettings, false},
         {keys::kGuardSettleTime, qint64{kGuardSettleChoices.front()}},
+        {keys::kShowPreview, true},
     };
 }
 
@@ -127,6 +128,15 @@ bool Preferences::guardSettings() const {
 
 void Preferences::setGuardSettings(bool on) {
     defaults_.setBool(on, keys::kGuardSettings);
+    defaults_.save();
+}
+
+bool Preferences::showPreview() const {
+    return defaults_.boolForKey(keys::kShowPreview);
+}
+
+void Preferences::setShowPreview(bool on) {
+    defaults_.setBool(on, keys::kShowPreview);
     defaults_.save();
 }
 

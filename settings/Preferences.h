@@ -81,6 +81,9 @@ class Preferences {
     void setGuardSettings(bool on);
     int guardSettleTime() const;
     void setGuardSettleTime(int milliseconds);
+    // "Show preview" (on by default): the panel shows the current camera's live picture.
+    bool showPreview() const;
+    void setShowPreview(bool on);
 
     // "Disable Popup": the first-run popover is not shown again.
     bool disablePopup() const;

@@ -18,14 +18,33 @@ CapturePreview::~CapturePreview() = default;
 
 void CapturePreview::setCaptureSession(capture::QTCameraCapture* camera) {
     camera_ = camera;
+    source_ = nullptr;
+    reset();
+    if (camera) showFrameRate(0);
+    update();
+}
+
+void CapturePreview::setFrameSource(FrameSource source) {
+    camera_ = nullptr;
+    source_ = std::move(source);
+    reset();
+    update();
+}
+
+void CapturePreview::reset() {
     image_ = QImage();
     decodedSize_ = QSize();
     shownSequence_ = UINT64_MAX;
     frameSize_ = QSize();
     fpsBadge_ = QImage();
     fpsText_.clear();
-    if (camera) showFrameRate(0);
-    update();
+    setReadable(true);
+}
+
+void CapturePreview::setReadable(bool readable) {
+    if (readable == readable_) return;
+    readable_ = readable;
+    emit readableChanged(readable);
 }
 
 void CapturePreview::frameAvailable() {
@@ -85,7 +104,9 @@ bool CapturePreview::decodeIntoBackingStore(QPainter& painter, const platform::V
 
 void CapturePreview::paintEvent(QPaintEvent*) {
     updateQueued_ = false;
-    platform::FramePtr frame = camera_ ? camera_->currentImageBuffer() : nullptr;
+    platform::FramePtr frame = camera_   ? camera_->currentImageBuffer()
+                               : source_ ? source_()
+                                         : nullptr;
     const bool fresh = frame && frame->sequence != shownSequence_;
     if (frame) frameSize_ = QSize(frame->width, frame->height);
     QPainter painter(this);
@@ -107,7 +128,10 @@ void CapturePreview::paintEvent(QPaintEvent*) {
     } else {
         if (fresh || image_.isNull()) {
             if (!decoder_.decodeInto(*frame, &image_, target.size() * devicePixelRatioF())) {
+                image_ = QImage();  // nothing of a damaged frame is shown again
                 painter.fillRect(target, Qt::black);
+                if (fresh) shownSequence_ = frame->sequence;
+                setReadable(false);
                 return;
             }
             decodedSize_ = image_.size();
@@ -121,6 +145,7 @@ void CapturePreview::paintEvent(QPaintEvent*) {
         shownSequence_ = frame->sequence;
         ++shown_;
     }
+    setReadable(true);
 }
 
 }  // namespace orvella::ui

@@ -12,6 +12,7 @@
 #include <QWidget>
 #include <atomic>
 #include <cstdint>
+#include <functional>
 
 #include "capture/FrameDecoder.h"
 #include "capture/PreviewView.h"
@@ -30,7 +31,16 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
     void frameAvailable() override;
     void frameRateChanged(uint32_t fps) override;
 
+    // Frames from elsewhere than a capture path on this thread (the panel's preview, whose
+    // capture path lives in the camera's session): `source` gives the latest frame, from the
+    // interface thread; frameAvailable() tells when there is a new one. No rate badge is drawn
+    // (the owner shows the rate). An empty function shows no picture.
+    using FrameSource = std::function<platform::FramePtr()>;
+    void setFrameSource(FrameSource source);
+
     capture::QTCameraCapture* captureSession() const { return camera_; }
+    // Whether the last frame painted could be decoded.
+    bool lastFrameReadable() const { return readable_; }
     // The rate on show (frames a second as the camera counted them).
     uint32_t frameRate() const { return fps_; }
     QString frameRateText() const { return fpsText_; }
@@ -43,6 +53,11 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
 
     QSize sizeHint() const override { return {640, 360}; }
 
+  signals:
+    // A frame could not be decoded (damaged, or a format the decoder does not know) after ones
+    // that could, or the other way round. The picture is black meanwhile.
+    void readableChanged(bool readable);
+
   protected:
     void paintEvent(QPaintEvent* event) override;
 
@@ -51,8 +66,12 @@ class CapturePreview final : public QWidget, public capture::PreviewView {
     bool decodeIntoBackingStore(QPainter& painter, const platform::VideoFrame& frame,
                                 const QRect& target);
     void showFrameRate(uint32_t fps);
+    void reset();
+    void setReadable(bool readable);
 
     capture::QTCameraCapture* camera_ = nullptr;
+    FrameSource source_;
+    bool readable_ = true;
     QString fpsText_;
     QImage fpsBadge_;  // empty while no preview runs
     capture::FrameDecoder decoder_;

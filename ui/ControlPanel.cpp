@@ -6,7 +6,9 @@
 #include <QLabel>
 #include <QPushButton>
 #include <QScreen>
+#include <QScrollArea>
 #include <QShortcut>
+#include <QStyle>
 #include <QTabWidget>
 #include <QToolButton>
 #include <algorithm>
@@ -17,6 +19,7 @@
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Localization.h"
 #include "ui/PreferencesPage.h"
+#include "ui/PreviewArea.h"
 #include "ui/ProfileBox.h"
 #include "ui/WhoChanged.h"
 
@@ -29,6 +32,7 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     preferences_ = new PreferencesPage();
     profileBox_ = new ProfileBox();
     placeRooms();
+    preview_ = std::make_unique<PreviewArea>(*ui_);
     clearFPS();  // until a capture session reports a rate
     wireActions();
     localize();
@@ -53,7 +57,16 @@ void ControlPanel::placeRooms() {
     QTabWidget* tabs = ui_->mTabView;
     tabs->addTab(controls_->basicPage(), QString());
     tabs->addTab(controls_->advancedPage(), QString());
-    tabs->addTab(preferences_, QString());
+    // The Preferences tab scrolls like the controls' tabs, so that it does not set the panel's
+    // smallest height (room the live preview above the tabs takes on a short screen).
+    auto* preferencesTab = new QScrollArea();
+    preferencesTab->setWidget(preferences_);
+    preferencesTab->setWidgetResizable(true);
+    preferencesTab->setFrameShape(QFrame::NoFrame);
+    preferencesTab->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    preferencesTab->viewport()->setAutoFillBackground(false);  // the tab's pane shows through
+    preferences_->setAutoFillBackground(false);
+    tabs->addTab(preferencesTab, QString());
     tabs->setCurrentIndex(0);
     // The profile box takes its placeholder's place; its outlet now names the box.
     delete window_->layout()->replaceWidget(ui_->mVwProfileBox, profileBox_);
@@ -130,9 +143,11 @@ void ControlPanel::wireActions() {
 void ControlPanel::localize() {
     Ui::ControlPanel& ui = *ui_;
     window_->setWindowTitle(nameFormat("Control_Panel_Title"));
+    if (preview_) preview_->localize();
     ui.mTabView->setTabText(ui.mTabView->indexOf(controls_->basicPage()), localized("Basic"));
     ui.mTabView->setTabText(ui.mTabView->indexOf(controls_->advancedPage()), localized("Advanced"));
-    ui.mTabView->setTabText(ui.mTabView->indexOf(preferences_), localized("Preferences"));
+    auto* preferencesTab = qobject_cast<QScrollArea*>(preferences_->parentWidget()->parentWidget());
+    ui.mTabView->setTabText(ui.mTabView->indexOf(preferencesTab), localized("Preferences"));
     ui.mBtnResetToDefault->setText(localized("Reset_to_Default"));
     ui.mTxtCameraLabel->setText(localized("Webcam"));
     ui.mTxtFormatLabel->setText(localized("Format"));
@@ -145,6 +160,10 @@ void ControlPanel::localize() {
     controls_->localize();
     profileBox_->localize();
     preferences_->localize();
+    // As wide as the page's texts in this language, beside room for the scroll bar.
+    preferencesTab->setMinimumWidth(
+        preferences_->minimumSizeHint().width() +
+        preferencesTab->style()->pixelMetric(QStyle::PM_ScrollBarExtent, nullptr, preferencesTab));
 }
 
 int ControlPanel::intervalTag(const QComboBox* pop, int index) {

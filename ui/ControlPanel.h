@@ -40,6 +40,7 @@ class CaptureDevice;
 namespace orvella::ui {
 
 class PreferencesPage;
+class PreviewArea;
 class ProfileBox;
 
 class ControlPanel : public QObject {
@@ -66,6 +67,8 @@ class ControlPanel : public QObject {
     CameraControlsPage& controls() { return *controls_; }
     ProfileBox& profileBox() { return *profileBox_; }
     PreferencesPage& preferencesPage() { return *preferences_; }
+    // The live preview above the controls (its owner decides when it runs).
+    PreviewArea& preview() { return *preview_; }
 
     ControlPanelDelegate* delegate() const { return delegate_; }
     void setDelegate(ControlPanelDelegate* delegate) { delegate_ = delegate; }
@@ -214,6 +217,7 @@ class ControlPanel : public QObject {
     std::unique_ptr<CameraControlsPage> controls_;
     ProfileBox* profileBox_ = nullptr;
     PreferencesPage* preferences_ = nullptr;
+    std::unique_ptr<PreviewArea> preview_;
     std::unique_ptr<Outlets> outlets_;
     ControlPanelDelegate* delegate_ = nullptr;
 

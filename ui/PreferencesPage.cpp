@@ -80,6 +80,7 @@ void PreferencesPage::wireActions() {
     connect(ui.mPopRuleProfile->lineEdit(), &QLineEdit::editingFinished, this, [this] {
         if (ui_->mPopRuleAction->currentIndex() == 1) ruleChosen();
     });
+    connect(ui.mBtnShowPreview, &QCheckBox::clicked, this, &PreferencesPage::clickShowPreview);
     connect(ui.mBtnReadIntervalInfo, &QToolButton::clicked, this,
             &PreferencesPage::clickReadIntervalInfo);
     connect(ui.mBtnWriteIntervalInfo, &QToolButton::clicked, this,
@@ -113,6 +114,7 @@ void PreferencesPage::localize() {
     for (int i = 0; i < std::min<int>(ui.mPopRuleAction->count(), kRuleKeys.size()); ++i)
         ui.mPopRuleAction->setItemText(i, localized(kRuleKeys[static_cast<size_t>(i)]));
     ui.mTxtReconfigureWebcamNote->setText(nameFormat("ReconfigureWebcamGuardNote"));
+    ui.mBtnShowPreview->setText(localized("ShowPreview"));
     // Icon buttons: the text is the tool tip, and what shows if the image is missing.
     for (QToolButton* button : {ui.mBtnReadIntervalInfo, ui.mBtnWriteIntervalInfo}) {
         button->setToolTip(localized("Interval_Info"));
@@ -218,6 +220,14 @@ void PreferencesPage::showGuardSettings(bool on, int settleMs) {
     selectOrAddInterval(ui_->mPopGuardSettleTime, settleMs,
                         QString::number(settleMs / 1000.0) + QStringLiteral(" s"));
     ui_->mTxtReconfigureWebcamNote->setVisible(on);
+}
+
+}  // namespace orvella::ui
+
+namespace orvella::ui {
+
+void PreferencesPage::showShowPreview(bool on) {
+    ui_->mBtnShowPreview->setChecked(on);
 }
 
 }  // namespace orvella::ui

@@ -38,6 +38,8 @@ class PreferencesPage : public QWidget {
     // The guard's state and settle time; while it is on, the re-send box says that its blind
     // re-send is not needed.
     void showGuardSettings(bool on, int settleMs);
+    // Whether the panel shows the current camera's live picture.
+    void showShowPreview(bool on);
 
     // The rules for programs: a program is picked from `programs` (seen so far, or with a rule)
     // or typed; the first item is every other program. A rule is (kind, profile): kind 0 keep my
@@ -65,6 +67,7 @@ class PreferencesPage : public QWidget {
     void selectGuardSettleTime(int milliseconds);
     // A rule chosen for a program (empty: every other program); kind as in showProgramRules.
     void setProgramRule(const QString& program, int kind, const QString& profile);
+    void clickShowPreview(bool on);
 
   private:
     void wireActions();

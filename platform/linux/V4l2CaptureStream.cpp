@@ -2,6 +2,7 @@
 
 #include <linux/videodev2.h>
 
+#include <cmath>
 #include <cstring>
 
 #include "platform/Clock.h"
@@ -102,6 +103,15 @@ int V4l2CaptureStream::configure(const platform::StreamFormat& wanted) {
         format.fmt.pix.bytesperline = 0;
         result = io_->ioctl(VIDIOC_S_FMT, &format);
         if (result < 0) return result;
+    }
+    if (wanted.frameRate > 0) {
+        // The nearest interval the driver offers; a driver that cannot set one keeps its own.
+        v4l2_streamparm parameters{};
+        parameters.type = V4L2_BUF_TYPE_VIDEO_CAPTURE;
+        parameters.parm.capture.timeperframe.numerator = 1000;
+        parameters.parm.capture.timeperframe.denominator =
+            static_cast<uint32_t>(std::lround(wanted.frameRate * 1000));
+        io_->ioctl(VIDIOC_S_PARM, &parameters);
     }
     {
         std::lock_guard lock(mutex_);

@@ -10,6 +10,7 @@
 // the camera (VirtualCamera::openByAnotherProgram) are told to the capture-use observer, and the
 // named ones are its capture users.
 
+#include <atomic>
 #include <memory>
 
 #include "platform/CaptureDevice.h"
@@ -43,6 +44,12 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
     std::unique_ptr<platform::CaptureStream> createStream() override {
         return player_->createStream();
     }
+    // A camera served to every program alike (as a PipeWire node serves one) also gives shared
+    // streams; off unless a test sets it (setServedShared).
+    std::unique_ptr<platform::CaptureStream> createSharedStream() override {
+        return servedShared_ ? player_->createStream() : nullptr;
+    }
+    void setServedShared(bool shared) { servedShared_ = shared; }
     bool setCaptureUseObserver(platform::CaptureUseObserver* observer) override;
     // The named openers (VirtualCamera::openByAnotherProgram with a pid or a name), in the order
     // they opened the camera; unnamed opens count but name nobody.
@@ -60,6 +67,7 @@ class VirtualCaptureDevice final : public platform::CaptureDevice {
 
     std::shared_ptr<VirtualCamera> camera_;
     bool mediaDevice_ = false;
+    std::atomic<bool> servedShared_{false};
     QString uniqueID_;
     QString modelUniqueID_;
     QString displayName_;

@@ -173,12 +173,16 @@ class VirtualCaptureStream final : public platform::CaptureStream {
                         "the camera is streaming to another program",
                         "close the other program that uses the camera");
         open_ = true;
+        std::lock_guard lock(mutex_);
+        player_->noteFormat(this, format_, rate_);
         return kIOReturnSuccess;
     }
 
     void setFormat(const platform::StreamFormat& format) override {
         std::lock_guard lock(mutex_);
         format_ = player_->choose(format);
+        rate_ = format.frameRate > 0 ? std::clamp(format.frameRate, 0.1, 1000.0) : 0.0;
+        player_->noteFormat(this, format_, rate_);
     }
 
     IOReturn start(platform::CaptureStreamClient* client) override {
@@ -213,8 +217,8 @@ class VirtualCaptureStream final : public platform::CaptureStream {
         int64_t delivered = 0;
         auto next = Clock::now();
         while (true) {
-            next += std::chrono::microseconds(
-                static_cast<int64_t>(1e6 / std::max(0.1, player_->frameRate())));
+            next += std::chrono::microseconds(static_cast<int64_t>(
+                1e6 / std::max(0.1, rate() > 0 ? rate() : player_->frameRate())));
             OfferedFormat format;
             {
                 std::unique_lock lock(mutex_);
@@ -257,7 +261,13 @@ class VirtualCaptureStream final : public platform::CaptureStream {
     bool stopping_ = false;
     bool open_ = false;
     OfferedFormat format_;
+    double rate_ = 0;  // asked for by setFormat; 0: the camera's
     uint64_t sequence_ = 0;
+
+    double rate() {
+        std::lock_guard lock(mutex_);
+        return rate_;
+    }
     std::thread thread_;
 };
 
@@ -370,6 +380,30 @@ bool VirtualFramePlayer::claim(const void* stream) {
 void VirtualFramePlayer::release(const void* stream) {
     std::lock_guard lock(mutex_);
     if (holder_ == stream) holder_ = nullptr;
+}
+
+void VirtualFramePlayer::noteFormat(const void* stream, const OfferedFormat& format,
+                                    double frameRate) {
+    std::lock_guard lock(mutex_);
+    if (holder_ != stream) return;
+    holderFormat_ = format;
+    holderRate_ = frameRate;
+}
+
+double VirtualFramePlayer::heldFrameRate() const {
+    std::lock_guard lock(mutex_);
+    return holder_ ? holderRate_ : 0.0;
+}
+
+bool VirtualFramePlayer::held() const {
+    std::lock_guard lock(mutex_);
+    return holder_ != nullptr;
+}
+
+std::optional<OfferedFormat> VirtualFramePlayer::heldFormat() const {
+    std::lock_guard lock(mutex_);
+    if (!holder_) return std::nullopt;
+    return holderFormat_;
 }
 
 std::optional<std::pair<int32_t, int32_t>> VirtualFramePlayer::takeSizeChange() {

@@ -71,12 +71,19 @@ class VirtualFramePlayer : public std::enable_shared_from_this<VirtualFramePlaye
     double frameRate() const;
     // Number of times a stream of this camera was started.
     int startCount() const { return starts_; }
+    // Whether a stream holds the camera (is open), and the format it was last asked for.
+    bool held() const;
+    std::optional<OfferedFormat> heldFormat() const;
+    // The frame rate that stream asked for (0: none, the camera's own).
+    double heldFrameRate() const;
 
     // ---- Used by the streams ----
     const std::shared_ptr<VirtualCamera>& camera() const { return camera_; }
     FramePlan plan() const;
     bool claim(const void* stream);  // false when another stream holds the camera
     void release(const void* stream);
+    // The holder's format and the rate it asked for (0: the camera's).
+    void noteFormat(const void* stream, const OfferedFormat& format, double frameRate);
     int countStart() { return ++starts_; }
     // Takes a pending size change, if any.
     std::optional<std::pair<int32_t, int32_t>> takeSizeChange();
@@ -92,6 +99,8 @@ class VirtualFramePlayer : public std::enable_shared_from_this<VirtualFramePlaye
     std::atomic<bool> busy_{false};
     std::atomic<int> starts_{0};
     const void* holder_ = nullptr;
+    OfferedFormat holderFormat_;
+    double holderRate_ = 0;
     std::optional<std::pair<int32_t, int32_t>> sizeChange_;
     std::map<std::tuple<uint32_t, int32_t, int32_t, uint64_t>, QByteArray> patterns_;
 };

@@ -5,6 +5,8 @@
 
 #include <QElapsedTimer>
 #include <QTest>
+#include <QThread>
+#include <atomic>
 #include <chrono>
 
 #include "camera/CameraSession.h"
@@ -121,6 +123,35 @@ TEST(CameraSession, ClosingDropsWhatWaitedWithOneLineAndNoReplyComes) {
                                 return line.find("4 request(s) still queued") != std::string::npos;
                             }),
               1);
+}
+
+// Work that holds the camera (a preview's stream) lets go of it on the session's thread when the
+// session ends, even though the job that would have stopped it was dropped.
+TEST(CameraSession, WhatRunsAtTheEndRunsOnTheSessionThreadAfterDroppedJobs) {
+    auto cam = std::make_unique<SessionCamera>();
+    cam->device->setSlowness(100ms);
+    std::atomic<int> ran{0};
+    std::atomic<bool> onSessionThread{false};
+    std::atomic<bool> dropped{true};
+    Qt::HANDLE sessionThread = nullptr;
+    cam->session->ask([&sessionThread](QTCamera& camera) -> CameraSession::Reply {
+        sessionThread = QThread::currentThreadId();
+        long value = 0;
+        camera.queryBrightness(&value);
+        return {};
+    });
+    cam->session->post([&dropped](QTCamera&) { dropped = false; });
+    cam->session->atEnd([&](QTCamera&) {
+        onSessionThread = QThread::currentThreadId() == sessionThread;
+        ++ran;
+    });
+    QTest::qWait(30);  // the first is under way, the second waits
+    cam->session->close();
+    cam->session->atEnd([&](QTCamera&) { ran += 10; });  // too late: not kept
+    cam.reset();
+    EXPECT_EQ(ran, 1);
+    EXPECT_TRUE(onSessionThread);
+    EXPECT_TRUE(dropped);
 }
 
 TEST(CameraSession, WhetherTheCameraAnswersComesFromItsOwnRequests) {

@@ -42,6 +42,11 @@ class FakeStreamingNode {
         unplugged_ = true;
         ready_.notify_all();
     }
+    // The frame interval the last S_PARM asked for (zero: none was).
+    v4l2_fract frameInterval() const {
+        std::lock_guard lock(mutex_);
+        return interval_;
+    }
     v4l2_pix_format format() const {
         std::lock_guard lock(mutex_);
         return format_;
@@ -144,6 +149,11 @@ class FakeStreamingNode {
                 b->timestamp = {1, static_cast<long>(++sequence_) * 33333};
                 return 0;
             }
+            case VIDIOC_S_PARM: {  // the frame interval, as asked
+                if (streaming_) return -EBUSY;
+                interval_ = static_cast<v4l2_streamparm*>(argument)->parm.capture.timeperframe;
+                return 0;
+            }
             case VIDIOC_STREAMON:
                 streaming_ = true;
                 return 0;
@@ -189,6 +199,7 @@ class FakeStreamingNode {
 
     mutable std::mutex mutex_;
     std::condition_variable ready_;
+    v4l2_fract interval_{};  // the last S_PARM's frame interval
     v4l2_pix_format format_ = [] {
         v4l2_pix_format f{};
         f.width = 640;

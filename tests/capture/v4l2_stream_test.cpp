@@ -102,6 +102,14 @@ TEST(V4l2Stream, StreamsMappedBuffersAndChangesFormatBetweenFrames) {
     }));
     ASSERT_EQ(rig.capture->captureImage(&image, 5s), capture::kCaptureDone);
     EXPECT_NEAR(qGray(image.pixel(10, 10)), 40, 6);
+    EXPECT_EQ(rig.node.frameInterval().denominator, 0u) << "no rate asked, none set";
+
+    // A frame rate with the format: the interval goes to the driver with the format.
+    rig.capture->setFrameRate(15);
+    rig.capture->setImageFormat(rig.entry(kCodeMJPG, 1280, 720));
+    ASSERT_TRUE(spinUntil(
+        [&] { return rig.node.frameInterval().denominator == 15000u && rig.node.streaming(); }));
+    EXPECT_EQ(rig.node.frameInterval().numerator, 1000u);
 
     EXPECT_EQ(rig.capture->stopPreview(nullptr), capture::kCaptureDone);
     EXPECT_FALSE(rig.node.streaming());

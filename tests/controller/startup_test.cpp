@@ -190,26 +190,6 @@ TEST_F(Controller, ThePanelShowsTheFormatTheCurrentCameraStreamsNow) {
     EXPECT_EQ(ui().mTxtFormatSummary->text(), QString());
 }
 
-// The controller is the current camera's capture delegate: a session on it shows its frame rate
-// in the panel, which shows no rate (and no bare unit) while none runs.
-TEST_F(Controller, TheFrameRateOfASessionOnTheCurrentCameraShowsWhileItRuns) {
-    plug(fixture("generic.json"));
-    start();
-    ASSERT_TRUE(orvella->qtCameraCapture());
-    EXPECT_TRUE(ui().mTxtFPS->isHidden() && ui().mTxtFPSLabel->isHidden());
-    ASSERT_EQ(orvella->qtCameraCapture()->startPreview(nullptr), 0);
-    ASSERT_TRUE(QTest::qWaitFor([&] { return !ui().mTxtFPS->isHidden(); }, 5000));
-    EXPECT_FALSE(ui().mTxtFPSLabel->isHidden());
-    EXPECT_GT(ui().mTxtFPS->text().toInt(), 0);
-    orvella->qtCameraCapture()->stopPreview(nullptr);
-    EXPECT_TRUE(ui().mTxtFPS->isHidden() && ui().mTxtFPSLabel->isHidden());
-    // A camera that goes away takes its session with it.
-    ASSERT_EQ(orvella->qtCameraCapture()->startPreview(nullptr), 0);
-    platform.removeCamera(platform.capture().devices().front());
-    EXPECT_EQ(orvella->qtCameraCapture(), nullptr);
-    EXPECT_TRUE(ui().mTxtFPS->isHidden());
-}
-
 TEST_F(Controller, BadSurroundingsLoseNothing) {
     // A preferences file that is no property list: set aside, the application starts afresh.
     QDir().mkpath(QFileInfo(storePath()).path());

@@ -5,13 +5,18 @@
 
 #include <QApplication>
 #include <QJsonObject>
+#include <QLabel>
 #include <QScreen>
+#include <QTest>
 
 #include "capture/QTCameraCapture.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "support/EventLoop.h"
 #include "support/VirtualRig.h"
 #include "ui/CapturePreview.h"
+#include "ui/ControlPanel.h"
+#include "ui/ControlPanelOutlets.h"
+#include "ui/PreviewArea.h"
 
 namespace orvella::testing {
 namespace {
@@ -68,6 +73,59 @@ TEST(CapturePreview, PaintsTheLatestFrameScaledToFitWithTheFrameRate) {
         EXPECT_EQ(preview.captureSession(), nullptr);
         EXPECT_EQ(qGray(preview.grab().toImage().pixel(side / 2, side / 2)), 0);
     }
+}
+
+// Frames the decoder cannot read -- a format it does not know, a damaged JPEG -- paint black and
+// put a note beside the panel's format pop-up; the next good frame takes it away again.
+TEST(CapturePreview, UnreadableFramesShowANoteInThePanelUntilAGoodOneComes) {
+    ui::ControlPanel panel;
+    ui::PreviewArea& area = panel.preview();
+    ui::CapturePreview* view = area.view();
+    panel.window()->show();
+    area.showArea(true);
+    area.showPicture();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(panel.window()));
+    ASSERT_TRUE(view->isVisible());
+    QLabel* note = panel.outlets().mTxtPreviewUnreadable;
+
+    uint64_t sequence = 0;
+    const auto frame = [&](uint32_t pixelFormat, QByteArray data) {
+        auto f = std::make_shared<platform::VideoFrame>();
+        f->pixelFormat = pixelFormat;
+        f->width = 64;
+        f->height = 36;
+        f->bytesPerLine = pixelFormat == platform::kPixelFormatYUYV ? 128 : 0;
+        f->data = std::move(data);
+        f->sequence = ++sequence;
+        return platform::FramePtr(f);
+    };
+    const platform::FramePtr good = frame(platform::kPixelFormatYUYV, QByteArray(128 * 36, '\x80'));
+    platform::FramePtr current = good;
+    view->setFrameSource([&] { return current; });
+    const auto show = [&](platform::FramePtr next) {
+        current = std::move(next);
+        view->repaint();  // painted now
+        return true;
+    };
+    ASSERT_TRUE(show(good));
+    EXPECT_TRUE(view->lastFrameReadable());
+    EXPECT_FALSE(note->isVisibleTo(panel.window()));
+
+    ASSERT_TRUE(show(frame(0x48323634 /* 'H264' */, QByteArray(512, '\x01'))));
+    EXPECT_FALSE(view->lastFrameReadable());
+    EXPECT_TRUE(note->isVisibleTo(panel.window()));
+    EXPECT_EQ(qGray(view->grab().toImage().pixel(32, 18)), 0);
+
+    // A JPEG cut short after its start marker.
+    ASSERT_TRUE(show(frame(platform::kPixelFormatMJPG, QByteArray("\xFF\xD8\xFF\xE0garbage", 12))));
+    EXPECT_FALSE(view->lastFrameReadable());
+
+    // The capture thread's way: a frame is there, the widget repaints when the loop runs.
+    current = frame(platform::kPixelFormatYUYV, good->data);
+    view->frameAvailable();
+    ASSERT_TRUE(waitFor([&] { return view->lastFrameReadable(); }, 5000));
+    EXPECT_FALSE(note->isVisibleTo(panel.window()));
+    view->setFrameSource(nullptr);
 }
 
 }  // namespace

@@ -14,6 +14,10 @@
 //   orvella-ui-shots --fixtures DIR --preferences DIR [--lang L]...
 //                      (the Preferences tab with the settings guard on:
 //                      preferences-guard-<lang>.png)
+//   orvella-ui-shots --fixtures DIR --preview DIR
+//                      (the panel with the live preview of a camera streaming 1280 x 720 MJPEG,
+//                      light and dark, and with the note of a camera another program uses:
+//                      panel-preview-<theme>.png, panel-preview-in-use.png)
 //   orvella-ui-shots --fixtures DIR --twins FILE
 //                      (the camera pop-up open over the panel for two cameras of one model,
 //                      named apart by their USB ports)
@@ -24,6 +28,7 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QEventLoop>
 #include <QFile>
 #include <QImage>
@@ -32,22 +37,31 @@
 #include <QStyleFactory>
 #include <QSvgRenderer>
 #include <QTabWidget>
+#include <QTemporaryDir>
 #include <QTextStream>
 #include <QTimer>
 #include <QToolButton>
+#include <cmath>
 #include <cstdio>
+#include <functional>
 
+#include "app/PreviewPart.h"
 #include "camera/CameraSession.h"
 #include "camera/QTCamera.h"
 #include "platform/Clock.h"
+#include "platform/virtual/VirtualCaptureDevice.h"
 #include "platform/virtual/VirtualPlatform.h"
 #include "settings/CameraNames.h"
+#include "settings/DefaultsStore.h"
+#include "settings/Preferences.h"
 #include "settings/SettingsID.h"
+#include "ui/CapturePreview.h"
 #include "ui/ControlPanel.h"
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Images.h"
 #include "ui/Localization.h"
 #include "ui/PreferencesPage.h"
+#include "ui/PreviewArea.h"
 #include "ui/ProfileItemRoles.h"
 #include "ui/screenshots/TrayScreenshots.h"
 
@@ -220,8 +234,9 @@ int renderPreferences(const QString& fixtures, const QString& out, const QString
         ui::ControlPanel panel;
         fillPanel(panel, live.session, {QStringLiteral("Video call")});
         panel.showGuardSettings(true, 1000);
+        panel.preferencesPage().showShowPreview(true);  // "Show preview" is on unless switched off
         ui::ControlPanel::Outlets& ui = panel.outlets();
-        ui.mTabView->setCurrentWidget(&panel.preferencesPage());
+        ui.mTabView->setCurrentIndex(2);  // the Preferences tab
         panel.window()->show();
         QApplication::processEvents();
         const QString path = QStringLiteral("%1/preferences-guard-%2.png").arg(out, language);
@@ -254,6 +269,79 @@ int renderNotAnswering(const QString& fixtures, const QString& out) {
     const QString path = QStringLiteral("%1/panel-not-answering.png").arg(out);
     if (!panel.window()->grab().save(path)) return 1;
     QTextStream(stdout) << path << '\n';
+    return 0;
+}
+
+// The panel as the application shows it with its live preview (app/PreviewPart on the camera's
+// session, the format pop-up on 1280 x 720 MJPEG), on the light and the dark palette; then, on the
+// light one, the note that takes the picture's place while another program has the camera open.
+int renderPreview(const QString& fixtures, const QString& out) {
+    QApplication::setStyle(QStyleFactory::create(QStringLiteral("Fusion")));
+    const QPalette light = QApplication::style()->standardPalette();
+    QDir().mkpath(out);
+    virtualcam::VirtualPlatform rig;
+    platform::RecordingClock clock;
+    auto camera = cameraFrom(rig, clock, fixtures + QStringLiteral("/generic.json"));
+    if (!camera) return 1;
+    const auto device =
+        std::dynamic_pointer_cast<virtualcam::VirtualCaptureDevice>(camera->qtCaptureDevice());
+    if (!device) return 1;
+    ShotSession live(std::move(camera));
+    ui::installTranslation(QStringLiteral("en"));
+    QTemporaryDir home;
+    settings::DefaultsStore defaults(home.filePath(QStringLiteral("shots.plist")));
+    defaults.registerDefaults(settings::Preferences::registeredDefaults());
+    settings::Preferences preferences(defaults);
+    const auto wait = [](int ms, const std::function<bool()>& done) {
+        QElapsedTimer timer;
+        timer.start();
+        while (!done() && timer.elapsed() < ms) {
+            CameraSession::settleAll(50);
+            QApplication::processEvents(QEventLoop::AllEvents, 20);
+        }
+        return done();
+    };
+    for (const QString& theme :
+         {QStringLiteral("light"), QStringLiteral("dark"), QStringLiteral("in-use")}) {
+        QApplication::setPalette(theme == "dark" ? darkPalette() : light);
+        ui::ControlPanel panel;
+        fillPanel(panel, live.session, {QStringLiteral("Video call")});
+        panel.clearFPS();
+        app::PreviewPart preview(panel, preferences);
+        QObject::connect(&preview, &app::PreviewPart::frameRateMeasured, &panel,
+                         [&panel](uint32_t fps) { panel.updateFPS(fps); });
+        QObject::connect(&preview, &app::PreviewPart::stopped, &panel,
+                         [&panel] { panel.clearFPS(); });
+        preview.showStored();
+        preview.setCamera(&live.session);
+        const auto& formats = preview.formats();
+        for (int i = 0; i < static_cast<int>(formats.size()); ++i)
+            if (formats[i].format.FormatWidth == 1280 &&
+                formats[i].format.FormatCode == 0x47504A4D && std::abs(formats[i].fps - 30) < 0.5) {
+                panel.outlets().mPopPreviewFormat->setCurrentIndex(i);
+                preview.selectFormat(i);
+            }
+        panel.window()->show();
+        const ui::CapturePreview* view = panel.preview().view();
+        if (!wait(5000, [&] {
+                return view->framesShown() > 10 && !panel.outlets().mTxtFPS->isHidden();
+            })) {
+            std::fprintf(stderr, "orvella-ui-shots: no frames from the preview\n");
+            return 1;
+        }
+        if (theme == "in-use") {
+            device->camera()->openByAnotherProgram();
+            preview.captureUseChanged(&live.session, 1);
+            wait(2000, [&] { return preview.state() == app::PreviewPart::State::InUse; });
+        }
+        wait(100, [] { return false; });  // the last frame painted
+        const QString path = QStringLiteral("%1/panel-preview-%2.png").arg(out, theme);
+        if (!panel.window()->grab().save(path)) return 1;
+        QTextStream(stdout) << path << '\n';
+        preview.setCamera(nullptr);
+        if (theme == "in-use") device->camera()->closeByAnotherProgram();
+        CameraSession::settleAll();
+    }
     return 0;
 }
 
@@ -393,7 +481,8 @@ int main(int argc, char** argv) {
     const QStringList args = app.arguments();
     // The menus and the popover name the application as it runs.
     QApplication::setApplicationName(QStringLiteral("Orvella"));
-    QString fixtures, out, icons, sheet, preferences, tray, smallScreen, notAnswering, twins;
+    QString fixtures, out, icons, sheet, preferences, tray, smallScreen, notAnswering, twins,
+        previewShots;
     QStringList cameras, languages, themes;
     for (int i = 1; i + 1 < args.size(); i += 2) {
         if (args[i] == "--fixtures")
@@ -420,6 +509,8 @@ int main(int argc, char** argv) {
             notAnswering = args[i + 1];
         else if (args[i] == "--twins")
             twins = args[i + 1];
+        else if (args[i] == "--preview")
+            previewShots = args[i + 1];
         else {
             std::fprintf(stderr, "orvella-ui-shots: unknown option %s\n", qPrintable(args[i]));
             return 2;
@@ -436,6 +527,8 @@ int main(int argc, char** argv) {
     if (!fixtures.isEmpty() && !smallScreen.isEmpty())
         return renderSmallScreen(fixtures, smallScreen);
     if (!fixtures.isEmpty() && !twins.isEmpty()) return renderTwins(fixtures, twins);
+    if (!fixtures.isEmpty() && !previewShots.isEmpty())
+        return renderPreview(fixtures, previewShots);
     if (!fixtures.isEmpty() && !preferences.isEmpty())
         return renderPreferences(fixtures, preferences,
                                  languages.isEmpty() ? QStringList{"en"} : languages);

@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nichts festzuhalten: keine Automatik ist an</translation>
+        <source>PreviewFormat</source>
+        <translation>Vorschau</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Einige Bilder können nicht angezeigt werden</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>Von einem anderen Programm verwendet</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>Kein Bild von der Kamera</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Vorschau zeigen</translation>
     </message>
 </context>
 </TS>

@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nothing to lock: no automatic mode is on</translation>
+        <source>PreviewFormat</source>
+        <translation>Preview</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Some frames cannot be shown</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>In use by another program</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>No picture from the camera</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Show preview</translation>
     </message>
 </context>
 </TS>

@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nada que fijar: ningún modo automático está activo</translation>
+        <source>PreviewFormat</source>
+        <translation>Vista previa</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Algunos fotogramas no se pueden mostrar</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>En uso por otro programa</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>La cámara no envía imagen</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Mostrar vista previa</translation>
     </message>
 </context>
 </TS>

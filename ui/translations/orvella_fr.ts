@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>Rien à figer : aucun mode automatique n'est actif</translation>
+        <source>PreviewFormat</source>
+        <translation>Aperçu</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Certaines images ne peuvent pas être affichées</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>Utilisée par un autre programme</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>Aucune image de la caméra</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Afficher l’aperçu</translation>
     </message>
 </context>
 </TS>

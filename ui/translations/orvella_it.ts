@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>Niente da bloccare: nessuna modalità automatica è attiva</translation>
+        <source>PreviewFormat</source>
+        <translation>Anteprima</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Alcuni fotogrammi non possono essere mostrati</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>In uso da un altro programma</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>Nessuna immagine dalla fotocamera</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Mostra anteprima</translation>
     </message>
 </context>
 </TS>

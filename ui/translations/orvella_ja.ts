@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>固定するものはありません: 自動モードはオフです</translation>
+        <source>PreviewFormat</source>
+        <translation>プレビュー</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>一部のフレームを表示できません</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>別のプログラムが使用中</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>カメラから映像が届きません</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>プレビューを表示</translation>
     </message>
 </context>
 </TS>

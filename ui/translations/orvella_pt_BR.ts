@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nada a fixar: nenhum modo automático está ativo</translation>
+        <source>PreviewFormat</source>
+        <translation>Pré-visualização</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>Alguns quadros não podem ser exibidos</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>Em uso por outro programa</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>Nenhuma imagem da câmera</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>Mostrar pré-visualização</translation>
     </message>
 </context>
 </TS>

@@ -497,6 +497,24 @@
     <message>
         <source>NothingToLock</source>
         <translation>无需锁定：没有开启自动模式</translation>
+        <source>PreviewFormat</source>
+        <translation>预览</translation>
+    </message>
+    <message>
+        <source>PreviewUnreadable</source>
+        <translation>部分画面无法显示</translation>
+    </message>
+    <message>
+        <source>PreviewInUse</source>
+        <translation>正被其他程序使用</translation>
+    </message>
+    <message>
+        <source>PreviewNoPicture</source>
+        <translation>摄像头没有画面</translation>
+    </message>
+    <message>
+        <source>ShowPreview</source>
+        <translation>显示预览</translation>
     </message>
 </context>
 </TS>

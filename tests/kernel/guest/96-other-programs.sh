@@ -62,7 +62,9 @@ expect "with the guard off only the other program's write reached the camera" \
 stop_app
 
 # With the guard on: the last state comes back, once.
-awk '!done && /<dict>/ { print; print "<key>GuardSettings</key><true/>"; done = 1; next } { print }' \
+# The panel's preview is switched off: the idle measurement below is of the guard's watch, not
+# of a stream (98-preview-yields.sh covers the preview).
+awk '!done && /<dict>/ { print; print "<key>GuardSettings</key><true/>"; print "<key>Show preview</key><false/>"; done = 1; next } { print }' \
     "$PLIST" > "$PLIST.new" && mv "$PLIST.new" "$PLIST"
 check "the application starts with the guard on" start_app
 check "the guard is on" wait_line "Settings guard on" 1
