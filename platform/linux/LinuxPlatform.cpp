@@ -7,7 +7,10 @@ namespace orvella::linuxplatform {
 
 LinuxPlatform::LinuxPlatform(std::string sysfsRoot, std::string devRoot, VideoIoOpener* opener)
     : usb_(sysfsRoot, devRoot, opener, libusb_.available() ? &libusb_ : nullptr),
-      capture_(std::move(sysfsRoot), std::move(devRoot), opener) {}
+      capture_(std::move(sysfsRoot), std::move(devRoot), opener) {
+    // A camera held by the PipeWire daemon is named by the PipeWire clients streaming from it.
+    capture_.setPipeWireClientFinder(pipeWireClientFinder());
+}
 
 LinuxPlatform::~LinuxPlatform() = default;
 
