@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nichts festzuhalten: keine Automatik ist an</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>Vorschau</translation>
     </message>

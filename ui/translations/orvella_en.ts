@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nothing to lock: no automatic mode is on</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>Preview</translation>
     </message>

@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nada que fijar: ningún modo automático está activo</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>Vista previa</translation>
     </message>

@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>Rien à figer : aucun mode automatique n'est actif</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>Aperçu</translation>
     </message>

@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>Niente da bloccare: nessuna modalità automatica è attiva</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>Anteprima</translation>
     </message>

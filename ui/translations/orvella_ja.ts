@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>固定するものはありません: 自動モードはオフです</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>プレビュー</translation>
     </message>

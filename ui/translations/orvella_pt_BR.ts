@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>Nada a fixar: nenhum modo automático está ativo</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>Pré-visualização</translation>
     </message>

@@ -497,6 +497,8 @@
     <message>
         <source>NothingToLock</source>
         <translation>无需锁定：没有开启自动模式</translation>
+    </message>
+    <message>
         <source>PreviewFormat</source>
         <translation>预览</translation>
     </message>
