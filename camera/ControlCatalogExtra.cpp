@@ -653,6 +653,15 @@ void readKept(QTCamera& camera) {
         if (control.isStored() && control.kind != K::Command) query(camera, control, nullptr);
 }
 
+bool sameState(const ExtraControls& a, const ExtraControls& b) {
+    if (a.size() != b.size()) return false;
+    for (size_t i = 0; i < a.size(); ++i)
+        if (a[i].key != b[i].key || a[i].cur != b[i].cur || a[i].curKnown != b[i].curKnown ||
+            a[i].writable != b[i].writable)
+            return false;
+    return true;
+}
+
 long valueInPayload(const ExtraControl& control, uint64_t payload) {
     std::vector<uint8_t> bytes(std::max<size_t>(control.length, kLongestValue));
     for (size_t i = 0; i < kLongestValue; ++i)

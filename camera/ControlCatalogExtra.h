@@ -107,6 +107,10 @@ IOReturn set(QTCamera& camera, ExtraControl& control, long value);
 // afterwards holds what the camera holds now.
 void readKept(QTCamera& camera);
 
+// Whether two lists hold the same controls with the same values and writability (a snapshot
+// changed when they do not).
+bool sameState(const ExtraControls& a, const ExtraControls& b);
+
 // The row's value inside a control's payload read as an unsigned little-endian number (what a
 // followed change carries; controls of at most 8 bytes).
 long valueInPayload(const ExtraControl& control, uint64_t payload);

@@ -39,6 +39,8 @@ namespace orvella::ui {
 class PreferencesPage;
 class ProfileBox;
 
+class AllControlsPage;
+
 class ControlPanel : public QObject {
     Q_OBJECT
 
@@ -63,6 +65,8 @@ class ControlPanel : public QObject {
     CameraControlsPage& controls() { return *controls_; }
     ProfileBox& profileBox() { return *profileBox_; }
     PreferencesPage& preferencesPage() { return *preferences_; }
+    // The "All controls" tab: the current camera's controls beyond the rows.
+    AllControlsPage& allControlsPage() { return *allControls_; }
 
     ControlPanelDelegate* delegate() const { return delegate_; }
     void setDelegate(ControlPanelDelegate* delegate) { delegate_ = delegate; }
@@ -195,6 +199,7 @@ class ControlPanel : public QObject {
     std::unique_ptr<CameraControlsPage> controls_;
     ProfileBox* profileBox_ = nullptr;
     PreferencesPage* preferences_ = nullptr;
+    AllControlsPage* allControls_ = nullptr;
     std::unique_ptr<Outlets> outlets_;
     ControlPanelDelegate* delegate_ = nullptr;
 

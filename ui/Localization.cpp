@@ -118,7 +118,16 @@ const QStringList& localizationKeys() {
             "NoCameraFound", "AddDemoCamera",
             // The settings guard on the Preferences tab.
             "OtherPrograms", "KeepMySettings", "GuardSettleTime", "Wait_1_Second", "Wait_2_Seconds",
-            "Wait_5_Seconds", "ReconfigureWebcamGuardNote"} +
+            "Wait_5_Seconds", "ReconfigureWebcamGuardNote",
+            // The "All controls" tab: its title, groups, and the names of the standard controls
+            // beyond the rows (camera/ControlCatalogExtra.cpp), looked up by their keys.
+            "AllControls", "CameraGroup", "ImageGroup", "VendorGroup", "NoMoreControls",
+            "UnknownExtensionUnit", "ScanningMode", "ExposureTimeRelative", "FocusRelative",
+            "IrisAbsolute", "ZoomRelative", "PanRelative", "TiltRelative", "RollAbsolute",
+            "RollRelative", "Privacy", "FocusSimple", "DigitalWindow", "RegionOfInterest",
+            "WhiteBalanceBlue", "WhiteBalanceRed", "HueAuto", "WhiteBalanceComponentAuto",
+            "DigitalMultiplier", "DigitalMultiplierLimit", "AnalogVideoStandard",
+            "AnalogVideoLockStatus", "ContrastAuto"} +
         controlRowTitles();
     return keys;
 }
