@@ -97,6 +97,13 @@ QString AllControlsPage::valueText(const ExtraControl& control) {
     if (const ExtraItem* item = control.itemWithValue(control.cur)) return item->name;
     if (control.size == 0 && control.length > 8)
         return QStringLiteral("%1 bytes").arg(control.length);
+    // An unknown unit's bytes mean nothing as a number: shown as the camera sends them.
+    if (control.key.startsWith(QLatin1String("xu."))) {
+        QByteArray bytes;
+        for (size_t i = 0; i < control.length && i < 8; ++i)
+            bytes.append(static_cast<char>(static_cast<uint64_t>(control.cur) >> (8 * i)));
+        return QString::fromLatin1(bytes.toHex(' '));
+    }
     return QString::number(control.cur);
 }
 

@@ -13,6 +13,9 @@ expect "orvellactl get Privacy" "$(orvellactl get 1 Privacy)" "1"
 mark
 expect "roll is declared but left out" "$(orvellactl show 1 | grep -c RollAbsolute)" "0"
 expect "no roll request reached the camera" "$(wire 1 0xa1 0x86 1 0x0f)" ""
+expect "a raw request for it stalls too (UVCIOC_CTRL_QUERY takes extension units only)" \
+    "$(uvcreq 1 15 get_cur 2)" "e000404f -"
+expect "and never reaches the camera" "$(wire 1 0xa1 0x81 1 0x0f)" ""
 expect "the LED frequency is listed" "$(orvellactl show 1 | grep -c 'logitech.led1.frequency')" "1"
 
 mark
