@@ -106,6 +106,25 @@ TEST(ExtraControls, ALogitechCameraWithUvc15BitsAndExtensionUnitsGivesItsRows) {
                        "says 4 bytes, the data file 5"));
 }
 
+TEST(ExtraControls, AStallOrAValueOutsideTheMenuLeavesTheControlOutOrReadOnly) {
+    auto c = openFixture("logitech-extension-units.json");
+    c->device->stallSelector(1, 0x11, 6);    // privacy
+    c->device->setCurrentValue(1, 0x12, 7);  // simple focus: items 0 to 3
+    log::ScopedCapture log;
+    c->probe();
+    const auto rows = byKey(*c->camera);
+    EXPECT_FALSE(rows.count("Privacy"));
+    ASSERT_TRUE(rows.count("FocusSimple"));
+    EXPECT_EQ(rows.at("FocusSimple")->kind, ExtraKind::ReadOnly);
+    EXPECT_FALSE(rows.at("FocusSimple")->writable);
+    EXPECT_TRUE(logged(log, "Extra control Privacy left out: GET_INFO failed (e000404f)"));
+    EXPECT_TRUE(logged(log, "Extra control FocusSimple read-only: value 7 is none of its items"));
+    c->device->clearRequests();
+    EXPECT_EQ(extras::set(*c->camera, *c->camera->extraControl("FocusSimple"), 1),
+              kIOReturnNotPermitted);
+    EXPECT_TRUE(c->device->requests().empty());
+}
+
 TEST(ExtraControls, WritesGoOnlyWhereTheRowAllows) {
     auto c = openFixture("logitech-extension-units.json");
     c->probe();
