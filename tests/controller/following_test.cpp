@@ -150,10 +150,13 @@ TEST_F(Following, TheGuardAndTheBusCoverTheControlsBeyondTheSystemsOwn) {
     camera->clearRequests();
 
     ASSERT_TRUE(camera->openByAnotherProgram());
+    log::ScopedCapture log;
     setByOther(*camera, kCT, kRollSelector, -20);
     QTRY_COMPARE_WITH_TIMEOUT(roll->value(), -20, 1000);  // followed, shown
     QTRY_COMPARE_WITH_TIMEOUT(camera->currentValue(kCT, kRollSelector), 45, 3000);
     EXPECT_EQ(orvella->guard().restoreCount(orvella->qtCamera()), 1);
+    EXPECT_TRUE(std::count(log.lines().begin(), log.lines().end(),
+                           "RollAbsolute of Logitech Webcam C930e was changed by another program"));
     ASSERT_TRUE(camera->closeByAnotherProgram());
 
     const auto values = controlValues(orvella->qtCamera()->camera().uniqueID());
