@@ -214,6 +214,11 @@ TEST(ExtraControls, AStoredExtraValueSurvivesAProfileAndTheRestore) {
     settings::allSettingsDict(now, camera, nullptr);
     EXPECT_TRUE(settings::settingsThatDidNotStick(*loaded, now).isEmpty());
 
+    // The camera's defaults: the extra controls a record keeps go back to their GET_DEF too.
+    camera.setDefaults();
+    EXPECT_EQ(camera.extraControl("RollAbsolute")->cur, 0);
+    EXPECT_EQ(camera.extraControl("logitech.led1.frequency")->cur, 10);
+
     // A stored value the control does not take is not sent.
     settings::SettingsRecord bad;
     bad.insert("x.RollAbsolute", qint64{1000});
