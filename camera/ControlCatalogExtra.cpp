@@ -309,8 +309,7 @@ class ExtraProbe {
             control.offset = extra.offset;
             control.size = extra.size;
             control.isSigned = standard->isSigned() || extra.kind == K::Move;
-            if (standard->name == "WhiteBalanceComponent")
-                control.master = QStringLiteral("WhiteBalanceComponentAuto");
+            control.master = extras::masterOf(control.key);
             for (uint8_t i = 0; i < extra.itemCount; ++i)
                 control.items.push_back(
                     ExtraItem{extra.items[i].value, {}, QString::fromLatin1(extra.items[i].name)});
@@ -651,6 +650,14 @@ IOReturn set(QTCamera& camera, ExtraControl& control, long value) {
 void readKept(QTCamera& camera) {
     for (ExtraControl& control : camera.extraControls())
         if (control.isStored() && control.kind != K::Command) query(camera, control, nullptr);
+}
+
+QString masterOf(const QString& key) {
+    // The white-balance component's halves are the only standard controls with an automatic
+    // mode of their own among the extra ones (hue's is the catalog's Hue row's, not kept here).
+    if (key == QLatin1String("WhiteBalanceBlue") || key == QLatin1String("WhiteBalanceRed"))
+        return QStringLiteral("WhiteBalanceComponentAuto");
+    return {};
 }
 
 bool sameState(const ExtraControls& a, const ExtraControls& b) {

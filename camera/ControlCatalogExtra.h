@@ -107,6 +107,10 @@ IOReturn set(QTCamera& camera, ExtraControl& control, long value);
 // afterwards holds what the camera holds now.
 void readKept(QTCamera& camera);
 
+// The command-line name of the automatic mode that governs the standard extra control of this
+// name ("WhiteBalanceRed": "WhiteBalanceComponentAuto"); empty when none does.
+QString masterOf(const QString& key);
+
 // Whether two lists hold the same controls with the same values and writability (a snapshot
 // changed when they do not).
 bool sameState(const ExtraControls& a, const ExtraControls& b);

@@ -318,15 +318,12 @@ QList<SettingMismatch> settingsThatDidNotStick(const SettingsRecord& applied,
         compare(row.key);
         if (const Row* second = secondHalf(row)) compare(second->key);
     }
-    // The extra controls' values, unless their automatic mode was on.
+    // The extra controls' values, unless their automatic mode was on in what was applied.
     for (auto it = applied.cbegin(); it != applied.cend(); ++it) {
-        if (!it.key().startsWith(kExtraPrefix) || it.key().endsWith(QLatin1String("Auto")))
+        if (!it.key().startsWith(kExtraPrefix)) continue;
+        const QString master = extras::masterOf(it.key().mid(kExtraPrefix.size()));
+        if (!master.isEmpty() && numberOf(applied, kExtraPrefix + master).value_or(0) != 0)
             continue;
-        const QString autoKey = it.key() == kExtraPrefix + QLatin1String("WhiteBalanceBlue") ||
-                                        it.key() == kExtraPrefix + QLatin1String("WhiteBalanceRed")
-                                    ? kExtraPrefix + QLatin1String("WhiteBalanceComponentAuto")
-                                    : QString();
-        if (!autoKey.isEmpty() && numberOf(applied, autoKey).value_or(0) != 0) continue;
         const auto wanted = numberOf(applied, it.key());
         const auto got = numberOf(now, it.key());
         if (wanted && got && *wanted != *got) mismatches.push_back({it.key(), *wanted, *got});
