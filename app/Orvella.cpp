@@ -452,6 +452,9 @@ void Orvella::cameraControlChanged(CameraSession& session, const FollowedChange&
         NSLog("%.*s of %s was changed by another program",
               static_cast<int>(change.control->title.size()), change.control->title.data(),
               qUtf8Printable(camera.displayName()));
+    else if (change.change.valueChanged && !change.extraKey.isEmpty())
+        NSLog("%s of %s was changed by another program", qUtf8Printable(change.extraKey),
+              qUtf8Printable(camera.displayName()));
     if (&session == qtCamera()) panel_->showCameraRecord();
     guard_.controlChanged(&session, change);
 }

@@ -69,6 +69,7 @@ void Orvella::controlValues(const QString& uniqueID, ValuesReply reply) {
         // Read from the camera: a camera whose backend cannot tell of changes may hold other
         // values than the record.
         device.readCurrentValues();
+        extras::readKept(device);
         std::optional<QVariantMap> values =
             settings::readRecord(device, settings::kAllSettings, current);
         return [this, camera, pending, values = std::move(values)] {

@@ -194,8 +194,9 @@ void CameraSession::Shared::finishBuild(const std::shared_ptr<Shared>& shared,
     CameraSession* owner = shared->owner;
     if (!owner) return;
     ++shared->repliesInFlight;
-    const CameraSnapshot snapshot =
-        built ? CameraSnapshot{*shared->camera->supportedControl(), true} : CameraSnapshot{};
+    const CameraSnapshot snapshot = built ? CameraSnapshot{*shared->camera->supportedControl(),
+                                                           true, shared->camera->extraControls()}
+                                          : CameraSnapshot{};
     QMetaObject::invokeMethod(
         &owner->mailbox_,
         [owner, shared, built, snapshot, camera = shared->camera.get()] {
@@ -210,7 +211,7 @@ void CameraSession::Shared::finishBuild(const std::shared_ptr<Shared>& shared,
 
 void CameraSession::Shared::publish(const std::shared_ptr<Shared>& shared, Reply reply) {
     CameraSnapshot snapshot{*shared->camera->supportedControl(),
-                            shared->camera->lastRequestAnswered()};
+                            shared->camera->lastRequestAnswered(), shared->camera->extraControls()};
     std::lock_guard lock(shared->mutex);
     CameraSession* owner = shared->owner;
     if (!owner) return;
@@ -232,6 +233,7 @@ void CameraSession::Shared::publish(const std::shared_ptr<Shared>& shared, Reply
 CameraSession::CameraSession(std::unique_ptr<QTCamera> camera)
     : shared_(std::make_shared<Shared>()), identity_(camera.get()), shared_camera_(camera.get()) {
     snapshot_.controls = *camera->supportedControl();
+    snapshot_.extras = camera->extraControls();
     shared_->name = camera->displayName();
     shared_->camera = std::move(camera);
     shared_->owner = this;
@@ -333,8 +335,9 @@ void CameraSession::enqueue(AskJob job, uint64_t key) {
 }
 
 void CameraSession::publish(const CameraSnapshot& snapshot, const Reply& reply) {
-    const bool changed =
-        !(snapshot.controls == snapshot_.controls) || snapshot.answering != snapshot_.answering;
+    const bool changed = !(snapshot.controls == snapshot_.controls) ||
+                         snapshot.answering != snapshot_.answering ||
+                         !extras::sameState(snapshot.extras, snapshot_.extras);
     snapshot_ = snapshot;
     if (reply) reply();
     if (changed)

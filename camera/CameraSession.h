@@ -38,6 +38,8 @@ struct CameraSnapshot {
     SupportedControl controls;
     // The camera answered the last request the session made (a stall is an answer).
     bool answering = true;
+    // The controls beyond the catalog's rows, as the camera holds them.
+    ExtraControls extras;
 };
 
 class CameraSession {

@@ -14,6 +14,7 @@
 
 #include "camera/CMIOControl.h"
 #include "camera/ControlCatalog.h"
+#include "camera/ControlCatalogExtra.h"
 #include "camera/FormatEntry.h"
 #include "camera/SupportedControl.h"
 #include "platform/ControlEvents.h"
@@ -52,6 +53,8 @@ struct FollowedChange {
     // An automatic mode owns the control now (its disabled flag in the record): a value change
     // is then the camera's own doing.
     bool governed = false;
+    // For a control beyond the catalog's rows (control null): its command-line name.
+    QString extraKey;
 };
 
 class QTCamera {
@@ -142,6 +145,12 @@ class QTCamera {
     // ---- Capability probing, status and defaults ----
     void querySupportedCameraControl(platform::UsbInterface* controlInterface);
     SupportedControl* supportedControl() { return &_supportedControl; }
+    // The controls found beyond the catalog's rows (camera/ControlCatalogExtra.h), in the order
+    // probing met them; read and written through extras::query and extras::set.
+    ExtraControls& extraControls() { return _extraControls; }
+    const ExtraControls& extraControls() const { return _extraControls; }
+    // The extra control of this command-line name; null when the camera has none.
+    ExtraControl* extraControl(const QString& key);
     SupportedControl* queryControlStatus();
     // The status walk, and on the media-device path the values of the control objects too: the
     // record then holds what the camera holds now.
@@ -274,6 +283,7 @@ class QTCamera {
     CameraType _cameraType = CameraType::Usb;
     uint32_t _cmioDeviceID = 0;
     SupportedControl _supportedControl;
+    ExtraControls _extraControls;
     CMIOControls _cmioControls;
     CameraMode _cameraMode = CameraMode::None;
     uint8_t _defaultFrameIndex = 0;

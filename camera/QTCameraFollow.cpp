@@ -114,6 +114,23 @@ bool QTCamera::followsControlChanges() const {
 std::optional<FollowedChange> QTCamera::takeControlChange(const platform::ControlChange& change) {
     if (!controlInterface) return std::nullopt;  // gone, or reached another way
     const ControlDescription* row = rowFor(*this, change.unit, change.selector);
+    if ((!row || !(_supportedControl.*row->present)) && change.valueChanged) {
+        // A control beyond the catalog's rows: each row over the control takes its part.
+        FollowedChange followed;
+        for (ExtraControl& extra : _extraControls) {
+            if (extra.unit != change.unit || extra.selector != change.selector ||
+                extra.kind == ExtraKind::Move || extra.kind == ExtraKind::Command ||
+                (extra.size == 0 && extra.length > 8))
+                continue;
+            extra.cur = extras::valueInPayload(extra, change.value);
+            extra.curKnown = true;
+            if (followed.extraKey.isEmpty()) followed.extraKey = extra.key;
+        }
+        if (!followed.extraKey.isEmpty()) {
+            followed.change = change;
+            return followed;
+        }
+    }
     if (!row || !(_supportedControl.*row->present)) {
         const uint16_t key = static_cast<uint16_t>(change.unit << 8 | change.selector);
         if (std::find(_unknownChangesLogged.begin(), _unknownChangesLogged.end(), key) ==

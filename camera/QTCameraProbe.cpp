@@ -365,6 +365,15 @@ void QTCamera::querySupportedCameraControl(platform::UsbInterface* videoControl)
     };
     uvc::walkClassDescriptors(videoControl->classSpecificDescriptors(), uvc::Extent::Declared,
                               uvc::kShortestDescriptor, visit, logTooShort);
+    // Then every control beyond the catalog's rows, in a pass of its own, so the requests and
+    // log lines of the catalog's controls come first and as before.
+    _extraControls = extras::probe(*this, *videoControl);
+}
+
+ExtraControl* QTCamera::extraControl(const QString& key) {
+    for (ExtraControl& control : _extraControls)
+        if (control.key == key) return &control;
+    return nullptr;
 }
 
 }  // namespace orvella

@@ -198,6 +198,11 @@ void QTCamera::setDefaults() {
     }
     for (const ControlDescription& row : catalog::all())
         if (inStatusWalk(row) && _supportedControl.*row.present) writeDefault(*this, row);
+    // Then the controls beyond the catalog that a record keeps, to the camera's GET_DEF (a
+    // vendor's command has no default the camera tells, and is left as it is).
+    for (ExtraControl& control : _extraControls)
+        if (control.isStored() && control.kind != ExtraKind::Command && control.allows(control.def))
+            extras::set(*this, control, control.def);
 }
 
 }  // namespace orvella

@@ -3,6 +3,7 @@
 // process on the default sink) and plain standard-output prints used by the lowest USB layer.
 // Tests replace the sink to read exactly what was written.
 
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -25,14 +26,25 @@ class ConsoleSink final : public Sink {
     void standardOutput(const std::string& text) override;
 };
 
-// Keeps everything in memory; used by tests and by tools that want to filter the trace.
+// Keeps everything in memory; used by tests and by tools that want to filter the trace. Cameras'
+// sessions log from their own threads at the same time, so the writes are serialized; read the
+// lines once the writers are done.
 class MemorySink final : public Sink {
   public:
-    void systemLog(const std::string& message) override { lines.push_back(message); }
-    void standardOutput(const std::string& text) override { printed += text; }
+    void systemLog(const std::string& message) override {
+        std::lock_guard lock(mutex_);
+        lines.push_back(message);
+    }
+    void standardOutput(const std::string& text) override {
+        std::lock_guard lock(mutex_);
+        printed += text;
+    }
 
     std::vector<std::string> lines;
     std::string printed;
+
+  private:
+    std::mutex mutex_;
 };
 
 // Drops everything (orvellactl without --verbose).

@@ -60,6 +60,8 @@ inline constexpr StandardControl kControls[] = {
     {"FocusAuto", CT, 17, 0x08, 1, K::Unsigned, 0, 1, 1, 1},
     {"Privacy", CT, 18, 0x11, 1, K::Unsigned, 0, 1, 1, 0},
     {"FocusSimple", CT, 19, 0x12, 1, K::Unsigned, 0, 3, 1, 0},
+    {"DigitalWindow", CT, 20, 0x13, 12, K::Raw, 0, 0, 0, 0},
+    {"RegionOfInterest", CT, 21, 0x14, 10, K::Raw, 0, 0, 0, 0},
 
     {"Brightness", PU, 0, 0x02, 2, K::Signed, -64, 64, 1, 0},
     {"Contrast", PU, 1, 0x03, 2, K::Unsigned, 0, 95, 1, 32},

@@ -15,6 +15,7 @@ namespace {
 using Row = ControlDescription;
 
 constexpr const char* kLedTypeKey = "LEDType";
+const QString kExtraPrefix = QLatin1String(extras::kRecordPrefix);
 
 // The pause before a stored focus is sent.
 constexpr uint32_t kFocusWaitMicroseconds = 200000;
@@ -213,6 +214,38 @@ void apply(const Row& row, const SettingsRecord& record, QTCamera& camera, platf
     }
 }
 
+// ---- The extra controls (camera/ControlCatalogExtra.h), under keys of their own ----
+
+// An extra control whose automatic mode is on in the record is not sent (its master is applied
+// first, so the camera would refuse or ignore the value).
+bool extraGovernedIn(const ExtraControl& control, const SettingsRecord& record) {
+    if (control.master.isEmpty()) return false;
+    return numberOf(record, kExtraPrefix + control.master).value_or(0) != 0;
+}
+
+void fillExtras(SettingsRecord& record, QTCamera& camera) {
+    for (const ExtraControl& control : camera.extraControls())
+        if (control.isStored()) record.insert(control.recordKey(), qint64{control.cur});
+}
+
+// After the system's own controls, so a record of the system's keys applies exactly as before:
+// automatic modes (the boolean controls) first, then the values they may govern.
+void applyExtras(const SettingsRecord& record, QTCamera& camera) {
+    for (const bool automatic : {true, false}) {
+        for (ExtraControl& control : camera.extraControls()) {
+            if ((control.kind == ExtraKind::Boolean) != automatic || !control.isStored()) continue;
+            const std::optional<long> value = numberOf(record, control.recordKey());
+            if (!value || extraGovernedIn(control, record)) continue;
+            if (!control.allows(*value)) {
+                NSLog("    %s: stored value %ld is not one the control takes; not sent",
+                      qPrintable(control.recordKey()), *value);
+                continue;
+            }
+            extras::set(camera, control, *value);
+        }
+    }
+}
+
 }  // namespace
 
 void settingsDict(SettingsRecord& record, int32_t settingsID, QTCamera& camera,
@@ -223,6 +256,12 @@ void settingsDict(SettingsRecord& record, int32_t settingsID, QTCamera& camera,
 void allSettingsDict(SettingsRecord& record, QTCamera& camera, QTCamera* currentCamera) {
     for (const Row& row : catalog::all())
         fill(row, record, camera, currentCamera);
+    fillExtras(record, camera);
+}
+
+void extraSettingsDict(SettingsRecord& record, const QString& key, QTCamera& camera) {
+    const ExtraControl* control = camera.extraControl(key);
+    if (control && control->isStored()) record.insert(control->recordKey(), qint64{control->cur});
 }
 
 std::optional<SettingsRecord> readRecord(QTCamera& camera, int32_t settingsID, bool isCurrent) {
@@ -246,6 +285,7 @@ void loadSettings(const SettingsRecord& record, QTCamera& camera, platform::Cloc
                                                                : platform::SystemClock::shared());
     for (const Row& row : catalog::all())
         apply(row, record, camera, pauses);
+    applyExtras(record, camera);
 }
 
 QList<SettingMismatch> settingsThatDidNotStick(const SettingsRecord& applied,
@@ -277,6 +317,16 @@ QList<SettingMismatch> settingsThatDidNotStick(const SettingsRecord& applied,
         }
         compare(row.key);
         if (const Row* second = secondHalf(row)) compare(second->key);
+    }
+    // The extra controls' values, unless their automatic mode was on in what was applied.
+    for (auto it = applied.cbegin(); it != applied.cend(); ++it) {
+        if (!it.key().startsWith(kExtraPrefix)) continue;
+        const QString master = extras::masterOf(it.key().mid(kExtraPrefix.size()));
+        if (!master.isEmpty() && numberOf(applied, kExtraPrefix + master).value_or(0) != 0)
+            continue;
+        const auto wanted = numberOf(applied, it.key());
+        const auto got = numberOf(now, it.key());
+        if (wanted && got && *wanted != *got) mismatches.push_back({it.key(), *wanted, *got});
     }
     return mismatches;
 }

@@ -29,6 +29,12 @@ void settingsDict(SettingsRecord& record, int32_t settingsID, QTCamera& camera,
 // Fills a whole record: identifiers 1 to 18, then 20, 21 and 22 (19 writes what 18 writes).
 void allSettingsDict(SettingsRecord& record, QTCamera& camera, QTCamera* currentCamera);
 
+// The entry of one extra control (camera/ControlCatalogExtra.h) by its command-line name, under
+// its own key ("x." and the name); nothing for a control the camera lacks or a record does not
+// keep. allSettingsDict writes every kept extra control after the system's own entries, and
+// loadSettings applies them after the system's own.
+void extraSettingsDict(SettingsRecord& record, const QString& key, QTCamera& camera);
+
 // On the camera's own thread: the camera's state as a record -- the entries of `settingsID`, or
 // all of them for 0 -- or none (logged) when the camera is gone or does not answer, since a
 // record of a half-read camera would replace the user's settings. Whether it answers is what its

@@ -181,6 +181,90 @@ QString controlLine(const CtlControl& control, const SupportedControl& s) {
     return line;
 }
 
+QString extraLine(const ExtraControl& control) {
+    QString line = QStringLiteral("  %1").arg(control.key, -28);
+    const bool number = control.kind != ExtraKind::Move &&
+                        (control.size != 0 || control.length <= 8) && control.curKnown;
+    if (number) line += QStringLiteral(" %1").arg(control.cur, 7);
+    if (control.kind == ExtraKind::Range)
+        line += QStringLiteral("  [%1..%2]").arg(control.min).arg(control.max);
+    QStringList items;
+    for (const ExtraItem& item : control.items)
+        items << QStringLiteral("%1 %2")
+                     .arg(control.kind == ExtraKind::Command ? static_cast<long>(items.size())
+                                                             : item.value)
+                     .arg(item.name);
+    if (!items.isEmpty()) line += QStringLiteral("  {%1}").arg(items.join(QStringLiteral(", ")));
+    line += QStringLiteral("  (%1, %2")
+                .arg(extras::kindName(control.kind), extras::groupName(control.group));
+    if (control.kind == ExtraKind::ReadOnly && control.name != control.key)
+        line += QStringLiteral(", ") + control.name;
+    line += QLatin1Char(')');
+    return line;
+}
+
+// The catalog's controls as the JSON listing names their kinds.
+QString catalogKind(const CtlControl& control) {
+    const ControlDescription& row = *control.row;
+    if (row.probe == ProbeKind::ModeBitmap) return QStringLiteral("bitmap");
+    if (row.rule == ValueRule::PowerLine || row.shape == RecordShape::Led)
+        return QStringLiteral("menu");
+    if (row.probe == ProbeKind::Flag || row.probe == ProbeKind::CurInfo)
+        return QStringLiteral("boolean");
+    if (row.rule == ValueRule::Relative) return QStringLiteral("move");
+    return QStringLiteral("range");
+}
+
+QJsonArray controlsJson(QTCamera& camera) {
+    QJsonArray controls;
+    const SupportedControl& s = *camera.supportedControl();
+    for (const CtlControl& control : ctlControls()) {
+        if (!isSupported(control, s)) continue;
+        QJsonObject o{
+            {QStringLiteral("name"),
+             QString::fromUtf8(control.key.data(), static_cast<qsizetype>(control.key.size()))},
+            {QStringLiteral("kind"), catalogKind(control)},
+            {QStringLiteral("group"), QStringLiteral("system")},
+            {QStringLiteral("writable"), true}};
+        if (control.cur) o[QStringLiteral("value")] = static_cast<qint64>(s.*control.cur);
+        if (control.min) o[QStringLiteral("min")] = static_cast<qint64>(s.*control.min);
+        if (control.max) o[QStringLiteral("max")] = static_cast<qint64>(s.*control.max);
+        if (control.def) o[QStringLiteral("default")] = static_cast<qint64>(s.*control.def);
+        controls.append(o);
+    }
+    for (const ExtraControl& control : camera.extraControls()) {
+        QJsonObject o{{QStringLiteral("name"), control.key},
+                      {QStringLiteral("kind"), extras::kindName(control.kind)},
+                      {QStringLiteral("group"), extras::groupName(control.group)},
+                      {QStringLiteral("writable"), control.writable},
+                      {QStringLiteral("title"), control.name},
+                      {QStringLiteral("length"), control.length}};
+        if (control.isStored()) o[QStringLiteral("recordKey")] = control.recordKey();
+        if (!control.guid.isEmpty()) o[QStringLiteral("guid")] = control.guid;
+        if (control.curKnown && control.kind != ExtraKind::Move &&
+            (control.size != 0 || control.length <= 8))
+            o[QStringLiteral("value")] = static_cast<qint64>(control.cur);
+        if (control.kind == ExtraKind::Range) {
+            o[QStringLiteral("min")] = static_cast<qint64>(control.min);
+            o[QStringLiteral("max")] = static_cast<qint64>(control.max);
+            o[QStringLiteral("res")] = static_cast<qint64>(control.res);
+            o[QStringLiteral("default")] = static_cast<qint64>(control.def);
+        }
+        if (!control.items.empty()) {
+            QJsonArray items;
+            for (const ExtraItem& item : control.items)
+                items.append(QJsonObject{
+                    {QStringLiteral("value"),
+                     static_cast<qint64>(control.kind == ExtraKind::Command ? items.size()
+                                                                            : item.value)},
+                    {QStringLiteral("name"), item.name}});
+            o[QStringLiteral("items")] = items;
+        }
+        controls.append(o);
+    }
+    return controls;
+}
+
 }  // namespace
 
 QString listLine(int number, const QTCamera& camera, const QString& name) {
@@ -218,6 +302,11 @@ QString textReport(QTCamera& camera) {
         ++supported;
     }
     if (supported == 0) lines << QStringLiteral("  (none)");
+    if (!camera.extraControls().empty()) {
+        lines << QStringLiteral("more controls:");
+        for (const ExtraControl& control : camera.extraControls())
+            lines << extraLine(control);
+    }
 
     lines << QStringLiteral("formats:");
     for (const FormatEntry& f : camera.formatArray()) {
@@ -274,6 +363,8 @@ QJsonObject jsonReport(QTCamera& camera) {
                         {QStringLiteral("FormatFPS"), rates}});
     }
     json[QStringLiteral("formatArray")] = formats;
+    // Every control with its kind and range: the system's own, then the ones beyond them.
+    json[QStringLiteral("controls")] = controlsJson(camera);
     return json;
 }
 

@@ -437,10 +437,51 @@ std::optional<Failure> commandShow(Session& session, const Options& options,
     return std::nullopt;
 }
 
+// A control beyond the system's own (camera/ControlCatalogExtra.h) by its name, compared
+// without regard to case; null when the camera has none or the name is a system control's.
+ExtraControl* findExtra(QTCamera& camera, const QString& key) {
+    if (findCtlControl(key.toStdString())) return nullptr;
+    for (ExtraControl& control : camera.extraControls())
+        if (control.key.compare(key, Qt::CaseInsensitive) == 0) return &control;
+    return nullptr;
+}
+
+// Why a control beyond the system's own refused a value, without a request.
+QString extraRefusal(const ExtraControl& control, long value) {
+    if (!control.writable)
+        return QStringLiteral("%1 is read-only (%2)").arg(control.key, control.name);
+    QStringList items;
+    for (size_t i = 0; i < control.items.size(); ++i)
+        items << QStringLiteral("%1 (%2)")
+                     .arg(control.kind == ExtraKind::Command ? static_cast<long>(i)
+                                                             : control.items[i].value)
+                     .arg(control.items[i].name);
+    if (!items.isEmpty())
+        return QStringLiteral("%1 takes %2, not %3")
+            .arg(control.key, items.join(QStringLiteral(", ")))
+            .arg(value);
+    if (control.kind == ExtraKind::Move)
+        return QStringLiteral("%1 moves by -1, 0 (stop) or 1, not %2").arg(control.key).arg(value);
+    return QStringLiteral("%1 takes %2..%3, not %4")
+        .arg(control.key)
+        .arg(control.min)
+        .arg(control.max)
+        .arg(value);
+}
+
 std::optional<Failure> commandGet(Session& session, const Options&, const Arguments& args) {
     const auto found = session.find(args.size() == 2 ? std::optional(args[0]) : std::nullopt);
     if (const auto* failure = std::get_if<Failure>(&found)) return *failure;
     QTCamera& camera = *std::get<QTCamera*>(found);
+    if (ExtraControl* extra = findExtra(camera, args.back())) {
+        long value = 0;
+        const IOReturn status = extras::query(camera, *extra, &value);
+        if (status != kIOReturnSuccess)
+            return Failure{
+                QStringLiteral("reading %1 failed: %2").arg(extra->key, statusText(status))};
+        session.out() << value << '\n';
+        return std::nullopt;
+    }
     const auto control = findControl(camera, args.back());
     if (const auto* failure = std::get_if<Failure>(&control)) return *failure;
     long value = 0;
@@ -505,6 +546,22 @@ std::optional<Failure> commandSet(Session& session, const Options&, const Argume
     QTCamera& camera = *std::get<QTCamera*>(found);
     const QString& key = args[args.size() - 2];
     const QString& valueText = args.back();
+    if (ExtraControl* extra = findExtra(camera, key)) {
+        const auto value = parseNumber(valueText);
+        if (!value)
+            return Failure{QStringLiteral("\"%1\" is not a whole number").arg(valueText),
+                           kExitUsage};
+        // Nothing reaches the camera that the control does not allow.
+        if (!extra->writable || !extra->allows(*value))
+            return Failure{extraRefusal(*extra, *value)};
+        const IOReturn status = extras::set(camera, *extra, *value);
+        if (status != kIOReturnSuccess)
+            return Failure{QStringLiteral("writing %1 = %2 failed: %3")
+                               .arg(extra->key, valueText, statusText(status))};
+        if (extra->kind != ExtraKind::Move)
+            session.out() << extra->key.toStdString() << " = " << extra->cur << '\n';
+        return std::nullopt;
+    }
     const auto foundControl = findControl(camera, key);
     if (const auto* failure = std::get_if<Failure>(&foundControl)) return *failure;
     const CtlControl& control = *std::get<const CtlControl*>(foundControl);

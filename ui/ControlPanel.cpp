@@ -16,6 +16,7 @@
 #include <QPointer>
 
 #include "camera/CameraSession.h"
+#include "ui/AllControlsPage.h"
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Localization.h"
 #include "ui/PreferencesPage.h"
@@ -30,6 +31,7 @@ ControlPanel::ControlPanel() : ui_(std::make_unique<Ui::ControlPanel>()) {
     ui_->setupUi(window_.get());
     controls_ = std::make_unique<CameraControlsPage>();
     preferences_ = new PreferencesPage();
+    allControls_ = new AllControlsPage();
     profileBox_ = new ProfileBox();
     placeRooms();
     preview_ = std::make_unique<PreviewArea>(*ui_);
@@ -67,6 +69,7 @@ void ControlPanel::placeRooms() {
     preferencesTab->viewport()->setAutoFillBackground(false);  // the tab's pane shows through
     preferences_->setAutoFillBackground(false);
     tabs->addTab(preferencesTab, QString());
+    tabs->addTab(allControls_, QString());
     tabs->setCurrentIndex(0);
     // The profile box takes its placeholder's place; its outlet now names the box.
     delete window_->layout()->replaceWidget(ui_->mVwProfileBox, profileBox_);
@@ -90,6 +93,7 @@ void ControlPanel::fitScreen() {
 void ControlPanel::wireActions() {
     connect(controls_.get(), &CameraControlsPage::settingChanged, this,
             &ControlPanel::settingChanged);
+    connect(allControls_, &AllControlsPage::settingChanged, this, &ControlPanel::settingChanged);
     connect(controls_.get(), &CameraControlsPage::settingStored, this, [this](int32_t id) {
         if (delegate_ && delegate_->updateSettings) delegate_->updateSettings(id);
     });
@@ -148,6 +152,8 @@ void ControlPanel::localize() {
     ui.mTabView->setTabText(ui.mTabView->indexOf(controls_->advancedPage()), localized("Advanced"));
     auto* preferencesTab = qobject_cast<QScrollArea*>(preferences_->parentWidget()->parentWidget());
     ui.mTabView->setTabText(ui.mTabView->indexOf(preferencesTab), localized("Preferences"));
+    ui.mTabView->setTabText(ui.mTabView->indexOf(allControls_), localized("AllControls"));
+    allControls_->retranslate();
     ui.mBtnResetToDefault->setText(localized("Reset_to_Default"));
     ui.mTxtCameraLabel->setText(localized("Webcam"));
     ui.mTxtFormatLabel->setText(localized("Format"));
@@ -187,10 +193,14 @@ void ControlPanel::setQTCamera(CameraSession* camera) {
     if (camera && !watched_.contains(camera)) {
         watched_.insert(camera);
         camera->onPublished([panel = QPointer(this), camera] {
-            if (panel && camera == panel->qtCamera()) panel->showAnswering(camera->answering());
+            if (panel && camera == panel->qtCamera()) {
+                panel->showAnswering(camera->answering());
+                panel->allControls_->showValues();
+            }
         });
     }
     showAnswering(!camera || camera->answering());
+    allControls_->setCamera(camera);
 }
 
 void ControlPanel::loadSupportedControl() {
@@ -227,6 +237,7 @@ void ControlPanel::disableAutoControlUVCValue() {
 
 void ControlPanel::showCameraRecord() {
     controls_->showCameraRecord();
+    allControls_->showValues();
 }
 
 void ControlPanel::showProgramRules(const QStringList& programs,
@@ -271,6 +282,7 @@ void ControlPanel::emptyPanel() {
     ui.mPopCamera->setEnabled(false);
     ui.mBtnRenameCamera->setEnabled(false);
     controls_->empty();
+    allControls_->setCamera(nullptr);
     ui.mTxtFormatType->setText(QString());
     ui.mTxtFormatSummary->setText(QString());
     ui.mBtnResetToDefault->setEnabled(false);

@@ -43,6 +43,8 @@ class PreferencesPage;
 class PreviewArea;
 class ProfileBox;
 
+class AllControlsPage;
+
 class ControlPanel : public QObject {
     Q_OBJECT
 
@@ -69,6 +71,8 @@ class ControlPanel : public QObject {
     PreferencesPage& preferencesPage() { return *preferences_; }
     // The live preview above the controls (its owner decides when it runs).
     PreviewArea& preview() { return *preview_; }
+    // The "All controls" tab: the current camera's controls beyond the rows.
+    AllControlsPage& allControlsPage() { return *allControls_; }
 
     ControlPanelDelegate* delegate() const { return delegate_; }
     void setDelegate(ControlPanelDelegate* delegate) { delegate_ = delegate; }
@@ -218,6 +222,7 @@ class ControlPanel : public QObject {
     ProfileBox* profileBox_ = nullptr;
     PreferencesPage* preferences_ = nullptr;
     std::unique_ptr<PreviewArea> preview_;
+    AllControlsPage* allControls_ = nullptr;
     std::unique_ptr<Outlets> outlets_;
     ControlPanelDelegate* delegate_ = nullptr;
 

@@ -123,7 +123,16 @@ const QStringList& localizationKeys() {
             "AnotherProgram", "AnotherUsersProgram", "SecondsAgo", "MinutesAgo",
             "WhoChangedControls", "WhoChangedOneControl", "WhoOpenedCamera", "WhoGotProfile",
             "WhoLetGo", "ChromiumPipeWireNote", "DismissNote", "LookLocked", "LookNotStuck",
-            "NothingToLock"} +
+            "NothingToLock",
+            // The "All controls" tab: its title, groups, and the names of the standard controls
+            // beyond the rows (camera/ControlCatalogExtra.cpp), looked up by their keys.
+            "AllControls", "CameraGroup", "ImageGroup", "VendorGroup", "NoMoreControls",
+            "UnknownExtensionUnit", "ScanningMode", "ExposureTimeRelative", "FocusRelative",
+            "IrisAbsolute", "ZoomRelative", "PanRelative", "TiltRelative", "RollAbsolute",
+            "RollRelative", "Privacy", "FocusSimple", "DigitalWindow", "RegionOfInterest",
+            "WhiteBalanceBlue", "WhiteBalanceRed", "HueAuto", "WhiteBalanceComponentAuto",
+            "DigitalMultiplier", "DigitalMultiplierLimit", "AnalogVideoStandard",
+            "AnalogVideoLockStatus", "ContrastAuto"} +
         controlRowTitles();
     return keys;
 }

@@ -30,7 +30,7 @@ struct DeviceControl {
     std::string name;  // UVC standard name or "xu" for extension-unit controls
     uint8_t unit = 0;
     uint8_t selector = 0;
-    uint8_t length = 0;
+    uint16_t length = 0;  // up to 1024: a broken camera may claim more than any real one
     ValueKind kind = ValueKind::Unsigned;
     std::vector<uint8_t> min, max, res, def, cur;
     uint8_t info = 0x03;  // GET_INFO without the automatic-mode bit, which is computed

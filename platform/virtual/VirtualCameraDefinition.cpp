@@ -352,7 +352,7 @@ void VirtualCamera::Private::parseControls(VirtualCamera& c, const QJsonObject& 
         control.selector =
             static_cast<uint8_t>(toRanged(answers.value("selector"), key + ".selector", 0, 255));
         control.length =
-            static_cast<uint8_t>(toRanged(answers.value("length"), key + ".length", 1, 64));
+            static_cast<uint16_t>(toRanged(answers.value("length"), key + ".length", 1, 1024));
         control.kind = answers.value("signed").toBool(false) ? ValueKind::Signed : ValueKind::Raw;
         if (answers.contains("min") && answers.contains("max") && control.kind == ValueKind::Raw &&
             control.length <= 8)

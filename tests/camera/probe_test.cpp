@@ -19,7 +19,10 @@ using testing::Req;
 using testing::trace;
 
 TEST(Probe, DeclaredCameraTerminalBitsAreProbedInOrderAndTraced) {
-    // bmControls 0B 00 FA: bits 0, 1, 3, 17 and 19-23. Only 1, 3 and 17 are asked for.
+    // bmControls 0B 00 FA: bits 0, 1, 3, 17 and 19-23. The catalog's pass asks for 1, 3 and 17
+    // alone; the pass for the controls beyond it follows, each asked for its GET_INFO first
+    // (scanning mode and simple focus are menus, the digital window and the region of interest
+    // structures; bits 22 and 23 name no control).
     auto c = openJson(R"({"vendorID": "0x1234", "productID": "0x0001", "locationID": "0x11000000",
         "vc": ["0d240100013300006cdc020101", "1224020101020000000000000000030b00fa"],
         "controls": {"AutoExposureMode": {"res": 9, "def": 8, "cur": 10}}})");
@@ -30,7 +33,9 @@ TEST(Probe, DeclaredCameraTerminalBitsAreProbedInOrderAndTraced) {
         {0x84, 0x02, 1, 1}, {0x81, 0x02, 1, 1}, {0x87, 0x02, 1, 1}, {0x86, 0x02, 1, 1},
         {0x82, 0x04, 1, 4}, {0x83, 0x04, 1, 4}, {0x84, 0x04, 1, 4}, {0x87, 0x04, 1, 4},
         {0x81, 0x04, 1, 4}, {0x86, 0x04, 1, 1}, {0x81, 0x08, 1, 1}, {0x87, 0x08, 1, 1},
-        {0x86, 0x08, 1, 1},
+        {0x86, 0x08, 1, 1}, {0x86, 0x01, 1, 1}, {0x81, 0x01, 1, 1}, {0x87, 0x01, 1, 1},
+        {0x86, 0x12, 1, 1}, {0x81, 0x12, 1, 1}, {0x87, 0x12, 1, 1}, {0x86, 0x13, 1, 1},
+        {0x86, 0x14, 1, 1},
     };
     EXPECT_EQ(trace(*c->device), expected);
     const std::vector<std::string> lines = {
@@ -49,6 +54,10 @@ TEST(Probe, DeclaredCameraTerminalBitsAreProbedInOrderAndTraced) {
         // The automatic mode owns the exposure time: GET_INFO bit 2.
         "Exposure Time (Absolute) min(3), max(2047), res(1), def(250), cur(250), info(7)",
         "Focus, Auto cur(1), def(1), info(3)",
+        "Extra control ScanningMode: menu min(0), max(1), res(1), def(0), cur(0), info(3)",
+        "Extra control FocusSimple: menu min(0), max(3), res(1), def(0), cur(0), info(3)",
+        "Extra control DigitalWindow: 12 bytes, read-only",
+        "Extra control RegionOfInterest: 10 bytes, read-only",
     };
     EXPECT_EQ(log.lines(), lines);
 
@@ -81,11 +90,12 @@ TEST(Probe, EveryDeclaredControlOfAFullCamera) {
     std::set<int> terminal, processing;
     for (const Req& r : trace(*c->device))
         (r.unit == 1 ? terminal : processing).insert(r.selector);
-    // Scanning mode, the relative and roll controls, iris, privacy and the white-balance
-    // components are never asked; neither are the processing unit's bits past 14.
-    EXPECT_EQ(terminal, (std::set<int>{0x02, 0x03, 0x04, 0x06, 0x08, 0x0B, 0x0D, 0x0E}));
+    // Every declared control is asked: the catalog's, then the ones beyond it (the relative
+    // iris is the catalog's and asked nothing at probing).
+    EXPECT_EQ(terminal, (std::set<int>{0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0B,
+                                       0x0C, 0x0D, 0x0E, 0x0F, 0x10, 0x11}));
     EXPECT_EQ(processing, (std::set<int>{0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08, 0x09, 0x0A,
-                                         0x0B, 0x0E}));
+                                         0x0B, 0x0C, 0x0D, 0x0E, 0x0F, 0x10, 0x11, 0x12, 0x13}));
 
     const SupportedControl& s = c->record();
     EXPECT_EQ(c->camera->processingUnitID, 2);

@@ -1,7 +1,10 @@
 // Other programs' changes: shown at once without a request, and the settings guard that puts the
 // last state back.
 
+#include <QSpinBox>
+
 #include "tests/controller/ControllerRig.h"
+#include "ui/AllControlsPage.h"
 
 namespace orvella::app {
 namespace {
@@ -125,6 +128,41 @@ TEST_F(Following, TheGuardRestoresOnceAfterSettlingIgnoresProbesAndOwnWritesAndS
                                 return l.find("leaving it alone") != std::string::npos;
                             }),
               1);
+}
+
+// The controls beyond the system's own: a change on the "All controls" tab goes into the last
+// state under its own key, another program's change to it is followed and put back by the guard,
+// and the bus names it.
+TEST_F(Following, TheGuardAndTheBusCoverTheControlsBeyondTheSystemsOwn) {
+    constexpr uint8_t kRollSelector = 0x0F;
+    storeGuard(true, 100);
+    auto camera = plug(fixture("logitech-extension-units.json"));
+    start();
+    settle();
+    QSpinBox* roll = nullptr;
+    for (QSpinBox* field : orvella->panel().allControlsPage().findChildren<QSpinBox*>())
+        if (field->accessibleName() == QStringLiteral("Roll")) roll = field;
+    ASSERT_TRUE(roll);
+    roll->setValue(45);
+    settle();
+    EXPECT_EQ(camera->currentValue(kCT, kRollSelector), 45);
+    EXPECT_EQ(lastState("x.RollAbsolute"), 45);
+    camera->clearRequests();
+
+    ASSERT_TRUE(camera->openByAnotherProgram());
+    log::ScopedCapture log;
+    setByOther(*camera, kCT, kRollSelector, -20);
+    QTRY_COMPARE_WITH_TIMEOUT(roll->value(), -20, 1000);  // followed, shown
+    QTRY_COMPARE_WITH_TIMEOUT(camera->currentValue(kCT, kRollSelector), 45, 3000);
+    EXPECT_EQ(orvella->guard().restoreCount(orvella->qtCamera()), 1);
+    EXPECT_TRUE(std::count(log.lines().begin(), log.lines().end(),
+                           "RollAbsolute of Logitech Webcam C930e was changed by another program"));
+    ASSERT_TRUE(camera->closeByAnotherProgram());
+
+    const auto values = controlValues(orvella->qtCamera()->camera().uniqueID());
+    ASSERT_TRUE(values);
+    EXPECT_EQ(values->value(QStringLiteral("x.RollAbsolute")).toLongLong(), 45);
+    EXPECT_FALSE(values->contains(QStringLiteral("x.xu.12.1")));
 }
 
 TEST_F(Following, TheGuardIsOffByDefaultAndRestsAcrossSleep) {

@@ -6,8 +6,10 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QMap>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <tuple>
 
 #include "support/Orvellactl.h"
 
@@ -72,6 +74,47 @@ TEST(OrvellaCtl, GetsAndSetsControls) {
     EXPECT_EQ(set.exitCode, 0) << set.err.toStdString();
     EXPECT_EQ(set.out, "Gain = 64\n");
     EXPECT_EQ(runOrvellactl(twoCameras({"defaults", "2"})).exitCode, 0);
+}
+
+// The controls beyond the system's own: named by get and set, refused without a request where
+// the control does not allow the value, listed with kind and range by show --json.
+TEST(OrvellaCtl, ControlsBeyondTheSystemsOwnAreNamedAndGuarded) {
+    const QString camera = cameraFixture("logitech-extension-units.json");
+    CtlRun set = runOrvellactl({"--virtual", camera, "set", "RollAbsolute", "-30"});
+    EXPECT_EQ(set.exitCode, 0) << set.err.toStdString();
+    EXPECT_EQ(set.out, "RollAbsolute = -30\n");
+    set = runOrvellactl({"--virtual", camera, "set", "logitech.led1.frequency", "7"});
+    EXPECT_EQ(set.out, "logitech.led1.frequency = 7\n") << set.err.toStdString();
+    EXPECT_EQ(runOrvellactl({"--virtual", camera, "get", "xu.12.1"}).out, "67305985\n");
+
+    QTemporaryDir dir;
+    const QString log = dir.filePath("requests.log");
+    for (const auto& [key, value, why] :
+         {std::tuple{"xu.12.1", "1", "xu.12.1 is read-only (unknown extension unit)"},
+          std::tuple{"RollAbsolute", "500", "RollAbsolute takes -180..180, not 500"},
+          std::tuple{"logitech.led1.mode", "9",
+                     "logitech.led1.mode takes 0 (Off), 1 (On), 2 (Blinking), 3 (Auto), not 9"}}) {
+        const CtlRun refused =
+            runOrvellactl({"--virtual", camera, "--request-log", log, "set", key, value});
+        EXPECT_NE(refused.exitCode, 0);
+        EXPECT_EQ(refused.err, QStringLiteral("orvellactl: %1\n").arg(why));
+    }
+    EXPECT_TRUE(testing::fileLines(log).filter(QRegularExpression("^1 21 01 ")).isEmpty());
+
+    const CtlRun show = runOrvellactl({"--virtual", camera, "show", "--json"});
+    const QJsonArray controls =
+        QJsonDocument::fromJson(show.out.toUtf8()).object().value("controls").toArray();
+    QMap<QString, QJsonObject> byName;
+    for (const QJsonValue& control : controls)
+        byName[control.toObject().value("name").toString()] = control.toObject();
+    EXPECT_EQ(byName["Brightness"].value("kind").toString(), "range");
+    EXPECT_EQ(byName["AutoExposureMode"].value("kind").toString(), "bitmap");
+    EXPECT_EQ(byName["RollAbsolute"].value("min").toInt(), -180);
+    EXPECT_EQ(byName["RollAbsolute"].value("recordKey").toString(), "x.RollAbsolute");
+    EXPECT_EQ(byName["logitech.motor.pan.relative"].value("kind").toString(), "move");
+    EXPECT_EQ(byName["logitech.led1.mode"].value("items").toArray().size(), 4);
+    EXPECT_FALSE(byName["xu.12.1"].value("writable").toBool());
+    EXPECT_EQ(byName["xu.12.1"].value("guid").toString(), "33221100-5544-7766-8899-aabbccddeeff");
 }
 
 // A value beyond the control's range is clamped to the range the camera gave before it is

@@ -1,5 +1,5 @@
 // Renders the control panel for the documentation: for each fixture camera, language and light or
-// dark palette, one PNG with the panel's three tabs side by side
+// dark palette, one PNG with the panel's tabs side by side and one of the "All controls" tab alone
 // (docs/screenshots/panel-<camera>-<lang>-<theme>.png). Also renders the application icon's PNG
 // sizes for the icon theme.
 //
@@ -56,6 +56,7 @@
 #include "settings/Preferences.h"
 #include "settings/SettingsID.h"
 #include "ui/CapturePreview.h"
+#include "ui/AllControlsPage.h"
 #include "ui/ControlPanel.h"
 #include "ui/ControlPanelOutlets.h"
 #include "ui/Images.h"
@@ -589,6 +590,17 @@ int main(int argc, char** argv) {
                     QStringLiteral("%1/panel-%2-%3-%4.png").arg(out, name, language, theme);
                 if (!grabTabs(panel).save(path)) return 1;
                 QTextStream(stdout) << path << '\n';
+                // The "All controls" tab alone, the panel tall enough to show every row.
+                ui::ControlPanel::Outlets& outlets = panel.outlets();
+                outlets.mTabView->setCurrentWidget(&panel.allControlsPage());
+                panel.window()->resize(
+                    panel.window()->width(),
+                    panel.window()->height() + panel.allControlsPage().rowCount() * 8);
+                QApplication::processEvents();
+                const QString allPath =
+                    QStringLiteral("%1/all-controls-%2-%3-%4.png").arg(out, name, language, theme);
+                if (!panel.window()->grab().save(allPath)) return 1;
+                QTextStream(stdout) << allPath << '\n';
             }
         }
     }

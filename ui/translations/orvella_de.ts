@@ -518,5 +518,117 @@
         <source>ShowPreview</source>
         <translation>Vorschau zeigen</translation>
     </message>
+    <message>
+        <source>AllControls</source>
+        <translation>Alle Regler</translation>
+    </message>
+    <message>
+        <source>CameraGroup</source>
+        <translation>Kamera</translation>
+    </message>
+    <message>
+        <source>ImageGroup</source>
+        <translation>Bild</translation>
+    </message>
+    <message>
+        <source>VendorGroup</source>
+        <translation>Hersteller</translation>
+    </message>
+    <message>
+        <source>NoMoreControls</source>
+        <translation>Diese Kamera hat keine Regler außer denen auf den anderen Reitern.</translation>
+    </message>
+    <message>
+        <source>UnknownExtensionUnit</source>
+        <translation>Unbekannte Erweiterungseinheit</translation>
+    </message>
+    <message>
+        <source>ScanningMode</source>
+        <translation>Abtastmodus</translation>
+    </message>
+    <message>
+        <source>ExposureTimeRelative</source>
+        <translation>Belichtungsschritt</translation>
+    </message>
+    <message>
+        <source>FocusRelative</source>
+        <translation>Fokusschritt</translation>
+    </message>
+    <message>
+        <source>IrisAbsolute</source>
+        <translation>Blende</translation>
+    </message>
+    <message>
+        <source>ZoomRelative</source>
+        <translation>Zoomschritt</translation>
+    </message>
+    <message>
+        <source>PanRelative</source>
+        <translation>Schwenkschritt</translation>
+    </message>
+    <message>
+        <source>TiltRelative</source>
+        <translation>Neigeschritt</translation>
+    </message>
+    <message>
+        <source>RollAbsolute</source>
+        <translation>Drehung</translation>
+    </message>
+    <message>
+        <source>RollRelative</source>
+        <translation>Drehschritt</translation>
+    </message>
+    <message>
+        <source>Privacy</source>
+        <translation>Sichtschutz</translation>
+    </message>
+    <message>
+        <source>FocusSimple</source>
+        <translation>Fokusbereich</translation>
+    </message>
+    <message>
+        <source>DigitalWindow</source>
+        <translation>Digitales Fenster</translation>
+    </message>
+    <message>
+        <source>RegionOfInterest</source>
+        <translation>Interessensbereich</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceBlue</source>
+        <translation>Weißabgleich Blau</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceRed</source>
+        <translation>Weißabgleich Rot</translation>
+    </message>
+    <message>
+        <source>HueAuto</source>
+        <translation>Farbton automatisch</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceComponentAuto</source>
+        <translation>Farbabgleich automatisch</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplier</source>
+        <translation>Digitalzoom</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplierLimit</source>
+        <translation>Digitalzoom-Grenze</translation>
+    </message>
+    <message>
+        <source>AnalogVideoStandard</source>
+        <translation>Analoge Videonorm</translation>
+    </message>
+    <message>
+        <source>AnalogVideoLockStatus</source>
+        <translation>Analoge Videosynchronisation</translation>
+    </message>
+    <message>
+        <source>ContrastAuto</source>
+        <translation>Kontrast automatisch</translation>
+    </message>
 </context>
 </TS>

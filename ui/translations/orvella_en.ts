@@ -518,5 +518,117 @@
         <source>ShowPreview</source>
         <translation>Show preview</translation>
     </message>
+    <message>
+        <source>AllControls</source>
+        <translation>All controls</translation>
+    </message>
+    <message>
+        <source>CameraGroup</source>
+        <translation>Camera</translation>
+    </message>
+    <message>
+        <source>ImageGroup</source>
+        <translation>Image</translation>
+    </message>
+    <message>
+        <source>VendorGroup</source>
+        <translation>Manufacturer</translation>
+    </message>
+    <message>
+        <source>NoMoreControls</source>
+        <translation>This camera has no controls beyond the ones on the other tabs.</translation>
+    </message>
+    <message>
+        <source>UnknownExtensionUnit</source>
+        <translation>Unknown extension unit</translation>
+    </message>
+    <message>
+        <source>ScanningMode</source>
+        <translation>Scanning mode</translation>
+    </message>
+    <message>
+        <source>ExposureTimeRelative</source>
+        <translation>Exposure step</translation>
+    </message>
+    <message>
+        <source>FocusRelative</source>
+        <translation>Focus step</translation>
+    </message>
+    <message>
+        <source>IrisAbsolute</source>
+        <translation>Iris</translation>
+    </message>
+    <message>
+        <source>ZoomRelative</source>
+        <translation>Zoom step</translation>
+    </message>
+    <message>
+        <source>PanRelative</source>
+        <translation>Pan step</translation>
+    </message>
+    <message>
+        <source>TiltRelative</source>
+        <translation>Tilt step</translation>
+    </message>
+    <message>
+        <source>RollAbsolute</source>
+        <translation>Roll</translation>
+    </message>
+    <message>
+        <source>RollRelative</source>
+        <translation>Roll step</translation>
+    </message>
+    <message>
+        <source>Privacy</source>
+        <translation>Privacy shutter</translation>
+    </message>
+    <message>
+        <source>FocusSimple</source>
+        <translation>Focus range</translation>
+    </message>
+    <message>
+        <source>DigitalWindow</source>
+        <translation>Digital window</translation>
+    </message>
+    <message>
+        <source>RegionOfInterest</source>
+        <translation>Region of interest</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceBlue</source>
+        <translation>White balance, blue</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceRed</source>
+        <translation>White balance, red</translation>
+    </message>
+    <message>
+        <source>HueAuto</source>
+        <translation>Automatic hue</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceComponentAuto</source>
+        <translation>Automatic colour balance</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplier</source>
+        <translation>Digital zoom</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplierLimit</source>
+        <translation>Digital zoom limit</translation>
+    </message>
+    <message>
+        <source>AnalogVideoStandard</source>
+        <translation>Analog video standard</translation>
+    </message>
+    <message>
+        <source>AnalogVideoLockStatus</source>
+        <translation>Analog video lock</translation>
+    </message>
+    <message>
+        <source>ContrastAuto</source>
+        <translation>Automatic contrast</translation>
+    </message>
 </context>
 </TS>

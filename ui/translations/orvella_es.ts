@@ -518,5 +518,117 @@
         <source>ShowPreview</source>
         <translation>Mostrar vista previa</translation>
     </message>
+    <message>
+        <source>AllControls</source>
+        <translation>Todos los controles</translation>
+    </message>
+    <message>
+        <source>CameraGroup</source>
+        <translation>Cámara</translation>
+    </message>
+    <message>
+        <source>ImageGroup</source>
+        <translation>Imagen</translation>
+    </message>
+    <message>
+        <source>VendorGroup</source>
+        <translation>Fabricante</translation>
+    </message>
+    <message>
+        <source>NoMoreControls</source>
+        <translation>Esta cámara no tiene más controles que los de las otras pestañas.</translation>
+    </message>
+    <message>
+        <source>UnknownExtensionUnit</source>
+        <translation>Unidad de extensión desconocida</translation>
+    </message>
+    <message>
+        <source>ScanningMode</source>
+        <translation>Modo de escaneo</translation>
+    </message>
+    <message>
+        <source>ExposureTimeRelative</source>
+        <translation>Paso de exposición</translation>
+    </message>
+    <message>
+        <source>FocusRelative</source>
+        <translation>Paso de enfoque</translation>
+    </message>
+    <message>
+        <source>IrisAbsolute</source>
+        <translation>Iris</translation>
+    </message>
+    <message>
+        <source>ZoomRelative</source>
+        <translation>Paso de zoom</translation>
+    </message>
+    <message>
+        <source>PanRelative</source>
+        <translation>Paso de giro</translation>
+    </message>
+    <message>
+        <source>TiltRelative</source>
+        <translation>Paso de inclinación</translation>
+    </message>
+    <message>
+        <source>RollAbsolute</source>
+        <translation>Rotación</translation>
+    </message>
+    <message>
+        <source>RollRelative</source>
+        <translation>Paso de rotación</translation>
+    </message>
+    <message>
+        <source>Privacy</source>
+        <translation>Obturador de privacidad</translation>
+    </message>
+    <message>
+        <source>FocusSimple</source>
+        <translation>Rango de enfoque</translation>
+    </message>
+    <message>
+        <source>DigitalWindow</source>
+        <translation>Ventana digital</translation>
+    </message>
+    <message>
+        <source>RegionOfInterest</source>
+        <translation>Región de interés</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceBlue</source>
+        <translation>Balance de blancos, azul</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceRed</source>
+        <translation>Balance de blancos, rojo</translation>
+    </message>
+    <message>
+        <source>HueAuto</source>
+        <translation>Tono automático</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceComponentAuto</source>
+        <translation>Balance de color automático</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplier</source>
+        <translation>Zoom digital</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplierLimit</source>
+        <translation>Límite del zoom digital</translation>
+    </message>
+    <message>
+        <source>AnalogVideoStandard</source>
+        <translation>Norma de vídeo analógico</translation>
+    </message>
+    <message>
+        <source>AnalogVideoLockStatus</source>
+        <translation>Bloqueo de vídeo analógico</translation>
+    </message>
+    <message>
+        <source>ContrastAuto</source>
+        <translation>Contraste automático</translation>
+    </message>
 </context>
 </TS>

@@ -518,5 +518,117 @@
         <source>ShowPreview</source>
         <translation>Afficher l’aperçu</translation>
     </message>
+    <message>
+        <source>AllControls</source>
+        <translation>Tous les réglages</translation>
+    </message>
+    <message>
+        <source>CameraGroup</source>
+        <translation>Caméra</translation>
+    </message>
+    <message>
+        <source>ImageGroup</source>
+        <translation>Image</translation>
+    </message>
+    <message>
+        <source>VendorGroup</source>
+        <translation>Fabricant</translation>
+    </message>
+    <message>
+        <source>NoMoreControls</source>
+        <translation>Cette caméra n’a pas d’autres réglages que ceux des autres onglets.</translation>
+    </message>
+    <message>
+        <source>UnknownExtensionUnit</source>
+        <translation>Unité d’extension inconnue</translation>
+    </message>
+    <message>
+        <source>ScanningMode</source>
+        <translation>Mode de balayage</translation>
+    </message>
+    <message>
+        <source>ExposureTimeRelative</source>
+        <translation>Pas d’exposition</translation>
+    </message>
+    <message>
+        <source>FocusRelative</source>
+        <translation>Pas de mise au point</translation>
+    </message>
+    <message>
+        <source>IrisAbsolute</source>
+        <translation>Iris</translation>
+    </message>
+    <message>
+        <source>ZoomRelative</source>
+        <translation>Pas de zoom</translation>
+    </message>
+    <message>
+        <source>PanRelative</source>
+        <translation>Pas de panoramique</translation>
+    </message>
+    <message>
+        <source>TiltRelative</source>
+        <translation>Pas d’inclinaison</translation>
+    </message>
+    <message>
+        <source>RollAbsolute</source>
+        <translation>Rotation</translation>
+    </message>
+    <message>
+        <source>RollRelative</source>
+        <translation>Pas de rotation</translation>
+    </message>
+    <message>
+        <source>Privacy</source>
+        <translation>Obturateur de confidentialité</translation>
+    </message>
+    <message>
+        <source>FocusSimple</source>
+        <translation>Plage de mise au point</translation>
+    </message>
+    <message>
+        <source>DigitalWindow</source>
+        <translation>Fenêtre numérique</translation>
+    </message>
+    <message>
+        <source>RegionOfInterest</source>
+        <translation>Région d’intérêt</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceBlue</source>
+        <translation>Balance des blancs, bleu</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceRed</source>
+        <translation>Balance des blancs, rouge</translation>
+    </message>
+    <message>
+        <source>HueAuto</source>
+        <translation>Teinte automatique</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceComponentAuto</source>
+        <translation>Balance des couleurs automatique</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplier</source>
+        <translation>Zoom numérique</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplierLimit</source>
+        <translation>Limite du zoom numérique</translation>
+    </message>
+    <message>
+        <source>AnalogVideoStandard</source>
+        <translation>Norme vidéo analogique</translation>
+    </message>
+    <message>
+        <source>AnalogVideoLockStatus</source>
+        <translation>Verrouillage vidéo analogique</translation>
+    </message>
+    <message>
+        <source>ContrastAuto</source>
+        <translation>Contraste automatique</translation>
+    </message>
 </context>
 </TS>

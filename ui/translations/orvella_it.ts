@@ -518,5 +518,117 @@
         <source>ShowPreview</source>
         <translation>Mostra anteprima</translation>
     </message>
+    <message>
+        <source>AllControls</source>
+        <translation>Tutti i controlli</translation>
+    </message>
+    <message>
+        <source>CameraGroup</source>
+        <translation>Fotocamera</translation>
+    </message>
+    <message>
+        <source>ImageGroup</source>
+        <translation>Immagine</translation>
+    </message>
+    <message>
+        <source>VendorGroup</source>
+        <translation>Produttore</translation>
+    </message>
+    <message>
+        <source>NoMoreControls</source>
+        <translation>Questa fotocamera non ha altri controlli oltre a quelli delle altre schede.</translation>
+    </message>
+    <message>
+        <source>UnknownExtensionUnit</source>
+        <translation>Unità di estensione sconosciuta</translation>
+    </message>
+    <message>
+        <source>ScanningMode</source>
+        <translation>Modalità di scansione</translation>
+    </message>
+    <message>
+        <source>ExposureTimeRelative</source>
+        <translation>Passo di esposizione</translation>
+    </message>
+    <message>
+        <source>FocusRelative</source>
+        <translation>Passo di messa a fuoco</translation>
+    </message>
+    <message>
+        <source>IrisAbsolute</source>
+        <translation>Diaframma</translation>
+    </message>
+    <message>
+        <source>ZoomRelative</source>
+        <translation>Passo di zoom</translation>
+    </message>
+    <message>
+        <source>PanRelative</source>
+        <translation>Passo di panoramica</translation>
+    </message>
+    <message>
+        <source>TiltRelative</source>
+        <translation>Passo di inclinazione</translation>
+    </message>
+    <message>
+        <source>RollAbsolute</source>
+        <translation>Rotazione</translation>
+    </message>
+    <message>
+        <source>RollRelative</source>
+        <translation>Passo di rotazione</translation>
+    </message>
+    <message>
+        <source>Privacy</source>
+        <translation>Otturatore privacy</translation>
+    </message>
+    <message>
+        <source>FocusSimple</source>
+        <translation>Intervallo di messa a fuoco</translation>
+    </message>
+    <message>
+        <source>DigitalWindow</source>
+        <translation>Finestra digitale</translation>
+    </message>
+    <message>
+        <source>RegionOfInterest</source>
+        <translation>Regione di interesse</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceBlue</source>
+        <translation>Bilanciamento del bianco, blu</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceRed</source>
+        <translation>Bilanciamento del bianco, rosso</translation>
+    </message>
+    <message>
+        <source>HueAuto</source>
+        <translation>Tonalità automatica</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceComponentAuto</source>
+        <translation>Bilanciamento colore automatico</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplier</source>
+        <translation>Zoom digitale</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplierLimit</source>
+        <translation>Limite zoom digitale</translation>
+    </message>
+    <message>
+        <source>AnalogVideoStandard</source>
+        <translation>Standard video analogico</translation>
+    </message>
+    <message>
+        <source>AnalogVideoLockStatus</source>
+        <translation>Aggancio video analogico</translation>
+    </message>
+    <message>
+        <source>ContrastAuto</source>
+        <translation>Contrasto automatico</translation>
+    </message>
 </context>
 </TS>

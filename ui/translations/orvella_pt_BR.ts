@@ -518,5 +518,117 @@
         <source>ShowPreview</source>
         <translation>Mostrar pré-visualização</translation>
     </message>
+    <message>
+        <source>AllControls</source>
+        <translation>Todos os controles</translation>
+    </message>
+    <message>
+        <source>CameraGroup</source>
+        <translation>Câmera</translation>
+    </message>
+    <message>
+        <source>ImageGroup</source>
+        <translation>Imagem</translation>
+    </message>
+    <message>
+        <source>VendorGroup</source>
+        <translation>Fabricante</translation>
+    </message>
+    <message>
+        <source>NoMoreControls</source>
+        <translation>Esta câmera não tem outros controles além dos das outras abas.</translation>
+    </message>
+    <message>
+        <source>UnknownExtensionUnit</source>
+        <translation>Unidade de extensão desconhecida</translation>
+    </message>
+    <message>
+        <source>ScanningMode</source>
+        <translation>Modo de varredura</translation>
+    </message>
+    <message>
+        <source>ExposureTimeRelative</source>
+        <translation>Passo de exposição</translation>
+    </message>
+    <message>
+        <source>FocusRelative</source>
+        <translation>Passo de foco</translation>
+    </message>
+    <message>
+        <source>IrisAbsolute</source>
+        <translation>Íris</translation>
+    </message>
+    <message>
+        <source>ZoomRelative</source>
+        <translation>Passo de zoom</translation>
+    </message>
+    <message>
+        <source>PanRelative</source>
+        <translation>Passo de giro</translation>
+    </message>
+    <message>
+        <source>TiltRelative</source>
+        <translation>Passo de inclinação</translation>
+    </message>
+    <message>
+        <source>RollAbsolute</source>
+        <translation>Rotação</translation>
+    </message>
+    <message>
+        <source>RollRelative</source>
+        <translation>Passo de rotação</translation>
+    </message>
+    <message>
+        <source>Privacy</source>
+        <translation>Obturador de privacidade</translation>
+    </message>
+    <message>
+        <source>FocusSimple</source>
+        <translation>Faixa de foco</translation>
+    </message>
+    <message>
+        <source>DigitalWindow</source>
+        <translation>Janela digital</translation>
+    </message>
+    <message>
+        <source>RegionOfInterest</source>
+        <translation>Região de interesse</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceBlue</source>
+        <translation>Balanço de branco, azul</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceRed</source>
+        <translation>Balanço de branco, vermelho</translation>
+    </message>
+    <message>
+        <source>HueAuto</source>
+        <translation>Matiz automático</translation>
+    </message>
+    <message>
+        <source>WhiteBalanceComponentAuto</source>
+        <translation>Balanço de cor automático</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplier</source>
+        <translation>Zoom digital</translation>
+    </message>
+    <message>
+        <source>DigitalMultiplierLimit</source>
+        <translation>Limite do zoom digital</translation>
+    </message>
+    <message>
+        <source>AnalogVideoStandard</source>
+        <translation>Padrão de vídeo analógico</translation>
+    </message>
+    <message>
+        <source>AnalogVideoLockStatus</source>
+        <translation>Travamento de vídeo analógico</translation>
+    </message>
+    <message>
+        <source>ContrastAuto</source>
+        <translation>Contraste automático</translation>
+    </message>
 </context>
 </TS>
