@@ -151,6 +151,11 @@ class QTCamera {
     const ExtraControls& extraControls() const { return _extraControls; }
     // The extra control of this command-line name; null when the camera has none.
     ExtraControl* extraControl(const QString& key);
+    // Whether cameras built from now on probe the controls beyond the catalog's rows while they
+    // are built (on unless turned off). orvellactl turns it off for a command that touches only
+    // the system's own controls, so that a script's `set Gain` does not pay for the dozens of
+    // extension-unit requests the probe sends.
+    static void setProbesExtraControls(bool on);
     SupportedControl* queryControlStatus();
     // The status walk, and on the media-device path the values of the control objects too: the
     // record then holds what the camera holds now.

@@ -3,6 +3,7 @@
 // of every control their bmControls bitmaps declare. The results fill the SupportedControl
 // record; every step is traced to the system log.
 
+#include <atomic>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -19,6 +20,9 @@
 namespace orvella {
 
 namespace {
+
+// Whether a camera being built probes the controls beyond the catalog's rows.
+std::atomic<bool> probesExtraControls{true};
 
 using SC = SupportedControl;
 using uvc::DescriptorBytes;
@@ -367,7 +371,11 @@ void QTCamera::querySupportedCameraControl(platform::UsbInterface* videoControl)
                               uvc::kShortestDescriptor, visit, logTooShort);
     // Then every control beyond the catalog's rows, in a pass of its own, so the requests and
     // log lines of the catalog's controls come first and as before.
-    _extraControls = extras::probe(*this, *videoControl);
+    if (probesExtraControls.load()) _extraControls = extras::probe(*this, *videoControl);
+}
+
+void QTCamera::setProbesExtraControls(bool on) {
+    probesExtraControls.store(on);
 }
 
 ExtraControl* QTCamera::extraControl(const QString& key) {

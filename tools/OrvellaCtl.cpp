@@ -710,6 +710,16 @@ int runOrvellaCtl(const std::vector<std::string>& arguments, std::ostream& out, 
     StreamSink verbose(err);
     ScopedSink sink(options.verbose ? static_cast<log::Sink&>(verbose) : quiet);
 
+    // A command on the system's own controls builds the cameras without probing the controls
+    // beyond them (dozens of extension-unit requests on some cameras).
+    const qsizetype keyAt = name == QLatin1String("get")   ? count - 1
+                            : name == QLatin1String("set") ? count - 2
+                                                           : -1;
+    const bool systemControlsOnly =
+        name == QLatin1String("list") ||
+        (keyAt >= 0 && findCtlControl(options.positional[keyAt].toStdString()));
+    QTCamera::setProbesExtraControls(!systemControlsOnly);
+
     Session session(out, err);
     auto failure = session.load(options);
     if (!failure) failure = command->run(session, options, options.positional);

@@ -7,7 +7,10 @@
 //   uvcreq [--camera N] --v4l2 get|set|query ID [VALUE]
 //   uvcreq [--camera N] --set-format FOURCC WIDTHxHEIGHT
 //   uvcreq [--camera N] --stream FOURCC WIDTHxHEIGHT COUNT
+//   uvcreq [--camera N] --hold SECONDS
 //
+// --hold opens the capture node, keeps it open for SECONDS without streaming and closes it: another
+// program holding the camera, as seen by anyone who watches the node or scans /proc for it.
 // --stream takes COUNT frames through the capture backend's memory-mapped stream and prints one
 // line per frame ("frame SEQ FOURCC WxH BYTES ok|bad", bad when an uncompressed frame has the
 // wrong size or an MJPEG frame lacks its start or end marker), then "streamed N"; a camera that
@@ -18,7 +21,9 @@
 // hexadecimal, then the bytes answered ("-" when none). All requests of one run go through the
 // same interface handle, as the camera core's do.
 
+#include <fcntl.h>
 #include <linux/videodev2.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -27,6 +32,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
+#include <thread>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -295,13 +301,25 @@ int main(int argc, char** argv) {
     const bool setFormatMode = args.size() == 3 && args[0] == "--set-format";
     const bool streamMode = args.size() == 4 && args[0] == "--stream";
     const bool formats = args.size() == 1 && args[0] == "--formats";
-    if (v4l2 || setFormatMode || streamMode || formats) {
+    const bool holdMode = args.size() == 2 && args[0] == "--hold";
+    if (v4l2 || setFormatMode || streamMode || formats || holdMode) {
         linuxplatform::V4l2CaptureDeviceSystem capture;
         const auto devices = capture.scan();
         if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
         linuxplatform::V4l2CaptureDevice& device = *devices[static_cast<size_t>(camera - 1)];
         if (v4l2) return v4l2Control(device.devicePath(), {args.begin() + 1, args.end()});
         if (setFormatMode) return setFormat(device.devicePath(), args[1], args[2]);
+        if (holdMode) {
+            const int fd = ::open(device.devicePath().c_str(), O_RDWR);
+            if (fd < 0) {
+                std::fprintf(stderr, "uvcreq: cannot open %s: %s\n", device.devicePath().c_str(),
+                             std::strerror(errno));
+                return 1;
+            }
+            std::this_thread::sleep_for(std::chrono::seconds(std::atoi(args[1].c_str())));
+            ::close(fd);
+            return 0;
+        }
         if (streamMode) {
             setvbuf(stdout, nullptr, _IOLBF, 0);
             return stream(device, args[1], args[2], std::atoi(args[3].c_str()));

@@ -101,6 +101,17 @@ TEST(OrvellaCtl, ControlsBeyondTheSystemsOwnAreNamedAndGuarded) {
     }
     EXPECT_TRUE(testing::fileLines(log).filter(QRegularExpression("^1 21 01 ")).isEmpty());
 
+    // A command on a system control builds the camera without probing the controls beyond the
+    // system's own: no extension unit is asked its length; one on an extra control probes them.
+    const QRegularExpression getLen("^1 a1 85 ");
+    const QString gainLog = dir.filePath("gain.log"), rollLog = dir.filePath("roll.log");
+    EXPECT_EQ(
+        runOrvellactl({"--virtual", camera, "--request-log", gainLog, "set", "Gain", "5"}).exitCode,
+        0);
+    EXPECT_TRUE(testing::fileLines(gainLog).filter(getLen).isEmpty());
+    runOrvellactl({"--virtual", camera, "--request-log", rollLog, "get", "RollAbsolute"});
+    EXPECT_FALSE(testing::fileLines(rollLog).filter(getLen).isEmpty());
+
     const CtlRun show = runOrvellactl({"--virtual", camera, "show", "--json"});
     const QJsonArray controls =
         QJsonDocument::fromJson(show.out.toUtf8()).object().value("controls").toArray();

@@ -1,7 +1,8 @@
 # Another program that looks like a browser uses the camera through the real uvcvideo driver while
-# the application runs offscreen with the guard on: "chromium" (a copy of the shell under that
-# name) holds the capture node open, and a copy of orvellactl under the same name resets the
-# brightness meanwhile, as Chromium's capture does at each stream start. The application names
+# the application runs offscreen with the guard on: "chromium" (a copy of uvcreq under that name,
+# whose --hold keeps the node open) holds the capture node open, and a copy of orvellactl under the
+# same name resets the brightness meanwhile, as Chromium's capture does at each stream start. The
+# application names
 # it (a /proc scan of who holds the node), applies its rule (profile "Call"), and puts the user's
 # last state back when it lets go; each step is one log line.
 . /orvella/tests/lib.sh
@@ -10,7 +11,7 @@ export XDG_CONFIG_HOME=/tmp/who-config QT_QPA_PLATFORM=offscreen
 PLIST=$XDG_CONFIG_HOME/orvella/org.orvella.Orvella.plist
 rm -rf "$XDG_CONFIG_HOME" /tmp/who
 mkdir -p "$XDG_CONFIG_HOME" /tmp/who/shell /tmp/who/ctl
-cp "$(command -v sh)" /tmp/who/shell/chromium
+cp "$(command -v uvcreq)" /tmp/who/shell/chromium
 cp "$(command -v orvellactl)" /tmp/who/ctl/chromium
 
 check "orvellactl saves a profile Call with brightness 5" \
@@ -55,8 +56,9 @@ check "the guard is on" wait_line "Settings guard on" 1
 
 # "chromium" opens the node and keeps it open; 2 s later its reset writes brightness -7; it lets
 # go 4 s after that.
-/tmp/who/shell/chromium -c 'exec 3<>/dev/video0; sleep 2; /tmp/who/ctl/chromium set 1 Brightness -7 >/dev/null; sleep 4' &
+/tmp/who/shell/chromium --hold 6 &
 CHROMIUM=$!
+(sleep 2; /tmp/who/ctl/chromium set 1 Brightness -7 >/dev/null) &
 check "the application names chromium and applies its profile" \
     wait_line 'Settings guard: applying profile "Call" to .* for chromium' 5
 wait $CHROMIUM

@@ -22,7 +22,7 @@ export XDG_RUNTIME_DIR=/tmp/pipewire-runtime
 mkdir -p "$XDG_RUNTIME_DIR"
 chmod 700 "$XDG_RUNTIME_DIR"
 sed "s|@DEVICE@|$NODE|g" /orvella/pipewire.conf > /tmp/pipewire.conf
-pipewire -c /tmp/pipewire.conf > /tmp/pipewire.out 2>&1 &
+pipewire -c /tmp/pipewire.conf > /tmp/pw-daemon.out 2>&1 &
 DAEMON=$!
 
 # wait_for FILE PATTERN SECONDS
@@ -65,7 +65,7 @@ kill $BROWSER $VIEWER 2>/dev/null
 wait $BROWSER 2>/dev/null
 wait $VIEWER 2>/dev/null
 if [ $FAILURES -gt 0 ]; then
-    for file in /tmp/pipewire.out /tmp/browser.out /tmp/viewer.out /tmp/users.out; do
+    for file in /tmp/pw-daemon.out /tmp/browser.out /tmp/viewer.out /tmp/users.out; do
         echo "$file:"
         sed 's/^/    /' "$file"
     done
