@@ -7,10 +7,11 @@
 //   uvcreq [--camera N] --v4l2 get|set|query ID [VALUE]
 //   uvcreq [--camera N] --set-format FOURCC WIDTHxHEIGHT
 //   uvcreq [--camera N] --stream FOURCC WIDTHxHEIGHT COUNT
-//   uvcreq [--camera N] --hold SECONDS
+//   uvcreq --hold NODE SECONDS
 //
-// --hold opens the capture node, keeps it open for SECONDS without streaming and closes it: another
-// program holding the camera, as seen by anyone who watches the node or scans /proc for it.
+// --hold opens NODE (a capture node), keeps it open for SECONDS without streaming and closes it:
+// another program holding the camera, as seen by anyone who watches the node or scans /proc for
+// it. It opens nothing else, so watchers see exactly one open and one close.
 // --stream takes COUNT frames through the capture backend's memory-mapped stream and prints one
 // line per frame ("frame SEQ FOURCC WxH BYTES ok|bad", bad when an uncompressed frame has the
 // wrong size or an MJPEG frame lacks its start or end marker), then "streamed N"; a camera that
@@ -32,11 +33,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <map>
-#include <thread>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/UvcRequest.h"
@@ -301,25 +302,24 @@ int main(int argc, char** argv) {
     const bool setFormatMode = args.size() == 3 && args[0] == "--set-format";
     const bool streamMode = args.size() == 4 && args[0] == "--stream";
     const bool formats = args.size() == 1 && args[0] == "--formats";
-    const bool holdMode = args.size() == 2 && args[0] == "--hold";
-    if (v4l2 || setFormatMode || streamMode || formats || holdMode) {
+    if (args.size() == 3 && args[0] == "--hold") {
+        const int fd = ::open(args[1].c_str(), O_RDWR);
+        if (fd < 0) {
+            std::fprintf(stderr, "uvcreq: cannot open %s: %s\n", args[1].c_str(),
+                         std::strerror(errno));
+            return 1;
+        }
+        std::this_thread::sleep_for(std::chrono::seconds(std::atoi(args[2].c_str())));
+        ::close(fd);
+        return 0;
+    }
+    if (v4l2 || setFormatMode || streamMode || formats) {
         linuxplatform::V4l2CaptureDeviceSystem capture;
         const auto devices = capture.scan();
         if (camera < 1 || static_cast<size_t>(camera) > devices.size()) return 1;
         linuxplatform::V4l2CaptureDevice& device = *devices[static_cast<size_t>(camera - 1)];
         if (v4l2) return v4l2Control(device.devicePath(), {args.begin() + 1, args.end()});
         if (setFormatMode) return setFormat(device.devicePath(), args[1], args[2]);
-        if (holdMode) {
-            const int fd = ::open(device.devicePath().c_str(), O_RDWR);
-            if (fd < 0) {
-                std::fprintf(stderr, "uvcreq: cannot open %s: %s\n", device.devicePath().c_str(),
-                             std::strerror(errno));
-                return 1;
-            }
-            std::this_thread::sleep_for(std::chrono::seconds(std::atoi(args[1].c_str())));
-            ::close(fd);
-            return 0;
-        }
         if (streamMode) {
             setvbuf(stdout, nullptr, _IOLBF, 0);
             return stream(device, args[1], args[2], std::atoi(args[3].c_str()));

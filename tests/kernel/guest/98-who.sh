@@ -56,7 +56,7 @@ check "the guard is on" wait_line "Settings guard on" 1
 
 # "chromium" opens the node and keeps it open; 2 s later its reset writes brightness -7; it lets
 # go 4 s after that.
-/tmp/who/shell/chromium --hold 6 &
+/tmp/who/shell/chromium --hold /dev/video0 6 &
 CHROMIUM=$!
 (sleep 2; /tmp/who/ctl/chromium set 1 Brightness -7 >/dev/null) &
 check "the application names chromium and applies its profile" \
