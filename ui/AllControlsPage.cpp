@@ -66,6 +66,11 @@ void AllControlsPage::nameWidgets(Row& row) {
     // Screen readers announce each field by its row's title.
     const QString title = titleOf(row.control);
     for (QWidget* w : row.container->findChildren<QWidget*>()) {
+        if (auto* command = qobject_cast<QToolButton*>(w);
+            command && command->property("orvellaCommand").toBool()) {
+            command->setAccessibleName(title + QStringLiteral(": ") + command->text());
+            continue;
+        }
         const int direction = w->property("orvellaDirection").toInt();
         w->setAccessibleName(direction == 0  ? title
                              : direction < 0 ? localizedFormat("Decrease_Control", title)
@@ -170,15 +175,23 @@ void AllControlsPage::addRow(const ExtraControl& control) {
                 if (!showing_) write(rowAt(), on ? 1 : 0);
             });
             break;
+        case ExtraKind::Command:
+            // A command has no current value to show: one button per thing it can do.
+            for (size_t i = 0; i < control.items.size(); ++i) {
+                auto* button = new QToolButton;
+                button->setText(control.items[i].name);
+                button->setProperty("orvellaCommand", true);
+                line->addWidget(button);
+                connect(button, &QToolButton::clicked, this,
+                        [this, rowAt, i] { write(rowAt(), static_cast<long>(i)); });
+            }
+            line->addStretch();
+            break;
         case ExtraKind::Menu:
-        case ExtraKind::Bitmap:
-        case ExtraKind::Command: {
+        case ExtraKind::Bitmap: {
             row.choices = new QComboBox;
-            for (size_t i = 0; i < control.items.size(); ++i)
-                row.choices->addItem(control.items[i].name, QVariant::fromValue<qlonglong>(
-                                                                control.kind == ExtraKind::Command
-                                                                    ? static_cast<qlonglong>(i)
-                                                                    : control.items[i].value));
+            for (const auto& item : control.items)
+                row.choices->addItem(item.name, QVariant::fromValue<qlonglong>(item.value));
             line->addWidget(row.choices);
             line->addStretch();
             connect(row.choices, &QComboBox::activated, this, [this, rowAt](int index) {
