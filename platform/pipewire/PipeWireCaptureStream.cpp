@@ -35,14 +35,18 @@ uint32_t seamFormat(spa_video_format format) {
 }
 
 // One EnumFormat: `format` at exactly width x height, or at any size (the node's choice, with
-// width x height or 640 x 480 preferred) when `fixed` is false.
+// width x height or 640 x 480 preferred) when `fixed` is false; `frameRate` (0: 30) is the rate
+// preferred among those the node offers.
 const spa_pod* enumFormat(spa_pod_builder* builder, const FormatPair& format, int32_t width,
-                          int32_t height, bool fixed) {
+                          int32_t height, double frameRate, bool fixed) {
     spa_rectangle preferred =
         SPA_RECTANGLE(uint32_t(width > 0 ? width : 640), uint32_t(height > 0 ? height : 480));
     spa_rectangle smallest = SPA_RECTANGLE(1, 1);
     spa_rectangle largest = SPA_RECTANGLE(16384, 16384);
-    spa_fraction rate = SPA_FRACTION(30, 1);
+    // Rates such as 29.97 are asked for in thousandths of a frame a second.
+    spa_fraction rate = frameRate > 0 && frameRate <= 1000
+                            ? SPA_FRACTION(uint32_t(frameRate * 1000 + 0.5), 1000)
+                            : SPA_FRACTION(30, 1);
     spa_fraction slowest = SPA_FRACTION(0, 1);
     spa_fraction fastest = SPA_FRACTION(1000, 1);
     spa_pod_frame frame;
@@ -163,11 +167,14 @@ struct PipeWireCaptureStream::State {
         for (const auto& pair : kFormats)
             if (pair.seam == wanted.pixelFormat) first = &pair;
         if (wanted.width > 0 && wanted.height > 0)
-            params[count++] = enumFormat(&builder, *first, wanted.width, wanted.height, true);
-        params[count++] = enumFormat(&builder, *first, wanted.width, wanted.height, false);
+            params[count++] =
+                enumFormat(&builder, *first, wanted.width, wanted.height, wanted.frameRate, true);
+        params[count++] =
+            enumFormat(&builder, *first, wanted.width, wanted.height, wanted.frameRate, false);
         for (const auto& pair : kFormats)
             if (&pair != first)
-                params[count++] = enumFormat(&builder, pair, wanted.width, wanted.height, false);
+                params[count++] = enumFormat(&builder, pair, wanted.width, wanted.height,
+                                             wanted.frameRate, false);
         pixelFormat = 0;
         disconnecting = false;
         const int result = pw_stream_connect(stream, PW_DIRECTION_INPUT, PW_ID_ANY,
