@@ -103,6 +103,13 @@ OrvellaBus::Claim OrvellaBus::claim(QDBusConnection bus) {
     return Claim::Owned;
 }
 
+bool OrvellaBus::isRunning(QDBusConnection bus) {
+    if (!bus.isConnected() || !bus.interface()) return false;
+    const QDBusReply<bool> registered =
+        bus.interface()->isServiceRegistered(QString::fromLatin1(kService));
+    return registered.isValid() && registered.value();
+}
+
 bool OrvellaBus::showRunningInstance(QDBusConnection bus, QString* error, int timeoutMs) {
     QDBusMessage call = QDBusMessage::createMethodCall(
         QString::fromLatin1(kService), QString::fromLatin1(kPath), QString::fromLatin1(kInterface),

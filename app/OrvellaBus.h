@@ -55,6 +55,8 @@ class OrvellaBus final : public QObject, protected QDBusContext {
     // Takes the name and exports the object on `bus`. Unavailable is logged.
     Claim claim(QDBusConnection bus);
 
+    // Whether another process owns the name on `bus` (false without a bus).
+    static bool isRunning(QDBusConnection bus);
     // Asks the instance that owns the name on `bus` to show its panel; false (with *error set)
     // when it does not answer within `timeoutMs`.
     static bool showRunningInstance(QDBusConnection bus, QString* error, int timeoutMs = 5000);

@@ -92,6 +92,28 @@ int main(int argc, char** argv) {
     QObject::connect(&quitOnSignal, &app::QuitOnSignal::quitRequested, &application,
                      &QCoreApplication::quit);
 
+    // A second start asks the running one to show its panel, and says when options it was given
+    // are not used. It does so before it builds anything of its own (no tray icon, no cameras).
+    const auto askRunningInstance = [&arguments]() {
+        QString error;
+        if (!app::OrvellaBus::showRunningInstance(QDBusConnection::sessionBus(), &error)) {
+            std::fprintf(stderr, "orvella: another Orvella is running and does not answer: %s\n",
+                         qUtf8Printable(error));
+            return 1;
+        }
+        // The running one keeps its own cameras and options: say so when some were given.
+        const QStringList given = arguments.mid(1);
+        if (given.isEmpty())
+            std::fprintf(stderr, "orvella: already running; its panel is shown\n");
+        else
+            std::fprintf(stderr,
+                         "orvella: already running; its panel is shown. The options given "
+                         "(%s) were not used: quit Orvella first to start it with them\n",
+                         qUtf8Printable(given.join(QLatin1Char(' '))));
+        return 0;
+    };
+    if (app::OrvellaBus::isRunning(QDBusConnection::sessionBus())) return askRunningInstance();
+
     ui::installTranslation();  // first: the panel's rows take their titles when built
     settings::DefaultsStore defaults;
     // Preferences are written on a thread of their own; quitting and sleep flush them.
@@ -101,25 +123,8 @@ int main(int argc, char** argv) {
     app::Orvella controller(defaults, cameras, &loginItem);
     app::OrvellaBus bus(controller);
     switch (bus.claim(QDBusConnection::sessionBus())) {
-        case app::OrvellaBus::Claim::Taken: {
-            QString error;
-            if (!app::OrvellaBus::showRunningInstance(QDBusConnection::sessionBus(), &error)) {
-                std::fprintf(stderr,
-                             "orvella: another Orvella is running and does not answer: %s\n",
-                             qUtf8Printable(error));
-                return 1;
-            }
-            // The running one keeps its own cameras and options: say so when some were given.
-            const QStringList given = arguments.mid(1);
-            if (given.isEmpty())
-                std::fprintf(stderr, "orvella: already running; its panel is shown\n");
-            else
-                std::fprintf(stderr,
-                             "orvella: already running; its panel is shown. The options given "
-                             "(%s) were not used: quit Orvella first to start it with them\n",
-                             qUtf8Printable(given.join(QLatin1Char(' '))));
-            return 0;
-        }
+        case app::OrvellaBus::Claim::Taken:  // started at the same moment as the other one
+            return askRunningInstance();
         case app::OrvellaBus::Claim::Owned:
         case app::OrvellaBus::Claim::Unavailable:
             break;
