@@ -45,7 +45,12 @@ TEST(AllControls, RowsByKindAndGroupAndWhatTheySend) {
     ASSERT_TRUE(privacy && roll && focusRange);
     EXPECT_EQ(roll->minimum(), -180);
     EXPECT_EQ(focusRange->count(), 4);
-    EXPECT_EQ(page.findChildren<QToolButton*>().size(), 4u);  // pan and tilt steps
+    // Pan and tilt steps, and a button for each thing the motor's reset command does.
+    QStringList buttons;
+    for (const QToolButton* button : page.findChildren<QToolButton*>())
+        buttons << button->accessibleName();
+    EXPECT_EQ(buttons.size(), 7);
+    EXPECT_TRUE(buttons.contains("Motor pan/tilt reset: Both")) << buttons.join(", ").toStdString();
 
     // Read-only and unknown controls are greyed; so is a control the camera only reports.
     QCheckBox* contrastAuto = field<QCheckBox>(page, "Automatic contrast");
