@@ -129,7 +129,9 @@ TEST_F(Program, ASecondStartSaysItsOptionsWereNotUsed) {
         << first.readAllStandardError().toStdString();
 
     QProcess& plain = start({});
-    ASSERT_TRUE(plain.waitForFinished(30000));
+    ASSERT_TRUE(plain.waitForFinished(30000))
+        << "the second start said: " << plain.readAllStandardError().toStdString()
+        << "\nthe first said: " << first.readAllStandardError().toStdString();
     EXPECT_EQ(plain.exitCode(), 0);
     // (Qt may add lines of its own, about the runtime directory for one.)
     const QString plainSaid = QString::fromUtf8(plain.readAllStandardError());
