@@ -6,6 +6,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QThread>
 
 #include "app/PeriodicReapply.h"
 #include "camera/CameraSession.h"
@@ -431,9 +432,16 @@ void Orvella::followCameras(int first, int last) {
                 },
                 [this, camera, publish, &device](int foreignOpens) {
                     // Who uses it is found here, on the camera's session (a scan of /proc).
+                    // The open is told before the opener's descriptor shows in /proc (the
+                    // kernel announces it first), so a scan that finds nobody looks again a
+                    // few times, 20 ms apart.
                     std::vector<platform::CameraUser> users;
-                    if (foreignOpens > 0 && device.qtCaptureDevice())
+                    for (int scan = 0;
+                         scan < 5 && foreignOpens > 0 && device.qtCaptureDevice() && users.empty();
+                         ++scan) {
+                        if (scan > 0) QThread::msleep(20);
                         users = device.qtCaptureDevice()->captureUsers();
+                    }
                     publish([this, camera, foreignOpens, users = std::move(users)] {
                         guard_.captureUseChanged(camera, foreignOpens, users);
                         usersPart_->seen(users);
