@@ -461,6 +461,10 @@ void CameraControlsPage::showCameraRecord() {
     }
     // The iris position is known only by asking; a mode that takes the iris away greys it.
     if (!irisFree(sc)) row(SettingsID::kAperture)->setEnabled(false);
+    // Automatic hue, one of the controls beyond the rows, owns the Hue row while it is on.
+    for (const ExtraControl& extra : qtCamera_->snapshot().extras)
+        if (extra.key == QLatin1String("HueAuto") && extra.cur != 0)
+            row(SettingsID::kHue)->setEnabled(false);
 }
 
 void CameraControlsPage::empty() {

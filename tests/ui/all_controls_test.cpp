@@ -7,11 +7,13 @@
 #include <QComboBox>
 #include <QGroupBox>
 #include <QLabel>
+#include <QSlider>
 #include <QSpinBox>
 #include <QTabWidget>
 #include <QToolButton>
 
 #include "UiRig.h"
+#include "settings/SettingsID.h"
 #include "ui/AllControlsPage.h"
 #include "ui/ControlPanel.h"
 #include "ui/ControlPanelOutlets.h"
@@ -74,6 +76,17 @@ TEST(AllControls, RowsByKindAndGroupAndWhatTheySend) {
     cam.record();  // the session published the change
     page.showValues();
     EXPECT_FALSE(red->parentWidget()->isEnabledTo(&page));
+
+    // Automatic hue greys the Hue row of the Basic tab, as the rows' own automatic modes do.
+    auto* hue =
+        panel.controls().row(settings::SettingsID::kHue)->view()->findChild<QSlider*>("sldControl");
+    ASSERT_TRUE(hue);
+    panel.showCameraRecord();
+    EXPECT_TRUE(hue->isEnabled());
+    field<QCheckBox>(page, "Automatic hue")->setChecked(true);
+    cam.record();
+    panel.showCameraRecord();
+    EXPECT_FALSE(hue->isEnabled());
 }
 
 TEST(AllControls, ACameraWithNothingMoreSaysSo) {
