@@ -23,34 +23,6 @@ awk '!done && /<dict>/ { print; print "<key>GuardSettings</key><true/>";
        print "<key>ProgramRules</key><dict><key>chromium</key><string>profile:Call</string></dict>";
        done = 1; next } { print }' "$PLIST" > "$PLIST.new" && mv "$PLIST.new" "$PLIST"
 
-# wait_line PATTERN SECONDS: waits until the application's output has a line matching PATTERN.
-wait_line() {
-    tries=0
-    while ! grep -q "$1" /tmp/orvella.out && [ $tries -lt $(($2 * 10)) ]; do
-        tries=$((tries + 1))
-        sleep 0.1
-    done
-    grep -q "$1" /tmp/orvella.out
-}
-# wait_brightness HEX: waits until the last brightness written since the mark is HEX.
-wait_brightness() {
-    tries=0
-    while [ "$(set_cur 1 2 2 | tail -n 1)" != "$1 ok" ] && [ $tries -lt 150 ]; do
-        tries=$((tries + 1))
-        sleep 0.1
-    done
-    [ "$(set_cur 1 2 2 | tail -n 1)" = "$1 ok" ]
-}
-
-# start_app: starts the application and waits until it has put the last state (brightness 21)
-# on the camera, as it does with every camera it finds, and then a little longer.
-start_app() {
-    mark
-    rm -f /tmp/orvella.out
-    orvella > /tmp/orvella.out 2>&1 &
-    APP=$!
-    wait_line "orvella\[$APP\] Ready:" 60 && wait_brightness 1500 && sleep 1 && mark
-}
 check "the application starts and puts the last state on the camera" start_app
 check "the guard is on" wait_line "Settings guard on" 1
 

@@ -108,3 +108,34 @@ wire() {
         '$1 == c && $2 == t && $3 == r && $4 == v && $5 == i { print $7, $8 }'
 }
 set_cur() { wire "$1" 0x21 0x01 "$2" "$3"; }
+
+# The application run offscreen beside the camera: its output in /tmp/orvella.out, its pid in APP.
+
+# wait_line PATTERN SECONDS: waits until the application's output has a line matching PATTERN.
+wait_line() {
+    tries=0
+    while ! grep -q "$1" /tmp/orvella.out && [ $tries -lt $(($2 * 10)) ]; do
+        tries=$((tries + 1))
+        sleep 0.1
+    done
+    grep -q "$1" /tmp/orvella.out
+}
+# wait_brightness HEX: waits until the last brightness written to the camera since the mark is
+# HEX ("1500" is 21).
+wait_brightness() {
+    tries=0
+    while [ "$(set_cur 1 2 2 | tail -n 1)" != "$1 ok" ] && [ $tries -lt 150 ]; do
+        tries=$((tries + 1))
+        sleep 0.1
+    done
+    [ "$(set_cur 1 2 2 | tail -n 1)" = "$1 ok" ]
+}
+# start_app: starts the application and waits until it has put the last state (brightness 21)
+# on the camera, as it does with every camera it finds, and then a little longer.
+start_app() {
+    mark
+    rm -f /tmp/orvella.out  # an earlier run's "Ready:" must not count
+    orvella > /tmp/orvella.out 2>&1 &
+    APP=$!
+    wait_line "orvella\[$APP\] Ready:" 60 && wait_brightness 1500 && sleep 1 && mark
+}
