@@ -14,17 +14,6 @@ export XDG_CONFIG_HOME=/tmp/preview-config QT_QPA_PLATFORM=offscreen
 rm -rf "$XDG_CONFIG_HOME"
 mkdir -p "$XDG_CONFIG_HOME"
 
-# wait_line PATTERN SECONDS [FROM]: waits until the application's output, from line FROM on, has a
-# line matching PATTERN.
-wait_line() {
-    from=${3:-1}
-    tries=0
-    while ! tail -n +"$from" /tmp/orvella.out | grep -q "$1" && [ $tries -lt $(($2 * 10)) ]; do
-        tries=$((tries + 1))
-        sleep 0.1
-    done
-    tail -n +"$from" /tmp/orvella.out | grep -q "$1"
-}
 lines() { wc -l < /tmp/orvella.out; }
 
 rm -f /tmp/orvella.out

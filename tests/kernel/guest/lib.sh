@@ -111,14 +111,16 @@ set_cur() { wire "$1" 0x21 0x01 "$2" "$3"; }
 
 # The application run offscreen beside the camera: its output in /tmp/orvella.out, its pid in APP.
 
-# wait_line PATTERN SECONDS: waits until the application's output has a line matching PATTERN.
+# wait_line PATTERN SECONDS [FROM]: waits until the application's output, from line FROM on, has a
+# line matching PATTERN.
 wait_line() {
+    from=${3:-1}
     tries=0
-    while ! grep -q "$1" /tmp/orvella.out && [ $tries -lt $(($2 * 10)) ]; do
+    while ! tail -n +"$from" /tmp/orvella.out | grep -q "$1" && [ $tries -lt $(($2 * 10)) ]; do
         tries=$((tries + 1))
         sleep 0.1
     done
-    grep -q "$1" /tmp/orvella.out
+    tail -n +"$from" /tmp/orvella.out | grep -q "$1"
 }
 # wait_brightness HEX: waits until the last brightness written to the camera since the mark is
 # HEX ("1500" is 21).
